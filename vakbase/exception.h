@@ -1,17 +1,18 @@
-// The root of everything the library throws. VakExceptionBase holds the message and the operations whose
-// order among the virtual functions is fixed; VakException joins it to std::exception; VakWrongUsage
-// reports misuse that has a message of its own. Exceptions are thrown by value and caught by reference.
+// The root of everything the library throws. VakExceptionBase holds the message and the operations
+// whose order among the virtual functions is fixed; VakException joins it to std::exception;
+// VakWrongUsage reports misuse that has a message of its own. Exceptions are thrown by value and
+// caught by reference.
 #pragma once
 
 #include <exception>
 #include <iosfwd>
 
-/// What every exception of the library holds and does. It is a class of its own so that these virtual
-/// functions come first in the virtual table of VakException: the two destructors, getMessage, print
-/// and end, in this order.
+/// What every exception of the library holds and does. It is a class of its own so that these
+/// virtual functions come first in the virtual table of VakException: the two destructors,
+/// getMessage, print and end, in this order.
 ///
-/// The message is kept as the pointer that was given, never copied, and a copy of the exception holds the
-/// same pointer. Invariant: _flag != 0 exactly while the exception owns its message.
+/// The message is kept as the pointer that was given, never copied, and a copy of the exception
+/// holds the same pointer. Invariant: _flag != 0 exactly while the exception owns its message.
 class VakExceptionBase {
  public:
   virtual ~VakExceptionBase();
@@ -19,12 +20,13 @@ class VakExceptionBase {
   /// Returns the message as it was given, which may be null; the exception keeps it.
   [[nodiscard]] virtual const char* getMessage() const;
 
-  /// Writes the message to `out`; writes nothing, and leaves the stream good, when the message is null.
+  /// Writes the message to `out`; writes nothing, and leaves the stream good, when the message is
+  /// null.
   virtual void print(std::ostream& out) const;
 
-  /// Releases a message that the exception owns; the message is null afterwards. An exception that owns
-  /// nothing stays as it is. Where copies of an owning exception exist, one of them is ended and the
-  /// message of the others is no longer looked at.
+  /// Releases a message that the exception owns; the message is null afterwards. An exception that
+  /// owns nothing stays as it is. Where copies of an owning exception exist, one of them is ended
+  /// and the message of the others is no longer looked at.
   virtual void end();
 
  protected:
@@ -39,9 +41,10 @@ class VakExceptionBase {
 /// Base of every exception that the library throws, also caught as std::exception.
 class VakException : public VakExceptionBase, public std::exception {
  public:
-  /// Keeps `message`. With `flag` 0 it has to outlive the exception, as a literal does. With any other
-  /// flag it was made by `new char[]` and the exception owns it; only end() releases it, the destructor
-  /// never does, since every copy that is made while an exception is thrown holds the same pointer.
+  /// Keeps `message`. With `flag` 0 it has to outlive the exception, as a literal does. With any
+  /// other flag it was made by `new char[]` and the exception owns it; only end() releases it, the
+  /// destructor never does, since every copy that is made while an exception is thrown holds the
+  /// same pointer.
   VakException(const char* message, long flag);
   VakException(const VakException& other);
   VakException& operator=(const VakException& other);

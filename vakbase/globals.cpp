@@ -15,8 +15,8 @@ constexpr VakNum FirstTooLarge = -SmallestInt;
 
 }  // namespace
 
-// All process-wide values are constants or are initialised with the program, so nothing is left to do
-// here; the call stands for the moment from which the library may be used.
+// All process-wide values are constants or are initialised with the program, so nothing is left to
+// do here; the call stands for the moment from which the library may be used.
 void VakInitGlobals() {}
 
 VakNum VakGetInfinity() noexcept { return std::numeric_limits<VakNum>::infinity(); }

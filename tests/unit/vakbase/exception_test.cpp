@@ -120,8 +120,8 @@ TEST(VakException, HoldsItsMessageAndFlagBehindTheFirstVirtualTable) {
   EXPECT_NE(static_cast<const void*>(static_cast<const std::exception*>(&exception)), whole);
 }
 
-// The number of a virtual function, read from a pointer to it: such a pointer holds one more than the
-// byte offset of the function in the virtual table.
+// The number of a virtual function, read from a pointer to it: such a pointer holds one more than
+// the byte offset of the function in the virtual table.
 template <class Member>
 long slotOf(Member member) {
   long word = 0;
