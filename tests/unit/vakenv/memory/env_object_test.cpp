@@ -67,7 +67,9 @@ class Switches : public Base {
 };
 
 template <class T>
-concept IsMadeByPlainNew = requires { T::operator new(sizeof(T)); };
+concept IsMadeByPlainNew = requires {
+  T::operator new(sizeof(T));
+};
 
 template <class Base>
 class EnvObject : public testing::Test {};

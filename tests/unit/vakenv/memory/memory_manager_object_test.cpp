@@ -61,7 +61,9 @@ class FailsToEnd : public Base {
 };
 
 template <class T>
-concept IsMadeByPlainNew = requires { T::operator new(sizeof(T)); };
+concept IsMadeByPlainNew = requires {
+  T::operator new(sizeof(T));
+};
 
 template <class Base>
 class MemoryManagerObject : public testing::Test {};
