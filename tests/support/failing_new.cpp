@@ -21,7 +21,10 @@ void* obtain(std::size_t size, std::size_t alignment) noexcept {
   } else if (posix_memalign(&block, alignment, bytes) != 0) {
     block = nullptr;
   }
-  if (block != nullptr) ++_blocks;
+  if (block != nullptr) {
+    ++_blocks;
+    observe([=](VakHeapObserver& observer) { observer.obtained(block, size); });
+  }
   return block;
 }
 
@@ -34,6 +37,7 @@ void* obtainOrThrow(std::size_t size, std::size_t alignment) {
 void giveBack(void* block) noexcept {
   if (block == nullptr) return;
   --_blocks;
+  observe([=](VakHeapObserver& observer) { observer.givenBack(block); });
   std::free(block);
 }
 
@@ -42,6 +46,10 @@ constexpr std::size_t Usual = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 std::size_t asBytes(std::align_val_t alignment) { return static_cast<std::size_t>(alignment); }
 
 }  // namespace
+
+VakHeapObserver::VakHeapObserver() noexcept { _observer = this; }
+
+VakHeapObserver::~VakHeapObserver() { _observer = nullptr; }
 
 VakFailingNew::VakFailingNew(long failAt) noexcept : _failAt(failAt) {
   _calls = 0;
