@@ -1,0 +1,16 @@
+// Process-wide beginnings and the two numeric helpers that every module shares.
+#pragma once
+
+#include "vakbase/numbers.h"
+
+/// Prepares the process-wide state of the library. Every environment calls it while it is
+/// constructed; calling it again, also from several threads at once, changes nothing.
+void VakInitGlobals();
+
+/// The bound of what is not bounded: the positive infinity of IEEE arithmetic.
+[[nodiscard]] VakNum VakGetInfinity() noexcept;
+
+/// The whole part of a number, that is, the number rounded towards zero. It is defined for every
+/// argument: a number beyond the range of VakInt gives the nearest end of that range, and NaN gives
+/// 0.
+[[nodiscard]] VakInt VakTrunc(VakNum value) noexcept;
