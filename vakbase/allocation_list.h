@@ -28,8 +28,8 @@ class VakAllocationList {
   [[nodiscard]] void* alloc(long size);
 
   /// Gives back an element that was taken from this or another list that still lives; null is
-  /// ignored.
-  void free(void* element);
+  /// ignored. Needs no list, since an element is unlinked from its neighbours.
+  static void free(void* element);
 
   /// Returns an empty text if the invariant holds for every outstanding element, else what is
   /// broken. Costs time in the number of outstanding elements.
@@ -47,8 +47,8 @@ class VakAllocationList {
     Header* _previous;  ///< The element taken after this one, or the ring's start.
   };
 
-  static Header* previousOf(const Header* header);
-  static void setPrevious(Header* header, Header* previous);
+  static Header* GetPrevious(const Header* header);
+  static void SetPrevious(Header* header, Header* previous);
 
   Header _ring;  ///< Start and end of the ring; points to itself when nothing is outstanding.
 };

@@ -10,11 +10,12 @@
 ///
 /// Blocks should be given back newest first, which costs a subtraction. Misuse is harmless: a block
 /// that is not the newest is only counted, and its memory returns when its chunk has no block left
-/// or the stack ends; memory that no chunk holds, null, and a size of 0 are ignored. What the stack
-/// cannot notice is a block that is given back twice, or with another size, while newer ones live.
+/// or the stack ends; null, a size of 0, and memory that does not lie in what was taken are
+/// ignored. What the stack cannot notice is a block that is given back twice, or with another size,
+/// while newer blocks of its chunk live.
 ///
-/// Invariant: `_current` is the newest chunk with blocks, or the only chunk; at most one chunk
-/// stands above it, kept empty so that work at a chunk's edge does not go to the heap each time.
+/// Invariant: `_current` has blocks or is the lowest chunk, and at most one chunk stands above it,
+/// kept empty so that work at the edge of a chunk does not go to the heap each time.
 class VakAllocationStack {
  public:
   VakAllocationStack() noexcept = default;
@@ -42,6 +43,13 @@ class VakAllocationStack {
 
  private:
   struct Chunk;
+
+  static char* GetStart(Chunk* chunk);
+  static void GiveBack(Chunk* chunk, char* block, unsigned long bytes);
+
+  void addChunk(unsigned long bytes);
+  void releaseAbove();
+  void stepDown();
 
   Chunk* _current = nullptr;  ///< Owned; the chunk that serves requests, null before the first.
   long _bytesInUse = 0;       ///< Bytes of blocks taken and not given back, rounded up.

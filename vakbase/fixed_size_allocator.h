@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstring>
-#include <string>
 
 #include "vakbase/allocation_list.h"
 #include "vakbase/poison.h"
@@ -21,10 +20,10 @@ class VakMemory;
 /// Whoever changes `_pooled` does so before the first element is taken. Not safe for concurrent
 /// use.
 ///
-/// Invariant: a free list only ever exists in a pooled allocator (`_pooled != 0 || _free ==
-/// nullptr`) and holds elements of `_elementSize` bytes; `_bytesInUse` is the element size times
-/// the difference of elements taken here and given back here, so it is negative after taking back
-/// others' elements.
+/// Invariant, which `VakMemory::check` proves: a free list only ever exists in a pooled allocator
+/// (`_pooled != 0 || _free == nullptr`) and holds elements of `_elementSize` bytes; `_bytesInUse`
+/// is the element size times the difference of elements taken here and given back here, so it is
+/// negative after taking back others' elements.
 class VakFixedSizeAllocatorI {
  public:
   /// Makes a pooled allocator without elements. `elementSize` is rounded up to whole words, since a
@@ -66,10 +65,6 @@ class VakFixedSizeAllocatorI {
   /// order of their addresses, and returns the first. Counts nothing. Throws `std::bad_alloc`,
   /// having changed nothing.
   [[nodiscard]] void* allocateBlock(VakMemory* memory);
-
-  /// Returns an empty text if the invariant holds and every free element is a distinct, aligned
-  /// part of memory of `memory`, else what is broken. Costs time in the number of free elements.
-  [[nodiscard]] std::string check(const VakMemory& memory) const;
 
   /// Reads the link in the first word of a free element. Links are copied as bytes because the same
   /// memory held, and will hold, objects of other types.

@@ -24,6 +24,7 @@
 #pragma once
 
 #include <bit>
+#include <initializer_list>
 #include <string>
 
 #include "vakbase/fixed_size_allocator.h"
@@ -108,13 +109,11 @@ class VakMemory {
   /// the class that serves them be larger. Throws `std::bad_alloc`, having changed nothing.
   [[nodiscard]] Block obtainBlock(long elementSize);
 
-  /// Returns an empty text if the invariants of the pool and of all its classes hold, else what is
-  /// broken. Costs time and memory in the number of free elements.
-  [[nodiscard]] std::string check() const;
-
-  /// Tells whether the `size` bytes at `start` lie in memory of this pool that elements come from.
-  /// Costs time in the number of regions.
-  [[nodiscard]] bool owns(const void* start, long size) const;
+  /// Returns an empty text if the invariants of the pool, of all its classes and of `others`, which
+  /// draw their blocks from it, hold; else what is broken. Costs time and memory in the number of
+  /// free elements.
+  [[nodiscard]] std::string check(
+      std::initializer_list<const VakFixedSizeAllocatorI*> others = {}) const;
 
  private:
   /// What `getIndex` subtracts so that the first quarter above the small classes follows them.
@@ -135,7 +134,7 @@ class VakMemory {
   };
 
   [[noreturn, gnu::cold]] static void ThrowTooLarge();
-  static char* firstElementOf(Region* region);
+  static char* FirstElement(Region* region);
 
   Region* obtainRegion(unsigned long bytes);
   void obtainSlab();
@@ -145,5 +144,12 @@ class VakMemory {
   VakFixedSizeAllocatorI* _allocators[ClassCount];
 
  private:
-  SizeClass _classes[ClassCount];
+  friend class VakMemoryCheck;  // Reads everything below in order to prove it.
+
+  SizeClass _classes[ClassCount];  ///< The classes by index.
+  Region* _regions = nullptr;      ///< Owned; newest region, null before the first.
+  char* _slabCursor = nullptr;     ///< Start of what is left of the newest slab, a multiple of 64.
+  char* _slabEnd = nullptr;        ///< End of the newest slab, a multiple of 64.
+  unsigned long _nextSlabBytes;    ///< Bytes of the slab that is obtained next.
+  long _bytesObtained = 0;         ///< Bytes of all regions.
 };
