@@ -84,6 +84,14 @@ class VakEnv {
   /// Throws VakNamedPropertySet::NotPresent when there is none of this name.
   [[nodiscard]] VakNamedProperty getProperty(const char* name) const;
   [[nodiscard]] VakNamedPropertyI* getPropertyI(const char* name) const;
+  /// The value of a property by its C++ type, as in getProperty<VakNum>("gap"); the second form
+  /// gives `fallback` when there is no property of this name. Needs vakenv/properties.h, where
+  /// VakNamedPropertySet tells the types; a property of another kind throws
+  /// VakNamedPropertySet::BadType.
+  template <class T>
+  [[nodiscard]] auto getProperty(const char* name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(const char* name, T fallback) const;
   /// Shares `property`, which must come from the environment's memory manager.
   void addProperty(VakNamedProperty property) const;
   /// Adds a copy of `property` made in the environment's memory.
