@@ -35,6 +35,9 @@
 /// throw what user destructors throw.
 class VakEnvI {
  public:
+  static constexpr VakInt TermSize = 24;  ///< Bytes of one term record.
+  static constexpr VakInt EndSteps = 16;  ///< Steps of end().
+
   static VakBaseEnvMutex* Mutex;  ///< The process-wide mutex; null unless VakInitMT installed one.
   static VakInt DeleteMutex;      ///< Non-zero when VakEndMT must delete the mutex.
 
@@ -69,7 +72,8 @@ class VakEnvI {
   /// `size`; null for 0. With a constant size this is a free-list pop. Throws std::bad_alloc and
   /// changes nothing then.
   [[nodiscard]] void* allocate(unsigned long size) {
-    if (_localEnv != nullptr) [[unlikely]] return _localEnv->alloc(size);
+    if (_localEnv != nullptr) [[unlikely]]
+      return _localEnv->alloc(size);
     return _memory.allocate(size);
   }
   /// Gives back what allocate() returned for the same `size`; ignores null. Deliberate: a size of 0
@@ -228,8 +232,8 @@ class VakEnvI {
 
   // ---- Shared variable domains ------------------------------------------------------------------
 
-  /// The one domain of these bounds; null for 0 and infinity, the default. While a local environment
-  /// is installed nothing is shared and every call makes a domain.
+  /// The one domain of these bounds; null for 0 and infinity, the default. While a local
+  /// environment is installed nothing is shared and every call makes a domain.
   VakVarDomainI* getOrMakeSharedDomain(VakNum lb, VakNum ub);
   VakVarDomainI* getOrMakeSharedDomain(VakNumRangeI* r);
   VakVarDomainI* getOrMakeSharedDomain(VakIntRangeI* r);
@@ -237,49 +241,52 @@ class VakEnvI {
 
   // ---- The record -------------------------------------------------------------------------------
 
-  VakInt _flags;             ///< Mode bits; bit 0: pooled memory in use.
+  VakInt _flags = 0;         ///< Mode bits; bit 0: pooled memory in use.
   VakInt _useMemoryManager;  ///< 1 when memory is pooled, 0 when VAK_NO_MEMORY_MANAGER is set.
   VakMemory _memory;         ///< The size-class pool from which all model memory comes.
   VakInt _memoryMode;        ///< Copy of _useMemoryManager; not read again.
-  VakLocalEnvI* _localEnv;   ///< Innermost local environment; null unless one is installed.
-  VakInt _mtSafeAllocation;  ///< The last value given to useMTSafeAllocation.
-  VakInt _mtSafeNormalization;  ///< The last value given to useMTSafeNormalization.
-  void** _markArray;            ///< Head of the chain of mark arrays; null for none.
-  VakSymbolTable* _symbolTable;  ///< Symbols of the environment, in its own memory.
-  void* _unusedPointer1;         ///< Null.
-  void* _unusedPointer2;         ///< Null.
-  void* _unusedPointer3;         ///< Null.
-  void* _unusedPointer4;         ///< Null.
-  void* _unusedPointer5;         ///< Null.
-  void* _unusedPointer6;         ///< Null.
-  void* _unusedPointer7;         ///< Null.
-  void* _unusedPointer8;         ///< Null.
-  VakIdManager* _idManager;         ///< Identifiers of extractables.
-  VakTypedListManager _typedLists;  ///< Extractables by type; off at first.
-  VakAlgorithmI* _algorithms;       ///< Newest attached algorithm; not owned; null for none.
-  void* _unusedPointer9;            ///< Null.
-  VakInt _termSize;                 ///< Bytes of one term record: 24.
-  VakFixedSizeAllocatorI* _termAllocator;  ///< The term pool; its blocks come from _memory.
-  VakPlugInManager* _plugInManager;        ///< Plug-ins and add-ons by name.
-  std::ostream* _out;                      ///< Where printTime writes; not owned.
-  std::ostream* _warning;                  ///< A further channel, only set here; not owned.
-  std::ostream* _error;                    ///< A further channel, only set here; not owned.
-  VakNullStream _nullStream;               ///< Discards output.
-  VakTimer _timer;                         ///< Runs since construction; no memory manager.
-  VakCloneManager* _cloneManager;          ///< Copies made during a copying operation.
-  VakDestroyableList* _destroyables;       ///< What dies with the environment; null late in end().
-  VakBaseDeleterI* _deleter;               ///< Deletion policy; null when unset.
-  int _deleterLevel;                       ///< The deleter's level; 0 when unset.
-  VakInt _ending;                          ///< 1 while end() deletes objects.
-  VakUniqueRandomI* _random;               ///< Random generator; null until first used.
-  VakTarnAlloc* _allocator;                ///< The environment's memory manager.
-  VakExpanderI* _expander;                 ///< Null until made; ended as an algorithm, not here.
-  VakBaseEnvMutex* _mutex;                 ///< Copy of Mutex at construction; not owned.
-  const char* _version;                    ///< The identification string.
-  VakExtension* _extension;                ///< Name, user object, properties; null until needed.
-  VakRecycleBinI* _recycleBin;             ///< Work area of the running removal; null for none.
-  VakIntSharedDomainHash* _intDomains;     ///< Domains of integer bounds.
-  VakNumSharedDomainHash* _numDomains;     ///< Domains of numeric bounds.
+  VakLocalEnvI* _localEnv =
+      nullptr;                      ///< Innermost local environment; null unless one is installed.
+  VakInt _mtSafeAllocation = 0;     ///< The last value given to useMTSafeAllocation.
+  VakInt _mtSafeNormalization = 0;  ///< The last value given to useMTSafeNormalization.
+  void** _markArray = nullptr;      ///< Head of the chain of mark arrays; null for none.
+  VakSymbolTable* _symbolTable = nullptr;  ///< Symbols of the environment, in its own memory.
+  void* _unusedPointer1 = nullptr;         ///< Null.
+  void* _unusedPointer2 = nullptr;         ///< Null.
+  void* _unusedPointer3 = nullptr;         ///< Null.
+  void* _unusedPointer4 = nullptr;         ///< Null.
+  void* _unusedPointer5 = nullptr;         ///< Null.
+  void* _unusedPointer6 = nullptr;         ///< Null.
+  void* _unusedPointer7 = nullptr;         ///< Null.
+  void* _unusedPointer8 = nullptr;         ///< Null.
+  VakIdManager* _idManager = nullptr;      ///< Identifiers of extractables.
+  VakTypedListManager _typedLists;         ///< Extractables by type; off at first.
+  VakAlgorithmI* _algorithms = nullptr;    ///< Newest attached algorithm; not owned; null for none.
+  void* _unusedPointer9 = nullptr;         ///< Null.
+  VakInt _termSize = TermSize;             ///< Bytes of one term record: 24.
+  VakFixedSizeAllocatorI* _termAllocator =
+      nullptr;                                 ///< The term pool; its blocks come from _memory.
+  VakPlugInManager* _plugInManager = nullptr;  ///< Plug-ins and add-ons by name.
+  std::ostream* _out;                          ///< Where printTime writes; not owned.
+  std::ostream* _warning;                      ///< A further channel, only set here; not owned.
+  std::ostream* _error;                        ///< A further channel, only set here; not owned.
+  VakNullStream _nullStream;                   ///< Discards output.
+  VakTimer _timer;                             ///< Runs since construction; no memory manager.
+  VakCloneManager* _cloneManager = nullptr;    ///< Copies made during a copying operation.
+  VakDestroyableList* _destroyables =
+      nullptr;                            ///< What dies with the environment; null late in end().
+  VakBaseDeleterI* _deleter = nullptr;    ///< Deletion policy; null when unset.
+  int _deleterLevel = 0;                  ///< The deleter's level; 0 when unset.
+  VakInt _ending = 0;                     ///< 1 while end() deletes objects.
+  VakUniqueRandomI* _random = nullptr;    ///< Random generator; null until first used.
+  VakTarnAlloc* _allocator = nullptr;     ///< The environment's memory manager.
+  VakExpanderI* _expander = nullptr;      ///< Null until made; ended as an algorithm, not here.
+  VakBaseEnvMutex* _mutex;                ///< Copy of Mutex at construction; not owned.
+  const char* _version;                   ///< The identification string.
+  VakExtension* _extension = nullptr;     ///< Name, user object, properties; null until needed.
+  VakRecycleBinI* _recycleBin = nullptr;  ///< Work area of the running removal; null for none.
+  VakIntSharedDomainHash* _intDomains = nullptr;  ///< Domains of integer bounds.
+  VakNumSharedDomainHash* _numDomains = nullptr;  ///< Domains of numeric bounds.
 
   // ---- Trailing members: state of mechanisms beside the documented record -----------------------
 
@@ -287,5 +294,16 @@ class VakEnvI {
 
  private:
   void makeServices();
+  void makeTermAllocator();
   void runEndStep(VakInt step);
+  void endExtension();
+  void endDestroyables();
+  void endAlgorithms();
+  void endExtractables();
+  void endDomains();
+  void endPlugIns();
+  void endManagers();
+  void endMarksAndLocalEnv();
+  // A block for this many identifiers, cleared. Throws VakMemoryException.
+  static void** newMarkArray(VakInt identifiers);
 };

@@ -28,7 +28,7 @@ class VakLocalEnvI {
   /// Gives a booked identifier back.
   void releaseId(VakInt id);
 
-  VakEnvI* _env;               ///< The environment served; not owned.
+  VakEnvI* _env;                  ///< The environment served; not owned.
   VakLocalEnvI* _next = nullptr;  ///< The local environment installed before, or null.
 };
 

@@ -1,6 +1,7 @@
 #include "vakenv/memory/env_object.h"
 
 #include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/memory_manager.h"
 #include "vakenv/memory/tarn_alloc.h"
 
 namespace {

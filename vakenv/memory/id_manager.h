@@ -41,7 +41,8 @@ class VakIdManager {
 
   /// True when `id` is a slot of the table.
   [[nodiscard]] bool isInTable(VakInt id) const {
-    return _data != nullptr && static_cast<unsigned long>(id) < static_cast<unsigned long>(_capacity);
+    return _data != nullptr &&
+           static_cast<unsigned long>(id) < static_cast<unsigned long>(_capacity);
   }
   /// True when the value of a slot is a free-list link.
   [[nodiscard]] bool isLink(const void* value) const;

@@ -2,9 +2,9 @@
 
 // Objects that give their memory back to the memory manager they hold, with their size.
 //
-// VakMemoryManagerObjectI is the plain form, VakRttiMemoryManagerObjectI the one that takes part in the
-// library's type system. Such objects are made with VakCreate and deleted with `delete`; they may
-// also live on the stack or inside another object.
+// VakMemoryManagerObjectI is the plain form, VakRttiMemoryManagerObjectI the one that takes part in
+// the library's type system. Such objects are made with VakCreate and deleted with `delete`; they
+// may also live on the stack or inside another object.
 //
 // Deletion reads the owner before the destructor runs, because a compiler may drop every store to
 // an object that is about to be destroyed; that is why the deletion that `delete` uses is a

@@ -3,8 +3,7 @@
 #include "vakbase/allocation_stack.h"
 #include "vaksupport/symbol_table.h"
 
-VakStackGenAlloc::VakStackGenAlloc(VakAllocationStack* allocationStack,
-                                   VakSymbolTable* symbolTable)
+VakStackGenAlloc::VakStackGenAlloc(VakAllocationStack* allocationStack, VakSymbolTable* symbolTable)
     : stack(allocationStack), symbols(symbolTable) {}
 
 VakStackGenAlloc::~VakStackGenAlloc() noexcept(false) = default;

@@ -74,45 +74,37 @@ class VakRtti {
 
 // The members that both stamps share. `BaseSpecifier` is `override` except in the classes that
 // introduce the two base queries.
-#define VAK_RTTI_MEMBERS_(Class, Parent, BaseSpecifier)                                \
- public:                                                                               \
-  static VakTypeInfo GetBaseTypeInfo() {                                               \
-    VakKeepDistinct(Class::_rttiIndex);                                                \
-    return Parent::GetTypeInfo();                                                      \
-  }                                                                                    \
-  [[nodiscard]] static VakTypeInfo GetTypeInfo() {                                     \
-    return reinterpret_cast<VakTypeInfo>(&Class::GetBaseTypeInfo);                     \
-  }                                                                                    \
-  static void InitTypeIndex() {                                                        \
-    if (ReadTypeIndex(Class::_rttiIndex) == 0) AssignTypeIndex(Class::_rttiIndex);     \
-  }                                                                                    \
-  static VakInt GetTypeIndex() {                                                       \
-    Class::InitTypeIndex();                                                            \
-    return ReadTypeIndex(Class::_rttiIndex);                                           \
-  }                                                                                    \
-  [[nodiscard]] static const char* GetRttiTypeName() { return #Class; }                \
-  [[nodiscard]] static VakInt GetExtractableSize() {                                   \
-    return static_cast<VakInt>(sizeof(Class));                                         \
-  }                                                                                    \
-  [[nodiscard]] VakInt getTypeIndex() const override {                                 \
-    return ReadTypeIndex(Class::_rttiIndex);                                           \
-  }                                                                                    \
-  [[nodiscard]] VakTypeInfo getTypeInfo() const override { return Class::GetTypeInfo(); } \
-  [[nodiscard]] VakInt isType(VakTypeInfo type) const override {                       \
-    return type == Class::GetTypeInfo() ? 1 : Parent::isType(type);                    \
-  }                                                                                    \
-  [[nodiscard]] const char* getRttiTypeName() const override {                         \
-    return Class::GetRttiTypeName();                                                   \
-  }                                                                                    \
-  [[nodiscard]] VakInt getExtractableSize() const override {                           \
-    return Class::GetExtractableSize();                                                \
-  }                                                                                    \
-  [[nodiscard]] virtual VakTypeInfo getBaseTypeInfo() const BaseSpecifier {            \
-    return Parent::GetTypeInfo();                                                      \
-  }                                                                                    \
-  [[nodiscard]] virtual VakInt getBaseTypeIndex() const BaseSpecifier {                \
-    return Parent::GetTypeIndex();                                                     \
-  }                                                                                    \
+#define VAK_RTTI_MEMBERS_(Class, Parent, BaseSpecifier)                                            \
+ public:                                                                                           \
+  static VakTypeInfo GetBaseTypeInfo() {                                                           \
+    VakKeepDistinct(Class::_rttiIndex);                                                            \
+    return Parent::GetTypeInfo();                                                                  \
+  }                                                                                                \
+  [[nodiscard]] static VakTypeInfo GetTypeInfo() {                                                 \
+    return reinterpret_cast<VakTypeInfo>(&Class::GetBaseTypeInfo);                                 \
+  }                                                                                                \
+  static void InitTypeIndex() {                                                                    \
+    if (ReadTypeIndex(Class::_rttiIndex) == 0) AssignTypeIndex(Class::_rttiIndex);                 \
+  }                                                                                                \
+  static VakInt GetTypeIndex() {                                                                   \
+    Class::InitTypeIndex();                                                                        \
+    return ReadTypeIndex(Class::_rttiIndex);                                                       \
+  }                                                                                                \
+  [[nodiscard]] static const char* GetRttiTypeName() { return #Class; }                            \
+  [[nodiscard]] static VakInt GetExtractableSize() { return static_cast<VakInt>(sizeof(Class)); }  \
+  [[nodiscard]] VakInt getTypeIndex() const override { return ReadTypeIndex(Class::_rttiIndex); }  \
+  [[nodiscard]] VakTypeInfo getTypeInfo() const override { return Class::GetTypeInfo(); }          \
+  [[nodiscard]] VakInt isType(VakTypeInfo type) const override {                                   \
+    return type == Class::GetTypeInfo() ? 1 : Parent::isType(type);                                \
+  }                                                                                                \
+  [[nodiscard]] const char* getRttiTypeName() const override { return Class::GetRttiTypeName(); }  \
+  [[nodiscard]] VakInt getExtractableSize() const override { return Class::GetExtractableSize(); } \
+  [[nodiscard]] virtual VakTypeInfo getBaseTypeInfo() const BaseSpecifier {                        \
+    return Parent::GetTypeInfo();                                                                  \
+  }                                                                                                \
+  [[nodiscard]] virtual VakInt getBaseTypeIndex() const BaseSpecifier {                            \
+    return Parent::GetTypeIndex();                                                                 \
+  }                                                                                                \
   inline static VakInt _rttiIndex = 0 /* 0 until the class is first asked */
 
 /// Stamps the type members into `Class`, whose declared parent is `Parent`. Stands first in the

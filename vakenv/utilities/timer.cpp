@@ -16,7 +16,8 @@ VakEnv VakTimer::getEnv() const { return VakEnv(VakMemoryManager(_memoryManager)
 VakNum VakTimer::getCPUtime() {
   tms record{};
   times(&record);
-  const VakNum ticks = static_cast<VakNum>(record.tms_utime) + static_cast<VakNum>(record.tms_stime);
+  const VakNum ticks =
+      static_cast<VakNum>(record.tms_utime) + static_cast<VakNum>(record.tms_stime);
   // Deliberate: these two constants in this order, which assume 100 clock ticks per second.
   return ticks / 1000000.0 * 10000.0;
 }
