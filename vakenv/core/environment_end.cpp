@@ -110,18 +110,17 @@ void VakEnvI::endDestroyables() {
 }
 
 // An algorithm that does not detach itself, or throws before it does, is unlinked here, so that the
-// end always comes.
+// end always comes. One that was deleted has detached itself in its destructor.
 void VakEnvI::endAlgorithms() {
   while (_algorithms != nullptr) {
     VakAlgorithmI* head = _algorithms;
-    VakAlgorithmI* older = head->next;
     try {
       head->end();
     } catch (...) {
-      if (_algorithms == head) _algorithms = older;
+      if (_algorithms == head) _algorithms = head->next;
       throw;
     }
-    if (_algorithms == head) _algorithms = older;
+    if (_algorithms == head) _algorithms = head->next;
   }
 }
 

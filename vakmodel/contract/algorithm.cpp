@@ -30,7 +30,7 @@ void VakAlgorithm::CannotChangeException::end() {
 }
 
 VakNoChangeDuringSearchException::VakNoChangeDuringSearchException()
-    : Exception("No change is allowed while the algorithm is running.") {}
+    : VakException("No change is allowed while the algorithm is running.", 0) {}
 
 VakNoChangeDuringSearchException::~VakNoChangeDuringSearchException() = default;
 

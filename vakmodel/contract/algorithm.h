@@ -60,7 +60,7 @@ class VakAlgorithm::CannotChangeException : public VakAlgorithm::Exception {
 
 /// A change was reported to an algorithm that is running:
 /// "No change is allowed while the algorithm is running.".
-class VakNoChangeDuringSearchException : public VakAlgorithm::Exception {
+class VakNoChangeDuringSearchException : public VakException {
  public:
   VakNoChangeDuringSearchException();
   ~VakNoChangeDuringSearchException() override;
