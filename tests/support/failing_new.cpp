@@ -11,6 +11,8 @@ std::atomic<long> _calls{0};  ///< Calls of operator new since a `VakFailingNew`
 std::atomic<long> _failingCall{0};  ///< The call that fails; 0: none.
 std::atomic<long> _blocks{0};       ///< Blocks obtained and not given back.
 
+std::atomic<VakHeapObserver*> _observer{nullptr};  ///< Told of blocks; null for none.
+
 /// Returns `size` bytes, or null when this call is to fail or the heap is exhausted.
 void* obtain(std::size_t size, std::size_t alignment) noexcept {
   if (++_calls == _failingCall.load()) return nullptr;
@@ -23,7 +25,7 @@ void* obtain(std::size_t size, std::size_t alignment) noexcept {
   }
   if (block != nullptr) {
     ++_blocks;
-    observe([=](VakHeapObserver& observer) { observer.obtained(block, size); });
+    if (VakHeapObserver* observer = _observer) observer->obtained(block, size);
   }
   return block;
 }
@@ -37,7 +39,7 @@ void* obtainOrThrow(std::size_t size, std::size_t alignment) {
 void giveBack(void* block) noexcept {
   if (block == nullptr) return;
   --_blocks;
-  observe([=](VakHeapObserver& observer) { observer.givenBack(block); });
+  if (VakHeapObserver* observer = _observer) observer->givenBack(block);
   std::free(block);
 }
 
