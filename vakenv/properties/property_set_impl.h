@@ -76,4 +76,5 @@ class VakNamedPropertySetI : public VakMemoryManagerObjectI {
 
  private:
   PropertyList* makeEntry(VakNamedPropertyI* property) const;
+  PropertyList* makeClonedEntry(const VakNamedPropertyI* property) const;
 };
