@@ -1,0 +1,110 @@
+// Where the pool's memory comes from: regions of the heap, slabs, and blocks carved from slabs.
+#include "vakbase/memory.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+
+namespace {
+
+/// Alignment of every block and of every large element: a cache line.
+constexpr unsigned long BlockAlignment = 64;
+
+/// Bytes of the first block of a class and the bound that doubling stops at. Linking a block
+/// touches all of it, so it should still be in the first-level cache when its elements are handed
+/// out.
+constexpr long FirstBlockBytes = 256;
+constexpr long LargestBlockBytes = 16 * 1024;
+
+/// Bytes of the first slab and the bound that doubling stops at.
+constexpr unsigned long FirstSlabBytes = 4 * 1024;
+constexpr unsigned long LargestSlabBytes = 4 * 1024 * 1024;
+
+/// Elements of so many bytes are regions of their own.
+constexpr unsigned long LargeElementBytes = 32 * 1024;
+
+/// So is an element that does not fit into what is left of a slab while a new slab would hold fewer
+/// than this many: what is left of a slab when it is replaced is at most this part of the next.
+constexpr unsigned long FewElements = 8;
+
+static_assert(FirstBlockBytes % BlockAlignment == 0 && LargestBlockBytes % FirstBlockBytes == 0);
+static_assert(FirstSlabBytes / FewElements >= FirstBlockBytes);
+static_assert(LargeElementBytes <= LargestSlabBytes / FewElements);
+
+constexpr unsigned long roundDown(unsigned long bytes) { return bytes & ~(BlockAlignment - 1); }
+constexpr unsigned long roundUp(unsigned long bytes) {
+  return roundDown(bytes + BlockAlignment - 1);
+}
+
+}  // namespace
+
+VakMemory::VakMemory(long useMemoryManager) noexcept : _nextSlabBytes(FirstSlabBytes) {
+  for (long index = 0; index < ClassCount; ++index) {
+    SizeClass& sizeClass = _classes[index];
+    sizeClass._allocator._pooled = useMemoryManager;
+    sizeClass._allocator._elementSize = getElementSize(index);
+    sizeClass._nextBlockBytes = FirstBlockBytes;
+    _allocators[index] = &sizeClass._allocator;
+  }
+}
+
+VakMemory::~VakMemory() {
+  while (_regions != nullptr) {
+    Region* region = _regions;
+    _regions = region->_next;
+    VakUnpoison(region, region->_bytes);
+    ::operator delete(region);
+  }
+}
+
+long VakMemory::getMemoryUsage() const {
+  long bytes = 0;
+  for (const SizeClass& sizeClass : _classes) bytes += sizeClass._allocator._bytesInUse;
+  return bytes;
+}
+
+long VakMemory::getTotalMemoryUsage() const {
+  long bytes = _bytesObtained;
+  for (const SizeClass& sizeClass : _classes) bytes += sizeClass._allocator._bytesObtained;
+  return bytes;
+}
+
+VakMemory::Block VakMemory::obtainBlock(long elementSize) {
+  const long index = getIndex(elementSize);
+  const auto bytes = static_cast<unsigned long>(elementSize);
+  const bool fits = bytes <= static_cast<unsigned long>(_slabEnd - _slabCursor);
+  if (bytes >= LargeElementBytes || (!fits && bytes > _nextSlabBytes / FewElements)) {
+    return {FirstElement(obtainRegion(bytes + sizeof(Region) + BlockAlignment - 1)), 1};
+  }
+  if (!fits) obtainSlab();
+  // A block ends with its slab, so that what is left of a slab serves before a new one is obtained.
+  SizeClass& sizeClass = _classes[index];
+  const long available = std::min(sizeClass._nextBlockBytes, _slabEnd - _slabCursor);
+  const Block block{_slabCursor, std::max(available / elementSize, 1L)};
+  _slabCursor += roundUp(static_cast<unsigned long>(block.count * elementSize));
+  sizeClass._nextBlockBytes = std::min(2 * sizeClass._nextBlockBytes, LargestBlockBytes);
+  return block;
+}
+
+void VakMemory::obtainSlab() {
+  Region* region = obtainRegion(_nextSlabBytes);
+  _slabCursor = FirstElement(region);
+  const auto usable =
+      static_cast<unsigned long>(reinterpret_cast<char*>(region) + region->_bytes - _slabCursor);
+  _slabEnd = _slabCursor + roundDown(usable);
+  _nextSlabBytes = std::min(2 * _nextSlabBytes, LargestSlabBytes);
+}
+
+VakMemory::Region* VakMemory::obtainRegion(unsigned long bytes) {
+  auto* region = ::new (::operator new(bytes)) Region{_regions, bytes};
+  VakPoison(region + 1, bytes - sizeof(Region));
+  _regions = region;
+  _bytesObtained += static_cast<long>(bytes);
+  return region;
+}
+
+char* VakMemory::FirstElement(Region* region) {
+  return reinterpret_cast<char*>(roundUp(reinterpret_cast<std::uintptr_t>(region + 1)));
+}
+
+void VakMemory::ThrowTooLarge() { throw std::bad_alloc(); }

@@ -1,0 +1,155 @@
+// The block memory pool from which all model memory of an environment comes.
+//
+//   VakMemory ---embeds---> one VakFixedSizeAllocatorI a size class (free list and counts)
+//       |
+//       +---- slabs: large pieces of heap memory, from which blocks are carved
+//       +---- single elements: heap memory of one large element each
+//
+// Glossary
+//   size class  all requests that are served with elements of one size; requests carry their size
+//               when they are given back too, so no header stands in front of an element
+//   element     what a request gets: as many bytes as its class says, aligned to 16 if that is a
+//               multiple of 16 and to 8 otherwise
+//   block       neighbouring elements of one class, linked into its free list when the class runs
+//               empty; blocks of a class grow from a few hundred bytes to 16 KiB, which stays in
+//               the first-level cache while its elements are handed out
+//   slab        the heap memory that blocks are carved from; slabs grow from 4 KiB to 4 MiB, so
+//   that
+//               a small environment stays small and a large one seldom asks the heap
+//   region      a slab or a single large element: one block of the heap, in a list of the pool
+//
+// Free elements stay in their class until the pool ends: regions are released all at once by the
+// destructor. In the mode without pooling nothing of this is used: every element is a heap block of
+// its own in the allocation list of its class.
+#pragma once
+
+#include <bit>
+#include <initializer_list>
+#include <string>
+
+#include "vakbase/fixed_size_allocator.h"
+
+/// The size-class pool. The environment embeds one and ends it last; allocators of their own
+/// element size may draw blocks from it. Not safe for concurrent use.
+///
+/// Invariant: bytes obtained from the heap are never less than bytes in use; every free element of
+/// a class lies in a region, aligned, and in no other free element.
+class VakMemory {
+ public:
+  static constexpr long LargestSmallSize = 128;  ///< Up to here classes are 8 bytes apart.
+  static constexpr long LargestSize = 1L << 47;  ///< Bytes; nothing larger can be addressed.
+  static constexpr long SmallClasses = LargestSmallSize / 8;
+  static constexpr long ClassCount = SmallClasses + 4 * (47 - 7);  ///< Four to a doubling.
+
+  /// A stretch of elements taken from the pool, of which nothing is linked yet.
+  struct Block {
+    void* start;  ///< First element, aligned to 64.
+    long count;   ///< Number of elements, at least 1.
+  };
+
+  /// Makes a pool without memory; classes are pooled if `useMemoryManager` is not 0. Asks the heap
+  /// for nothing.
+  explicit VakMemory(long useMemoryManager) noexcept;
+  VakMemory(const VakMemory&) = delete;
+  VakMemory& operator=(const VakMemory&) = delete;
+
+  /// Releases all memory at once, whether given back or not.
+  ~VakMemory();
+
+  /// Returns the index of the class that serves `size` bytes, the smallest whose elements hold
+  /// them; a size of 0 gives the class of the smallest elements. Constant time. Throws
+  /// `std::bad_alloc` when `size` is negative or above `LargestSize`.
+  static constexpr long getIndex(long size) {
+    const auto bytes = static_cast<unsigned long>(size);
+    if (bytes <= static_cast<unsigned long>(LargestSmallSize)) {
+      return static_cast<long>((bytes - (bytes != 0)) / 8);
+    }
+    if (bytes > static_cast<unsigned long>(LargestSize)) [[unlikely]] {
+      ThrowTooLarge();
+    }
+    // The three leading bits of `bytes - 1` are 1xy: the doubling, and the quarter xy within it.
+    const auto width = static_cast<long>(std::bit_width(bytes - 1));
+    return 4 * width + static_cast<long>((bytes - 1) >> (width - 3)) - FirstQuarter;
+  }
+
+  /// Returns the bytes of an element of the class at `index` (0 to `ClassCount` - 1).
+  static constexpr long getElementSize(long index) {
+    if (index < SmallClasses) return (index + 1) * 8;
+    const long quarter = index - SmallClasses;
+    return (quarter % 4 + 5) << (quarter / 4 + 5);
+  }
+
+  /// Returns `size` bytes of the class that serves them, null for a size of 0. The class counts its
+  /// element size as in use. Throws `std::bad_alloc`, having changed nothing. With a size known at
+  /// compile time this is a free-list pop.
+  [[nodiscard]] void* allocate(unsigned long size) {
+    if (size == 0) return nullptr;
+    VakFixedSizeAllocatorI& sizeClass = _classes[getIndex(static_cast<long>(size))]._allocator;
+    void* element = sizeClass.allocate(this);
+    if constexpr (VakPoisonsMemory) {
+      VakPoison(static_cast<char*>(element) + size,
+                static_cast<unsigned long>(sizeClass._elementSize) - size);
+    }
+    return element;
+  }
+
+  /// Gives back what `allocate` returned for the same size; `element` is not null. A size of 0 is
+  /// not filtered out: it names the class of the smallest elements.
+  void deallocate(void* element, unsigned long size) {
+    _classes[getIndex(static_cast<long>(size))]._allocator.deallocate(element);
+  }
+
+  /// Returns the bytes in use in all classes. Costs one pass over the classes.
+  [[nodiscard]] long getMemoryUsage() const;
+
+  /// Returns the bytes obtained from the heap: regions, and elements that are not pooled.
+  [[nodiscard]] long getTotalMemoryUsage() const;
+
+  /// Takes memory for elements of `elementSize` bytes (a multiple of 8) and lets the next block of
+  /// the class that serves them be larger. Throws `std::bad_alloc`, having changed nothing.
+  [[nodiscard]] Block obtainBlock(long elementSize);
+
+  /// Returns an empty text if the invariants of the pool, of all its classes and of `others`, which
+  /// draw their blocks from it, hold; else what is broken. Costs time and memory in the number of
+  /// free elements.
+  [[nodiscard]] std::string check(
+      std::initializer_list<const VakFixedSizeAllocatorI*> others = {}) const;
+
+ private:
+  /// What `getIndex` subtracts so that the first quarter above the small classes follows them.
+  static constexpr long FirstQuarter = 4 * 8 + 4 - SmallClasses;
+
+  /// A size class and the growth of its blocks, 64 bytes so that the words of the usual path of one
+  /// class lie together and an index is scaled by a shift.
+  struct alignas(16) SizeClass {
+    VakFixedSizeAllocatorI _allocator{8};
+    long _nextBlockBytes = 0;  ///< Upper bound of the next block of small elements.
+  };
+  static_assert(sizeof(SizeClass) == 64);
+
+  /// Heads every region. Elements start at the next multiple of 64.
+  struct Region {
+    Region* _next;         ///< The region obtained before this one; null at the first.
+    unsigned long _bytes;  ///< Bytes of the region, this header included.
+  };
+
+  [[noreturn, gnu::cold]] static void ThrowTooLarge();
+  static char* FirstElement(Region* region);
+
+  Region* obtainRegion(unsigned long bytes);
+  void obtainSlab();
+
+ public:
+  /// The classes by index, as `getIndex` gives it; they point into this object.
+  VakFixedSizeAllocatorI* _allocators[ClassCount];
+
+ private:
+  friend class VakMemoryCheck;  // Reads everything below in order to prove it.
+
+  SizeClass _classes[ClassCount];  ///< The classes by index.
+  Region* _regions = nullptr;      ///< Owned; newest region, null before the first.
+  char* _slabCursor = nullptr;     ///< Start of what is left of the newest slab, a multiple of 64.
+  char* _slabEnd = nullptr;        ///< End of the newest slab, a multiple of 64.
+  unsigned long _nextSlabBytes;    ///< Bytes of the slab that is obtained next.
+  long _bytesObtained = 0;         ///< Bytes of all regions.
+};

@@ -1,0 +1,57 @@
+// Marks memory as not to be touched for the address sanitizer, so that use of a pooled element
+// after it was given back, and of memory that was never handed out, is reported like any other use
+// after free. Without the sanitizer every function here is empty and costs nothing.
+//
+// The library and the application must agree on the sanitizer: the pool poisons and lifts the
+// poison in inline functions, and a program of which only one half does so is told of errors that
+// are none.
+#pragma once
+
+#if defined(__SANITIZE_ADDRESS__)
+#define VAK_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VAK_ADDRESS_SANITIZER 1
+#endif
+#endif
+
+#ifdef VAK_ADDRESS_SANITIZER
+#include <sanitizer/asan_interface.h>
+#endif
+
+#ifdef VAK_ADDRESS_SANITIZER
+
+/// True when the address sanitizer watches this program.
+inline constexpr bool VakPoisonsMemory = true;
+
+/// Makes every access to the `size` bytes at `start` an error until the poison is lifted.
+inline void VakPoison(const volatile void* start, unsigned long size) {
+  __asan_poison_memory_region(start, size);
+}
+
+/// Makes the `size` bytes at `start` usable again; they keep their contents.
+inline void VakUnpoison(const volatile void* start, unsigned long size) {
+  __asan_unpoison_memory_region(start, size);
+}
+
+/// Reads the byte at `address`, so that the sanitizer reports it if it is poisoned.
+inline void VakTouch(const volatile void* address) {
+  static_cast<void>(*static_cast<const volatile char*>(address));
+}
+
+/// Tells whether the byte at `address` is poisoned.
+[[nodiscard]] inline bool VakIsPoisoned(const volatile void* address) {
+  return __asan_address_is_poisoned(address) != 0;
+}
+
+#else
+
+inline constexpr bool VakPoisonsMemory = false;
+inline void VakPoison(const volatile void*, unsigned long) {}
+inline void VakUnpoison(const volatile void*, unsigned long) {}
+inline void VakTouch(const volatile void*) {}
+[[nodiscard]] inline bool VakIsPoisoned(const volatile void*) { return false; }
+
+#endif
+
+#undef VAK_ADDRESS_SANITIZER
