@@ -275,7 +275,9 @@ TEST_P(VakIdManagerTest, RandomBookingBehavesLikeAVectorWithAStackOfFreeOnes) {
     for (std::size_t i = 0; i < slots.size(); ++i) {
       const auto id = static_cast<VakInt>(i);
       ASSERT_EQ(manager.isLive(id), slots[i] != nullptr);
-      if (slots[i] != nullptr) ASSERT_EQ(manager._data[id], static_cast<void*>(slots[i]));
+      if (slots[i] != nullptr) {
+        ASSERT_EQ(manager._data[id], static_cast<void*>(slots[i]));
+      }
     }
     ASSERT_EQ(manager.check(), "");
     manager.end();
