@@ -12,7 +12,8 @@ find_package(GTest REQUIRED)
 #
 # A test is called by its folder below tests/ and its name: unit/vakbase/Subject.SentenceOfBehaviour, so
 # that `ctest -R ^unit/vakbase/` runs a folder. Its label is the kind of test, the first folder below
-# tests/. The kind thread is what runs under the thread sanitizer.
+# tests/. The target tests_<kind> builds the tests of a kind; the kind thread is what runs under the
+# thread sanitizer.
 function(vak_test)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES")
   if(NOT arg_NAME OR NOT arg_SOURCES OR arg_UNPARSED_ARGUMENTS)
@@ -25,6 +26,10 @@ function(vak_test)
   add_executable(${target} ${arg_SOURCES})
   vak_set_compiler(${target})
   target_link_libraries(${target} PRIVATE Vak::vak ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  if(NOT TARGET tests_${kind})
+    add_custom_target(tests_${kind})
+  endif()
+  add_dependencies(tests_${kind} ${target})
   gtest_discover_tests(
     ${target}
     TEST_PREFIX "${folder}/"

@@ -3,7 +3,9 @@
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 
-VakExtractableI::VakExtractableI(VakEnvI* env) : VakRttiEnvObjectI(env), id(-1) { env->init(this); }
+VakExtractableI::VakExtractableI(VakEnvI* env) : VakExtensibleRttiEnvObjectI(env), id(-1) {
+  env->init(this);
+}
 
 VakExtractableI::~VakExtractableI() noexcept(false) { unregister(); }
 

@@ -4,9 +4,10 @@
 // constraints, objectives and models.
 
 #include "vakenv/fwd.h"
-#include "vakenv/memory/env_object.h"
+#include "vakenv/properties/extensible_object.h"
 
-/// A modelling object, registered with its environment under an identifier.
+/// A modelling object, registered with its environment under an identifier. Like the environment it
+/// can carry a name, a user object and named properties, and pays one null pointer until it does.
 ///
 /// Made with VakCreate in the memory of its environment. It ends in one of four ways: through
 /// VakEnvI::destroy (which tells algorithms first), through a removal, by `delete`, or with the
@@ -20,8 +21,8 @@
 /// Registration happens in the constructor of this class and the last chance to unregister in its
 /// destructor, where the object's virtual functions are those of this class. A class whose typed
 /// lists or deleter must see it whole unregisters in a destructor of its own with unregister().
-class VakExtractableI : public VakRttiEnvObjectI {
-  VAK_RTTI(VakExtractableI, VakRttiEnvObjectI);
+class VakExtractableI : public VakExtensibleRttiEnvObjectI {
+  VAK_RTTI(VakExtractableI, VakExtensibleRttiEnvObjectI);
 
   /// Registers the object with `env`, which must not be null. Throws what VakEnvI::init throws; the
   /// object is not registered then.

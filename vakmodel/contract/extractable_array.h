@@ -31,9 +31,10 @@ class VakExtractableArray {
   /// The element at `index`, from 0 below the size: not checked.
   [[nodiscard]] VakExtractableI*& operator[](VakInt index) const;
 
-  /// Appends `e`. Throws std::bad_alloc and leaves the elements as they were.
+  /// Appends `e`. Throws what VakArrayI::grow throws, and leaves behind what it leaves.
   void add(VakExtractableI* e) const;
   /// Appends the elements that `other` has now; an empty handle and the array itself are allowed.
+  /// Throws as the other form.
   void add(VakExtractableArray other) const;
   /// Removes the last element, which must exist.
   void dropLast() const;

@@ -31,7 +31,7 @@ class Larger : public Plain<Base> {
 
 class Other {
  public:
-  virtual ~Other() = default;
+  virtual ~Other() noexcept(false) {}
   long number = 0;
 };
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <type_traits>
 
@@ -102,8 +103,9 @@ TEST(Env, IsEmptyAfterItsEnd) {
 }
 
 TEST(Env, KeepsItsEnvironmentWhenAnotherHandleGoes) {
-  VakScopedEnv env;
-  { const VakEnv copy = env.env; }
+  const VakScopedEnv env;
+  auto copy = std::make_unique<VakEnv>(env.env);
+  copy.reset();
   EXPECT_GE(env.env.getMemoryUsage(), 0);
 }
 

@@ -13,7 +13,7 @@
 #include <random>
 #include <vector>
 
-#include "tests/support/memory_mode.h"
+#include "tests/support/environment_mode.h"
 #include "tests/support/recording_local_env.h"
 #include "tests/support/scoped_env.h"
 
