@@ -156,11 +156,7 @@ void VakEnvI::endPlugIns() {
 
 // A bin that an exception left behind is released first, silently.
 void VakEnvI::endManagers() {
-  if (_recycleBin != nullptr) {
-    _recycleBin->end();
-    delete _recycleBin;
-    _recycleBin = nullptr;
-  }
+  closeRecycleBin();
   delete _idManager;
   delete _cloneManager;
 }
