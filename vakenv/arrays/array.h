@@ -185,7 +185,7 @@ class VakArray {
     const VakInt size = array->_size;
     array->growAhead(size + 1);
     array->_size = size + 1;
-    if (size >= 0) VakArray(array)[size] = x;
+    if (size >= 0) VakArray{array}.data(size) = x;
   }
 
   // Appends plain memory as it is, everything else value by value.
