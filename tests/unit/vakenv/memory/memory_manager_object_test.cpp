@@ -11,7 +11,7 @@
 #include "vakbase/allocation_stack.h"
 #include "vakenv/memory/create.h"
 #include "vakenv/memory/env.h"
-#include "vakenv/memory/stack_gen_alloc.h"
+#include "vaksupport/stack_gen_alloc.h"
 
 namespace {
 
