@@ -16,6 +16,13 @@
 //
 // Walks and watches live on the stack and nest; their lists are members of the environment.
 
+// The constructors below store the address of a local object, which the destructors take back; the
+// compiler sees only the first half of that.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
+#endif
+
 /// One running walk over elements that are linked by their member `next`.
 template <class T>
 class VakWalk {
@@ -75,3 +82,7 @@ class VakWatch {
   VakWatch* _outer;     ///< The watch entered before; null for none.
   const T* _object;     ///< The object watched; null when it has gone.
 };
+
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
