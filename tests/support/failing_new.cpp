@@ -11,6 +11,8 @@ std::atomic<long> _calls{0};  ///< Calls of operator new since a `VakFailingNew`
 std::atomic<long> _failingCall{0};  ///< The call that fails; 0: none.
 std::atomic<long> _blocks{0};       ///< Blocks obtained and not given back.
 
+std::atomic<VakHeapObserver*> _observer{nullptr};  ///< Told of blocks; null for none.
+
 /// Returns `size` bytes, or null when this call is to fail or the heap is exhausted.
 void* obtain(std::size_t size, std::size_t alignment) noexcept {
   if (++_calls == _failingCall.load()) return nullptr;
@@ -21,7 +23,10 @@ void* obtain(std::size_t size, std::size_t alignment) noexcept {
   } else if (posix_memalign(&block, alignment, bytes) != 0) {
     block = nullptr;
   }
-  if (block != nullptr) ++_blocks;
+  if (block != nullptr) {
+    ++_blocks;
+    if (VakHeapObserver* observer = _observer) observer->obtained(block, size);
+  }
   return block;
 }
 
@@ -34,6 +39,7 @@ void* obtainOrThrow(std::size_t size, std::size_t alignment) {
 void giveBack(void* block) noexcept {
   if (block == nullptr) return;
   --_blocks;
+  if (VakHeapObserver* observer = _observer) observer->givenBack(block);
   std::free(block);
 }
 
@@ -42,6 +48,10 @@ constexpr std::size_t Usual = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 std::size_t asBytes(std::align_val_t alignment) { return static_cast<std::size_t>(alignment); }
 
 }  // namespace
+
+VakHeapObserver::VakHeapObserver() noexcept { _observer = this; }
+
+VakHeapObserver::~VakHeapObserver() { _observer = nullptr; }
 
 VakFailingNew::VakFailingNew(long failAt) noexcept : _failAt(failAt) {
   _calls = 0;

@@ -4,7 +4,23 @@
 // delete replaced by ones that count. Unless a `VakFailingNew` lives they behave as ever.
 #pragma once
 
+#include <cstddef>
 #include <exception>
+
+/// Told of every block that comes from and goes back to the global operators while it lives. Its
+/// functions must not use the heap themselves. One thread at a time; at most one observer lives.
+class VakHeapObserver {
+ public:
+  VakHeapObserver() noexcept;
+  VakHeapObserver(const VakHeapObserver&) = delete;
+  VakHeapObserver& operator=(const VakHeapObserver&) = delete;
+  virtual ~VakHeapObserver();
+
+  /// `block` of `size` bytes was obtained.
+  virtual void obtained(void* block, std::size_t size) noexcept = 0;
+  /// `block` is about to be given back.
+  virtual void givenBack(void* block) noexcept = 0;
+};
 
 /// While it lives, counts the calls of the global operator new in all threads and lets one of them
 /// throw `std::bad_alloc` (or return null, in the forms that do not throw). At most one lives at a

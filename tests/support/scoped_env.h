@@ -1,0 +1,23 @@
+// An environment that ends with the scope of a test.
+#pragma once
+
+#include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/env.h"
+#include "vakenv/memory/tarn_alloc.h"
+
+/// Creates an environment and ends it at the end of the scope unless the test has done so.
+class VakScopedEnv {
+ public:
+  VakScopedEnv() = default;
+  ~VakScopedEnv() {
+    if (env.getImpl() != nullptr) env.end();
+  }
+  VakScopedEnv(const VakScopedEnv&) = delete;
+  VakScopedEnv& operator=(const VakScopedEnv&) = delete;
+
+  [[nodiscard]] VakEnvI* impl() const { return env.getImpl(); }
+  VakEnvI* operator->() const { return env.getImpl(); }
+  [[nodiscard]] VakTarnAlloc* allocator() const { return env.getImpl()->_allocator; }
+
+  VakEnv env;
+};

@@ -1,0 +1,173 @@
+// The end of an environment, in 16 steps.
+//
+// User destructors run in steps 1, 2, 3, 6, 7 and 11. Whatever they reach that is already gone is
+// harmless: destroyable calls without a list, identifier calls on an ended manager, release() and
+// giving memory back to the pool, which outlives all steps.
+
+#include "vakenv/core/environment_impl.h"
+#include "vakenv/domains/shared_domain_hash.h"
+#include "vakenv/memory/id_manager.h"
+#include "vakenv/memory/tarn_alloc.h"
+#include "vakenv/plugins/plugin_manager.h"
+#include "vakenv/properties/extension.h"
+#include "vakenv/registry/clone_manager.h"
+#include "vakenv/registry/destroyable.h"
+#include "vakenv/registry/recycle_bin.h"
+#include "vakmodel/contract/algorithm.h"
+#include "vakmodel/contract/extractable.h"
+#include "vaksupport/random.h"
+#include "vaksupport/symbol_table.h"
+
+namespace {
+
+// Holds a word at 1 for the life of a scope.
+class Raised {
+ public:
+  explicit Raised(VakInt& word) : _word(word) { _word = 1; }
+  ~Raised() { _word = 0; }
+  Raised(const Raised&) = delete;
+  Raised& operator=(const Raised&) = delete;
+
+ private:
+  VakInt& _word;
+};
+
+}  // namespace
+
+// A step that walks a list of user objects is entered again after a user destructor threw, because
+// the object that threw has left the list; every other step is over once it was entered.
+void VakEnvI::end() {
+  while (_endedSteps < EndSteps) {
+    const VakInt step = _endedSteps + 1;
+    const bool walksUserObjects = step == 2 || step == 3 || step == 7 || step == 11;
+    if (!walksUserObjects) _endedSteps = step;
+    runEndStep(step);
+    _endedSteps = step;
+  }
+}
+
+void VakEnvI::runEndStep(VakInt step) {
+  switch (step) {
+    case 1:
+      return endExtension();
+    case 2:
+      return endDestroyables();
+    case 3:
+      return endAlgorithms();
+    case 4:
+      _expander = nullptr;
+      return;  // it is an algorithm and ended as one
+    case 5:
+      return _typedLists.end(this);
+    case 6:
+      return unsetDeleter();
+    case 7:
+      return endExtractables();
+    case 8:
+      return _idManager->end();
+    case 9:
+      return endDomains();
+    case 10:
+      delete _random;
+      return;
+    case 11:
+      return endPlugIns();
+    case 12:
+      return endManagers();
+    case 13:
+      delete _symbolTable;
+      return;
+    case 14:
+      delete _termAllocator;
+      return;
+    case 15:
+      delete _allocator;
+      return;
+    default:
+      return endMarksAndLocalEnv();
+  }
+}
+
+void VakEnvI::endExtension() {
+  if (_extension == nullptr) return;
+  try {
+    _extension->end(_allocator);
+  } catch (...) {
+    _extension = nullptr;
+    throw;
+  }
+  _allocator->free(_extension, sizeof(VakExtension));
+  _extension = nullptr;
+}
+
+void VakEnvI::endDestroyables() {
+  {
+    const Raised ending(_ending);
+    _destroyables->destroyAll();
+  }
+  delete _destroyables;
+  _destroyables = nullptr;
+}
+
+// An algorithm that does not detach itself, or throws before it does, is unlinked here, so that the
+// end always comes. One that was deleted has detached itself in its destructor.
+void VakEnvI::endAlgorithms() {
+  while (_algorithms != nullptr) {
+    VakAlgorithmI* head = _algorithms;
+    try {
+      head->end();
+    } catch (...) {
+      if (_algorithms == head) _algorithms = head->next;
+      throw;
+    }
+    if (_algorithms == head) _algorithms = head->next;
+  }
+}
+
+// Only without pooled memory: the pool releases all such memory at once, and then this step is
+// skipped on purpose. A null slot belongs to a thread-safe booking and a hidden one to a removal
+// that was broken off: both only lose their identifier.
+void VakEnvI::endExtractables() {
+  if (_useMemoryManager != 0) return;
+  const Raised ending(_ending);
+  for (VakInt id = 0; id < _idManager->_size; ++id) {
+    void* slot = _idManager->_data[id];
+    if (_idManager->isLink(slot)) continue;
+    const bool live = _idManager->isLive(id);
+    _idManager->freeId(id);
+    if (!live) continue;
+    VakExtractableI* e = static_cast<VakExtractableI*>(slot);
+    e->id = -1;
+    delete e;
+  }
+}
+
+void VakEnvI::endDomains() {
+  delete _intDomains;
+  delete _numDomains;
+  _intDomains = nullptr;
+  _numDomains = nullptr;
+}
+
+// The manager goes when nothing is filed any more.
+void VakEnvI::endPlugIns() {
+  const Raised ending(_ending);
+  _plugInManager->end();
+  delete _plugInManager;
+}
+
+// A bin that an exception left behind is released first, silently.
+void VakEnvI::endManagers() {
+  closeRecycleBin();
+  delete _idManager;
+  delete _cloneManager;
+}
+
+void VakEnvI::endMarksAndLocalEnv() {
+  freeMarks();
+  while (_localEnv != nullptr) {
+    VakLocalEnvI* head = _localEnv;
+    _localEnv = head->_next;
+    delete head;
+  }
+}

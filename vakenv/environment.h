@@ -1,0 +1,13 @@
+#pragma once
+
+// What an application includes for environments, memory managers, exceptions and multithreading.
+
+#include "vakbase/exception.h"
+#include "vakbase/globals.h"
+#include "vakbase/numbers.h"
+#include "vakenv/core/multithreading.h"
+#include "vakenv/core/version.h"
+#include "vakenv/memory/env.h"
+#include "vakenv/memory/gen_alloc.h"
+#include "vakenv/memory/memory_manager.h"
+#include "vakenv/types/exceptions.h"

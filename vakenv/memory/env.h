@@ -1,0 +1,129 @@
+#pragma once
+
+// The handle of an environment.
+
+#include "vakbase/exception.h"
+#include "vakenv/fwd.h"
+#include "vakenv/memory/memory_manager.h"
+
+/// Handle of an environment: one pointer, copied freely, never an owner; null when empty.
+///
+/// An environment owns the memory of everything built in it and gives all of it back at end().
+/// Copies of a handle may outlive the environment and then dangle. Unless thread-safe allocation
+/// is on, one thread at a time uses an environment and everything in it.
+///
+/// Every operation on an empty handle throws VakEmptyHandleException, with the message
+/// "VakEnv: Using empty handle" unless the operation says otherwise.
+class VakEnv {
+ public:
+  class AbortException;
+  class IncompatibleMemoryManagerException;
+
+  /// Creates a new environment, which lives until end(). Throws VakMemoryException
+  /// ("not enough memory") and never std::bad_alloc.
+  VakEnv();
+  /// A handle on an existing environment; null makes an empty handle.
+  explicit VakEnv(VakEnvI* impl) : _impl(impl) {}
+  /// A handle on the environment that owns `manager`; nothing is created. Throws
+  /// IncompatibleMemoryManagerException when `manager` is not an environment's own allocator.
+  explicit VakEnv(VakMemoryManager manager);
+
+  [[nodiscard]] VakEnvI* getImpl() const { return _impl; }
+  friend bool operator==(VakEnv a, VakEnv b) { return a._impl == b._impl; }
+
+  /// Ends the environment with everything in it, then empties this handle. Exceptions of the
+  /// destructors of user objects pass on when everything is released.
+  void end();
+
+  /// The environment's own memory manager; lives as long as the environment.
+  [[nodiscard]] VakMemoryManager getMemoryManager() const;
+  /// Implicit on purpose: an environment can stand wherever a memory manager is taken.
+  operator VakMemoryManager() const { return getMemoryManager(); }
+
+  /// Bytes of model memory in use.
+  [[nodiscard]] VakInt getMemoryUsage() const;
+  /// Bytes of model memory obtained from the system, never below getMemoryUsage().
+  [[nodiscard]] VakInt getTotalMemoryUsage() const;
+  /// Bytes of the identifier table.
+  [[nodiscard]] VakInt getIdManagerMemoryUsage() const;
+  /// The text that names the library, its version and date.
+  [[nodiscard]] const char* getVersion() const;
+
+  /// Switches thread-safe allocation on (non-zero) or off; see VakEnvI::useMTSafeAllocation.
+  void useMTSafeAllocation(VakInt on) const;
+  /// Switches thread-safe normalization on (non-zero) or off; see VakEnvI::useMTSafeNormalization.
+  void useMTSafeNormalization(VakInt on) const;
+
+  // Symbols and random numbers. On an empty handle these throw "Using empty handle.".
+
+  /// The symbol of this name, or null.
+  [[nodiscard]] VakSymbolI* getSymbol(const char* name) const;
+  /// The symbol of this name, made if there is none.
+  VakSymbolI* makeSymbol(const char* name) const;
+  /// The environment's random generator, made on first use; lives as long as the environment.
+  [[nodiscard]] VakUniqueRandomI* getRandom() const;
+
+  // Name, user object and named properties of the environment. A null property name throws
+  // VakEmptyHandleException "VakEnv: Using empty string"; an empty property or set handle throws
+  // "VakNamedProperty: Using empty handle" or "VakNamedPropertySet: Using empty handle". The
+  // environment's own handle is tested first.
+
+  /// The environment's name, its own copy; null when it has none.
+  [[nodiscard]] const char* getName() const;
+  /// Stores a copy of `name`; null clears the name.
+  void setName(const char* name) const;
+  /// The user object, or null.
+  [[nodiscard]] VakAny getObject() const;
+  /// Stores a user object, which is not owned.
+  void setObject(VakAny object) const;
+  /// The set of the environment's properties, or an empty handle; creates nothing.
+  [[nodiscard]] VakNamedPropertySet getProperties() const;
+  /// Replaces the environment's properties by `set`, which it takes over; the old set is deleted.
+  void setProperties(VakNamedPropertySet set) const;
+  [[nodiscard]] VakInt hasProperty(const char* name) const;
+  /// Throws VakNamedPropertySet::NotPresent when there is none of this name.
+  [[nodiscard]] VakNamedProperty getProperty(const char* name) const;
+  [[nodiscard]] VakNamedPropertyI* getPropertyI(const char* name) const;
+  /// The value of a property by its C++ type, as in getProperty<VakNum>("gap"); the second form
+  /// gives `fallback` when there is no property of this name. Needs vakenv/properties.h, where
+  /// VakNamedPropertySet tells the types; a property of another kind throws
+  /// VakNamedPropertySet::BadType.
+  template <class T>
+  [[nodiscard]] auto getProperty(const char* name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(const char* name, T fallback) const;
+  /// Shares `property`, which must come from the environment's memory manager.
+  void addProperty(VakNamedProperty property) const;
+  /// Adds a copy of `property` made in the environment's memory.
+  void addClonedProperty(VakNamedProperty property) const;
+  /// Adds copies of all properties of `set`.
+  void addProperties(VakNamedPropertySet set) const;
+  void removeProperty(const char* name) const;
+  void removeAllProperties() const;
+  [[nodiscard]] VakInt getIntProperty(const char* name) const;
+  [[nodiscard]] VakNum getNumProperty(const char* name) const;
+  [[nodiscard]] VakAny getAnyProperty(const char* name) const;
+  /// The property's own copy of the text; not to be released.
+  [[nodiscard]] const char* getStringProperty(const char* name) const;
+  void setIntProperty(const char* name, VakInt value) const;
+  void setNumProperty(const char* name, VakNum value) const;
+  void setAnyProperty(const char* name, VakAny value) const;
+  void setStringProperty(const char* name, const char* value) const;
+
+  VakEnvI* _impl;  ///< The environment, not owned; null when the handle is empty.
+};
+
+/// For algorithms that are asked to stop: "VakEnv has been requested to abort.". The environment
+/// itself never throws it.
+class VakEnv::AbortException : public VakException {
+ public:
+  AbortException();
+  ~AbortException() override;
+};
+
+/// A memory manager belongs to no environment: "Incompatible memory manager".
+class VakEnv::IncompatibleMemoryManagerException : public VakException {
+ public:
+  IncompatibleMemoryManagerException();
+  ~IncompatibleMemoryManagerException() override;
+};

@@ -1,0 +1,13 @@
+#pragma once
+
+// An environment's allocation path for code below the environment in the layers, which knows the
+// environment by name only. Whoever sees the environment itself uses its inline members instead.
+
+#include "vakenv/fwd.h"
+
+/// `size` bytes of the environment's memory: through its local environment when one is installed,
+/// else from the size class; null for 0. Throws std::bad_alloc.
+[[nodiscard]] void* VakAllocateIn(VakEnvI* env, unsigned long size);
+
+/// Gives back what VakAllocateIn returned for the same `size`; null and 0 are ignored.
+void VakFreeIn(VakEnvI* env, void* p, unsigned long size);

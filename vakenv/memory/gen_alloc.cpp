@@ -1,0 +1,3 @@
+#include "vakenv/memory/gen_alloc.h"
+
+VakGenAlloc::~VakGenAlloc() noexcept(false) = default;

@@ -1,0 +1,9 @@
+#include "vakenv/memory/memory_manager.h"
+
+#include "vakenv/memory/tarn_alloc.h"
+
+VakEnvI* VakGetEnv(VakMemoryManager manager) {
+  VakGenAlloc* allocator = manager.getImpl();
+  if (allocator == nullptr || allocator->isType(VakTarnAlloc::GetTypeInfo()) == 0) return nullptr;
+  return static_cast<VakTarnAlloc*>(allocator)->env;
+}

@@ -1,0 +1,99 @@
+// The property operations of the environment's handle: the handle is tested first, then the
+// argument, then the environment does the work.
+
+#include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/env.h"
+#include "vakenv/properties/named_property.h"
+#include "vakenv/properties/property_set.h"
+#include "vakenv/types/exceptions.h"
+
+namespace {
+
+VakEnvI& tested(VakEnv env) {
+  if (env.getImpl() == nullptr) throw VakEmptyHandleException("VakEnv: Using empty handle");
+  return *env.getImpl();
+}
+
+VakEnvI& tested(VakEnv env, const char* name) {
+  VakEnvI& impl = tested(env);
+  if (name == nullptr) throw VakEmptyHandleException("VakEnv: Using empty string");
+  return impl;
+}
+
+VakEnvI& tested(VakEnv env, VakNamedProperty property) {
+  VakEnvI& impl = tested(env);
+  if (property.getImpl() == nullptr) {
+    throw VakEmptyHandleException("VakNamedProperty: Using empty handle");
+  }
+  return impl;
+}
+
+VakEnvI& tested(VakEnv env, VakNamedPropertySet set) {
+  VakEnvI& impl = tested(env);
+  if (set.getImpl() == nullptr) {
+    throw VakEmptyHandleException("VakNamedPropertySet: Using empty handle");
+  }
+  return impl;
+}
+
+}  // namespace
+
+const char* VakEnv::getName() const { return tested(*this).getName(); }
+void VakEnv::setName(const char* name) const { tested(*this).setName(name); }
+
+VakAny VakEnv::getObject() const { return tested(*this).getObject(); }
+void VakEnv::setObject(VakAny object) const { tested(*this).setObject(object); }
+
+VakNamedPropertySet VakEnv::getProperties() const {
+  return VakNamedPropertySet(tested(*this).getProperties());
+}
+void VakEnv::setProperties(VakNamedPropertySet set) const {
+  tested(*this, set).setProperties(set.getImpl());
+}
+
+VakInt VakEnv::hasProperty(const char* name) const { return tested(*this, name).hasProperty(name); }
+VakNamedProperty VakEnv::getProperty(const char* name) const {
+  return VakNamedProperty(tested(*this, name).getProperty(name));
+}
+VakNamedPropertyI* VakEnv::getPropertyI(const char* name) const {
+  return tested(*this, name).getProperty(name);
+}
+
+void VakEnv::addProperty(VakNamedProperty property) const {
+  tested(*this, property).addProperty(property.getImpl());
+}
+void VakEnv::addClonedProperty(VakNamedProperty property) const {
+  tested(*this, property).addClonedProperty(property.getImpl());
+}
+void VakEnv::addProperties(VakNamedPropertySet set) const {
+  tested(*this, set).addProperties(set.getImpl());
+}
+
+void VakEnv::removeProperty(const char* name) const { tested(*this, name).removeProperty(name); }
+void VakEnv::removeAllProperties() const { tested(*this).removeAllProperties(); }
+
+VakInt VakEnv::getIntProperty(const char* name) const {
+  return tested(*this, name).getIntProperty(name);
+}
+VakNum VakEnv::getNumProperty(const char* name) const {
+  return tested(*this, name).getNumProperty(name);
+}
+VakAny VakEnv::getAnyProperty(const char* name) const {
+  return tested(*this, name).getAnyProperty(name);
+}
+const char* VakEnv::getStringProperty(const char* name) const {
+  return tested(*this, name).getStringProperty(name);
+}
+
+void VakEnv::setIntProperty(const char* name, VakInt value) const {
+  tested(*this, name).setIntProperty(name, value);
+}
+void VakEnv::setNumProperty(const char* name, VakNum value) const {
+  tested(*this, name).setNumProperty(name, value);
+}
+void VakEnv::setAnyProperty(const char* name, VakAny value) const {
+  tested(*this, name).setAnyProperty(name, value);
+}
+void VakEnv::setStringProperty(const char* name, const char* value) const {
+  tested(*this, name).setStringProperty(name, value);
+}

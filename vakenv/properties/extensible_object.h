@@ -1,0 +1,39 @@
+#pragma once
+
+// Objects that carry a name, a user object and named properties, all made on first need: an object
+// that never uses them pays one null pointer.
+
+#include "vakenv/fwd.h"
+#include "vakenv/memory/env_object.h"
+#include "vakenv/memory/memory_manager_object.h"
+#include "vakenv/properties/property_owner.h"
+
+/// An extensible object in the memory of a memory manager, which also serves its extension.
+class VakExtensibleRttiMemoryManagerObjectI
+    : public VakRttiMemoryManagerObjectI,
+      public VakPropertyOwner<VakExtensibleRttiMemoryManagerObjectI> {
+  VAK_RTTI(VakExtensibleRttiMemoryManagerObjectI, VakRttiMemoryManagerObjectI);
+
+  explicit VakExtensibleRttiMemoryManagerObjectI(VakMemoryManager manager);
+  /// Ends the extension and gives it back.
+  ~VakExtensibleRttiMemoryManagerObjectI() noexcept(false) override;
+
+  VakExtension* _extension;  ///< Owned; null until first needed.
+};
+
+/// An extensible object in the memory of an environment, whose own allocator serves its extension.
+class VakExtensibleRttiEnvObjectI : public VakRttiEnvObjectI,
+                                    public VakPropertyOwner<VakExtensibleRttiEnvObjectI> {
+  VAK_RTTI(VakExtensibleRttiEnvObjectI, VakRttiEnvObjectI);
+
+  explicit VakExtensibleRttiEnvObjectI(VakEnvI* env);
+  /// Ends the extension and gives it back.
+  ~VakExtensibleRttiEnvObjectI() noexcept(false) override;
+
+  VakExtension* _extension;  ///< Owned; null until first needed.
+};
+
+static_assert(sizeof(VakExtensibleRttiMemoryManagerObjectI) ==
+              sizeof(VakRttiMemoryManagerObjectI) + sizeof(VakExtension*));
+static_assert(sizeof(VakExtensibleRttiEnvObjectI) ==
+              sizeof(VakRttiEnvObjectI) + sizeof(VakExtension*));

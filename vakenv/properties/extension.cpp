@@ -1,0 +1,116 @@
+#include "vakenv/properties/extension.h"
+
+#include <cstring>
+#include <new>
+
+#include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/create.h"
+#include "vakenv/memory/tarn_alloc.h"
+#include "vakenv/properties/property_set_impl.h"
+#include "vakenv/properties/text.h"
+
+namespace {
+
+void freeText(VakGenAlloc* allocator, char* text) {
+  if (text != nullptr) allocator->free(text, std::strlen(text) + 1);
+}
+
+char* copyText(VakGenAlloc* allocator, const char* text) {
+  if (text == nullptr) return nullptr;
+  const unsigned long size = std::strlen(text) + 1;
+  return static_cast<char*>(std::memcpy(allocator->alloc(size), text, size));
+}
+
+}  // namespace
+
+// ---- VakObjectExtension
+// ---------------------------------------------------------------------------
+
+void VakExtension::VakObjectExtension::createProperties(VakGenAlloc* allocator) {
+  _properties = VakCreate<VakNamedPropertySetI>(allocator);
+}
+
+void VakExtension::VakObjectExtension::end() {
+  VakNamedPropertySetI* held = _properties;
+  _properties = nullptr;
+  _object = nullptr;
+  delete held;
+}
+
+// ---- VakExtension
+// ---------------------------------------------------------------------------------
+
+VakExtension::VakExtension(VakGenAlloc* allocator, const char* name, void* object)
+    : VakExtension() {
+  try {
+    if (name != nullptr) setName(allocator, name);
+    if (object != nullptr) setObject(allocator, object);
+  } catch (...) {
+    end(allocator);
+    throw;
+  }
+}
+
+VakExtension::VakExtension(VakEnvI* env, const char* name, void* object)
+    : VakExtension(env->_allocator, name, object) {}
+
+VakExtension* VakExtension::getOrMake(VakGenAlloc* allocator, VakExtension** slot) {
+  if (*slot == nullptr) *slot = ::new (allocator->alloc(sizeof(VakExtension))) VakExtension();
+  return *slot;
+}
+
+VakExtension* VakExtension::getOrMake(VakEnvI* env, VakExtension** slot) {
+  return getOrMake(env->_allocator, slot);
+}
+
+VakExtension::VakObjectExtension* VakExtension::getOrMakeObjectExtension(VakGenAlloc* allocator) {
+  if (_objectExtension == nullptr) {
+    _objectExtension = ::new (allocator->alloc(sizeof(VakObjectExtension))) VakObjectExtension();
+  }
+  return _objectExtension;
+}
+
+void VakExtension::setName(VakGenAlloc* allocator, const char* name) {
+  if (VakLiesInside(name, _name)) {
+    char* copy = copyText(allocator, name);
+    freeText(allocator, _name);
+    _name = copy;
+    return;
+  }
+  freeText(allocator, _name);
+  _name = nullptr;
+  _name = copyText(allocator, name);
+}
+
+void VakExtension::setName(VakEnvI* env, const char* name) { setName(env->_allocator, name); }
+
+void VakExtension::setObject(VakGenAlloc* allocator, void* object) {
+  getOrMakeObjectExtension(allocator)->_object = object;
+}
+
+void VakExtension::setObject(VakEnvI* env, void* object) { setObject(env->_allocator, object); }
+
+// The pointer is emptied while the old set is deleted, so that an exception out of a property's
+// destructor does not leave it on a half-deleted set.
+void VakExtension::setProperties(VakNamedPropertySetI* set) {
+  if (_objectExtension == nullptr) {
+    if (set != nullptr) getOrMakeObjectExtension(set->_memoryManager)->_properties = set;
+    return;
+  }
+  VakNamedPropertySetI* held = _objectExtension->_properties;
+  _objectExtension->_properties = nullptr;
+  delete held;
+  _objectExtension->_properties = set;
+}
+
+void VakExtension::end(VakGenAlloc* allocator) {
+  if (_objectExtension != nullptr) {
+    _objectExtension->end();
+    allocator->free(_objectExtension, sizeof(VakObjectExtension));
+    _objectExtension = nullptr;
+  }
+  freeText(allocator, _name);
+  _name = nullptr;
+}
+
+void VakExtension::end(VakEnvI* env) { end(env->_allocator); }

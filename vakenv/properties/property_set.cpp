@@ -1,0 +1,105 @@
+#include "vakenv/properties/property_set.h"
+
+#include "vakenv/memory/create.h"
+#include "vakenv/properties/text.h"
+#include "vakenv/types/exceptions.h"
+
+namespace {
+
+VakNamedPropertyI* required(VakNamedProperty property) {
+  if (property.getImpl() == nullptr) {
+    throw VakEmptyHandleException("VakNamedProperty: Using empty handle");
+  }
+  return property.getImpl();
+}
+
+}  // namespace
+
+// ---- Exceptions
+// -----------------------------------------------------------------------------------
+
+VakNamedPropertySet::BadType::BadType(const char* name) : VakException(name, 0) {}
+VakNamedPropertySet::BadType::~BadType() = default;
+
+void VakNamedPropertySet::BadType::print(std::ostream& out) const {
+  out << "Named property <";
+  VakWriteText(out, getMessage());
+  out << "> has wrong type";
+}
+
+VakNamedPropertySet::AlreadyPresent::AlreadyPresent(const char* name) : VakException(name, 0) {}
+VakNamedPropertySet::AlreadyPresent::~AlreadyPresent() = default;
+
+void VakNamedPropertySet::AlreadyPresent::print(std::ostream& out) const {
+  out << "Named property <";
+  VakWriteText(out, getMessage());
+  out << "> already present";
+}
+
+VakNamedPropertySet::NotPresent::NotPresent(const char* name, const VakNamedPropertyI* property)
+    : VakException(name, 0), _property(property) {}
+VakNamedPropertySet::NotPresent::~NotPresent() = default;
+
+void VakNamedPropertySet::NotPresent::print(std::ostream& out) const {
+  out << "Named property <";
+  if (_property != nullptr) {
+    out << static_cast<const void*>(_property);
+  } else {
+    VakWriteText(out, getMessage());
+  }
+  out << "> not present";
+}
+
+// ---- The handle
+// -----------------------------------------------------------------------------------
+
+VakNamedPropertySet::VakNamedPropertySet(VakMemoryManager manager)
+    : _impl(VakCreate<VakNamedPropertySetI>(manager)) {}
+
+VakNamedPropertySetI& VakNamedPropertySet::impl() const {
+  if (_impl == nullptr) throw VakEmptyHandleException("VakNamedPropertySet: Using empty handle");
+  return *_impl;
+}
+
+void VakNamedPropertySet::fastAdd(VakNamedProperty property) const {
+  impl().fastAdd(required(property));
+}
+
+void VakNamedPropertySet::addProperty(VakNamedProperty property) const {
+  impl().addProperty(required(property));
+}
+
+void VakNamedPropertySet::addClonedProperty(VakNamedProperty property) const {
+  impl().addClonedProperty(required(property));
+}
+
+bool VakNamedPropertySet::hasProperty(const char* name) const {
+  return impl().getElem(name) != nullptr;
+}
+
+VakNamedProperty VakNamedPropertySet::getProperty(const char* name) const {
+  return VakNamedProperty(impl().getProperty(name));
+}
+
+void VakNamedPropertySet::removeProperty(const char* name) const { impl().removeProperty(name); }
+
+void VakNamedPropertySet::removeProperty(VakNamedProperty property) const {
+  impl().removeProperty(required(property));
+}
+
+void VakNamedPropertySet::removeAllProperties() const { impl().removeAllProperties(); }
+
+VakNamedPropertySet VakNamedPropertySet::makeClone(VakMemoryManager manager) const {
+  return VakNamedPropertySet(impl().makeClone(manager));
+}
+
+VakNamedPropertySet VakNamedPropertySet::makeDeepCopy(VakMemoryManager manager) const {
+  return VakNamedPropertySet(impl().makeDeepCopy(manager));
+}
+
+VakNamedPropertySet::Range VakNamedPropertySet::all() const { return Range(_impl); }
+
+void VakNamedPropertySet::end() {
+  delete &impl();
+  _impl = nullptr;
+}

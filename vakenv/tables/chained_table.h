@@ -1,0 +1,316 @@
+#pragma once
+
+// Separate chaining with caller-given hash and equality functions: the algorithm that the two hash
+// tables of the library share. The tables hold the fields and say where memory comes from; this
+// file holds everything else.
+//
+//   VakHashTable     items and buckets from the general heap    hash_table.h
+//   VakEnvHashTable  items and buckets from an environment      env_hash_table.h
+//
+// Glossary
+//   item     one entry: key, value and the link to the next entry of its chain
+//   bucket   head of a chain; the hash function maps a key to the index of its bucket
+//   rehash   moving all items, uncopied, into another number of buckets
+
+#include <string>
+#include <utility>
+
+#include "vakbase/exception.h"
+#include "vakbase/numbers.h"
+
+/// Status codes of the table operations.
+inline constexpr VakInt VakHashDone = 0;
+inline constexpr VakInt VakHashNotFound = 1;
+inline constexpr VakInt VakHashPresent = 2;
+
+/// A table that holds more items than this for each bucket doubles the number of its buckets.
+inline constexpr VakInt VakHashItemsPerBucket = 2;
+
+/// More buckets than this cannot be addressed.
+inline constexpr VakInt VakHashMaxBuckets = VakInt{1} << 59;
+
+/// One entry of a table, owned by it.
+template <class K, class V>
+class VakHashItem {
+ public:
+  VakHashItem(K key, V value) : _next(nullptr), _key(std::move(key)), _value(std::move(value)) {}
+
+  [[nodiscard]] K getKey() const { return _key; }
+  [[nodiscard]] V getValue() const { return _value; }
+  [[nodiscard]] VakHashItem* getNext() const { return _next; }
+  void setNext(VakHashItem* next) { _next = next; }
+  /// Puts an equal key in the place of the key; one that hashes elsewhere would not be found.
+  void setKey(K key) { _key = std::move(key); }
+  void setValue(V value) { _value = std::move(value); }
+
+  VakHashItem* _next;  ///< Next item of the chain; null at its end.
+  K _key;              ///< What the item is found by; what it points to is not owned.
+  V _value;            ///< What belongs to the key; what it points to is not owned.
+};
+
+/// The algorithm over the fields of `Table`, which derives from this class. No data of its own.
+///
+/// `Table` has the fields _nbItems, _size, _hash, _compare and _buckets, and four operations that
+/// know its memory: takeBuckets(n) gives n null buckets, giveBuckets(b, n) takes them back and
+/// ignores null, makeItem(key, value) and giveItem(item) do the same for one item. Taking throws
+/// and changes nothing when memory runs out.
+///
+/// Invariant: every item is chained in bucket _hash(key, _size), no two keys are equal, and
+/// _nbItems is the sum of the lengths of the chains. Without buckets there are no items.
+///
+/// What a hash or equality function throws passes on unchanged, and the table is then as before;
+/// so it is when memory runs out. The functions must answer the same for the same arguments and
+/// must not change the table.
+template <class Table, class K, class V>
+class VakChainedTable {
+ public:
+  using Item = VakHashItem<K, V>;
+  using HashFunction = VakInt (*)(K key, VakInt size);
+  using CompareFunction = VakInt (*)(K a, K b);
+  class Iterator;
+
+  /// Enters a pair in front of its chain: VakHashDone, or VakHashPresent when there is an equal
+  /// key, whose value then stays. Makes the buckets if there are none, doubles them when they hold
+  /// more than two items each. Throws VakWrongUsage ("Hash function returned bad index") and what
+  /// the table throws when memory runs out; the pair is then not in the table. Constant time,
+  /// doubling apart.
+  VakInt add(K key, V value) {
+    Table& table = self();
+    requireBuckets();
+    Item** bucket = table._buckets + indexOf(key, table._size);
+    if (linkOf(bucket, key) != nullptr) return VakHashPresent;
+    Item* item = table.makeItem(std::move(key), std::move(value));
+    item->_next = *bucket;
+    *bucket = item;
+    ++table._nbItems;
+    if (table._nbItems > VakHashItemsPerBucket * table._size) [[unlikely]]
+      growFor(item);
+    return VakHashDone;
+  }
+
+  /// Writes the value of `key` to `value`: VakHashDone, or VakHashNotFound, which leaves `value` as
+  /// it is. Throws VakWrongUsage ("Hash function returned bad index"). Constant time.
+  [[nodiscard]] VakInt find(K key, V& value) const {
+    const Table& table = self();
+    if (table._buckets == nullptr) return VakHashNotFound;
+    const CompareFunction compare = table._compare;
+    for (const Item* item = table._buckets[indexOf(key, table._size)]; item != nullptr;
+         item = item->_next) {
+      if (compare(item->_key, key) != 0) {
+        value = item->_value;
+        return VakHashDone;
+      }
+    }
+    return VakHashNotFound;
+  }
+
+  /// Unlinks and frees the item of `key`: VakHashDone, or VakHashNotFound. Makes the buckets if
+  /// there are none; never takes buckets away. Throws what add() throws. Constant time.
+  VakInt remove(K key) {
+    Table& table = self();
+    requireBuckets();
+    Item** link = linkOf(table._buckets + indexOf(key, table._size), key);
+    if (link == nullptr) return VakHashNotFound;
+    Item* item = *link;
+    *link = item->_next;
+    table.giveItem(item);
+    --table._nbItems;
+    return VakHashDone;
+  }
+
+  /// Rehashes into `newSize` buckets, in these steps:
+  /// 1. take the new buckets;
+  /// 2. ask the hash function for every index and check it;
+  /// 3. push the items onto the new chains, old bucket by old bucket in chain order, so that chains
+  ///    come out reversed;
+  /// 4. give the old buckets back and take over the new ones with their number.
+  /// Throws what add() throws; the table is then as before. Two hash calls an item.
+  void reMod(VakInt newSize) {
+    Table& table = self();
+    Item** fresh = table.takeBuckets(newSize);
+    if (table._buckets != nullptr) {
+      try {
+        checkIndices(newSize);
+        moveItems(fresh, newSize);
+      } catch (...) {
+        table.giveBuckets(fresh, newSize);
+        throw;
+      }
+      table.giveBuckets(table._buckets, table._size);
+    }
+    table._buckets = fresh;
+    table._size = newSize;
+  }
+
+  /// Gives back all items and the buckets. The table is empty then, without buckets, and may be
+  /// used again with as many buckets as it had. What keys and values point to is not touched.
+  void end() {
+    Table& table = self();
+    if (table._buckets != nullptr) {
+      for (VakInt b = 0; b < table._size; ++b) {
+        while (Item* item = table._buckets[b]) {
+          table._buckets[b] = item->_next;
+          table.giveItem(item);
+        }
+      }
+      table.giveBuckets(table._buckets, table._size);
+      table._buckets = nullptr;
+    }
+    table._nbItems = 0;
+  }
+
+  /// An empty text if the invariant holds, else what is broken. Costs one hash call an item.
+  [[nodiscard]] std::string check() const {
+    const Table& table = self();
+    if (table._buckets == nullptr) {
+      return table._nbItems == 0 ? "" : "a table without buckets counts items";
+    }
+    VakInt items = 0;
+    for (VakInt b = 0; b < table._size; ++b) {
+      for (const Item* item = table._buckets[b]; item != nullptr; item = item->_next) {
+        if (++items > table._nbItems) return "the chains hold more items than the table counts";
+        if (table._hash(item->_key, table._size) != b) return "an item is in the wrong bucket";
+        for (const Item* other = item->_next; other != nullptr; other = other->_next) {
+          if (table._compare(item->_key, other->_key) != 0) return "a key is there twice";
+        }
+      }
+    }
+    return items == table._nbItems ? "" : "the chains hold fewer items than the table counts";
+  }
+
+ protected:
+  VakChainedTable() = default;
+  ~VakChainedTable() = default;
+
+  /// Makes the buckets if there are none.
+  void requireBuckets() {
+    Table& table = self();
+    if (table._buckets == nullptr) [[unlikely]]
+      table._buckets = table.takeBuckets(table._size);
+  }
+
+ private:
+  Table& self() { return static_cast<Table&>(*this); }
+  const Table& self() const { return static_cast<const Table&>(*this); }
+
+  [[noreturn, gnu::cold, gnu::noinline]] static void ThrowBadIndex() {
+    throw VakWrongUsage("Hash function returned bad index");
+  }
+
+  // One comparison rules out negative indices too.
+  VakInt indexOf(K key, VakInt size) const {
+    const VakInt index = self()._hash(key, size);
+    if (static_cast<unsigned long>(index) >= static_cast<unsigned long>(size)) [[unlikely]] {
+      ThrowBadIndex();
+    }
+    return index;
+  }
+
+  // The bucket or link that holds the item of `key`, so that it can be taken out; null if none.
+  Item** linkOf(Item** link, K key) const {
+    const CompareFunction compare = self()._compare;
+    for (; *link != nullptr; link = &(*link)->_next) {
+      if (compare((*link)->_key, key) != 0) return link;
+    }
+    return nullptr;
+  }
+
+  // Doubles the buckets for the item that was one too many, which goes again if that fails. It is
+  // looked for by its address, since a broken hash function need not lead to it.
+  [[gnu::noinline]] void growFor(Item* item) {
+    Table& table = self();
+    try {
+      reMod(2 * table._size);
+    } catch (...) {
+      for (VakInt b = 0; b < table._size; ++b) {
+        Item** link = table._buckets + b;
+        while (*link != nullptr && *link != item) link = &(*link)->_next;
+        if (*link == item) *link = item->_next;
+      }
+      table.giveItem(item);
+      --table._nbItems;
+      throw;
+    }
+  }
+
+  void checkIndices(VakInt newSize) const {
+    const Table& table = self();
+    for (VakInt b = 0; b < table._size; ++b) {
+      for (const Item* item = table._buckets[b]; item != nullptr; item = item->_next) {
+        static_cast<void>(indexOf(item->_key, newSize));
+      }
+    }
+  }
+
+  // Empties the old buckets into the new ones. The indices were checked, but the function is the
+  // caller's: should it fail only now, everything goes back.
+  void moveItems(Item** fresh, VakInt newSize) {
+    Table& table = self();
+    try {
+      for (VakInt b = 0; b < table._size; ++b) {
+        while (Item* item = table._buckets[b]) {
+          const VakInt index = indexOf(item->_key, newSize);
+          table._buckets[b] = item->_next;
+          item->_next = fresh[index];
+          fresh[index] = item;
+        }
+      }
+    } catch (...) {
+      moveBack(fresh, newSize);
+      throw;
+    }
+  }
+
+  void moveBack(Item** fresh, VakInt newSize) {
+    Table& table = self();
+    for (VakInt b = 0; b < newSize; ++b) {
+      while (Item* item = fresh[b]) {
+        fresh[b] = item->_next;
+        Item** bucket = table._buckets + oldIndexOf(item);
+        item->_next = *bucket;
+        *bucket = item;
+      }
+    }
+  }
+
+  // Where an item goes back to. An item whose key has no bucket any more stays in the first one, so
+  // that it is still counted and freed.
+  VakInt oldIndexOf(const Item* item) const {
+    try {
+      return indexOf(item->_key, self()._size);
+    } catch (...) {
+      return 0;
+    }
+  }
+};
+
+/// Walks all items of a table, bucket by bucket in chain order. Any change of the table ends the
+/// walk, but values may be set.
+template <class Table, class K, class V>
+class VakChainedTable<Table, K, V>::Iterator {
+ public:
+  /// Stands on the first item.
+  explicit Iterator(const VakChainedTable& table) : _table(table.self()) { skipEmptyBuckets(); }
+
+  /// True while the walk stands on an item.
+  [[nodiscard]] bool ok() const { return _item != nullptr; }
+  /// The present item; ok() must hold.
+  Item& operator*() const { return *_item; }
+  Item* operator->() const { return _item; }
+  /// Goes on to the next item; ok() must hold.
+  Iterator& operator++() {
+    _item = _item->_next;
+    skipEmptyBuckets();
+    return *this;
+  }
+
+ private:
+  void skipEmptyBuckets() {
+    if (_table._buckets == nullptr) return;
+    while (_item == nullptr && _bucket < _table._size) _item = _table._buckets[_bucket++];
+  }
+
+  const Table& _table;    ///< Not owned.
+  VakInt _bucket = 0;     ///< The bucket after that of the present item.
+  Item* _item = nullptr;  ///< The present item; null when the walk is over.
+};

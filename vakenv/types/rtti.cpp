@@ -1,0 +1,31 @@
+#include "vakenv/types/rtti.h"
+
+#include "vakenv/core/environment_impl.h"
+
+VakInt VakRtti::_counter = 0;
+
+VakTypeInfo VakGetBaseTypeInfo(VakTypeInfo type) {
+  return reinterpret_cast<VakTypeInfo (*)()>(type)();
+}
+
+VakRtti::~VakRtti() noexcept(false) = default;
+
+VakTypeInfo VakRtti::GetBaseTypeInfo() {
+  VakKeepDistinct(_counter);
+  return nullptr;
+}
+
+VakInt VakRtti::getTypeIndex() const { return 0; }
+
+VakTypeInfo VakRtti::getTypeInfo() const { return GetTypeInfo(); }
+
+VakInt VakRtti::isType(VakTypeInfo type) const { return type == GetTypeInfo() ? 1 : 0; }
+
+void VakRtti::AssignTypeIndex(VakInt& index) {
+  if (VakEnvI::Mutex != nullptr) VakEnvI::Mutex->lock();
+  std::atomic_ref<VakInt> word(index);
+  if (word.load(std::memory_order_relaxed) == 0) {
+    word.store(++_counter, std::memory_order_release);
+  }
+  if (VakEnvI::Mutex != nullptr) VakEnvI::Mutex->unlock();
+}
