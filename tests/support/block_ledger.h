@@ -33,3 +33,24 @@ class VakBlockLedger {
  private:
   std::map<void*, unsigned long> _sizes;
 };
+
+/// Runs `attempt` again and again, the k-th time with its k-th request to `ledger` failing, until
+/// no request is left to fail. Calls `afterFailure` each time std::bad_alloc came out. Returns the
+/// number of failures, or -1 when a request failed without std::bad_alloc coming out.
+template <class Attempt, class AfterFailure>
+long VakFailEachRequest(VakBlockLedger& ledger, Attempt attempt, AfterFailure afterFailure) {
+  for (long k = 1;; ++k) {
+    ledger.failAt = ledger.requests + k;
+    const long failing = ledger.failAt;
+    bool threw = false;
+    try {
+      attempt();
+    } catch (const std::bad_alloc&) {
+      threw = true;
+    }
+    ledger.failAt = 0;
+    if (ledger.requests < failing) return k - 1;
+    if (!threw) return -1;
+    afterFailure();
+  }
+}

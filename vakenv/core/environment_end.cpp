@@ -39,7 +39,7 @@ class Raised {
 void VakEnvI::end() {
   while (_endedSteps < EndSteps) {
     const VakInt step = _endedSteps + 1;
-    const bool walksUserObjects = step == 2 || step == 3 || step == 7;
+    const bool walksUserObjects = step == 2 || step == 3 || step == 7 || step == 11;
     if (!walksUserObjects) _endedSteps = step;
     runEndStep(step);
     _endedSteps = step;
@@ -149,18 +149,16 @@ void VakEnvI::endDomains() {
   _numDomains = nullptr;
 }
 
+// The manager goes when nothing is filed any more.
 void VakEnvI::endPlugIns() {
   const Raised ending(_ending);
+  _plugInManager->end();
   delete _plugInManager;
 }
 
 // A bin that an exception left behind is released first, silently.
 void VakEnvI::endManagers() {
-  if (_recycleBin != nullptr) {
-    _recycleBin->end();
-    delete _recycleBin;
-    _recycleBin = nullptr;
-  }
+  closeRecycleBin();
   delete _idManager;
   delete _cloneManager;
 }

@@ -24,6 +24,7 @@
 #include "vakenv/core/local_env.h"
 #include "vakenv/core/multithreading.h"
 #include "vakenv/fwd.h"
+#include "vakenv/registry/registry_state.h"
 #include "vakenv/types/rtti.h"
 #include "vakenv/utilities/null_stream.h"
 #include "vakenv/utilities/timer.h"
@@ -137,12 +138,19 @@ class VakEnvI {
   /// Takes `d` off the list; an absent one is ignored.
   void removeDestroyable(VakDestroyableI* d);
 
+  /// Number of live destroyables that the environment will not delete: made in thread-safe mode, or
+  /// taken off the list.
+  [[nodiscard]] VakInt getUnlistedDestroyables() const;
+
   // ---- Registry: extractables, algorithms, changes ----------------------------------------------
 
   /// Registers an extractable: identifier, typed lists, deleter. Undone when it fails half way.
   void init(VakExtractableI* e);
   /// Unregisters an extractable; its identifier is -1 afterwards.
   void finit(VakExtractableI* e);
+  /// Number of identifiers that stay booked until the end because their extractables went in
+  /// thread-safe mode.
+  [[nodiscard]] VakInt getUnreleasedIds() const;
   /// Attaches `a` in front of the other algorithms.
   void addAlgorithm(VakAlgorithmI* a);
   /// Detaches `a`, which must be attached: not checked.
@@ -290,7 +298,8 @@ class VakEnvI {
 
   // ---- Trailing members: state of mechanisms beside the documented record -----------------------
 
-  VakInt _endedSteps = 0;  ///< Steps of end() that are done: 0 while alive, 16 when ended.
+  VakInt _endedSteps = 0;      ///< Steps of end() that are done: 0 while alive, 16 when ended.
+  VakRegistryState _registry;  ///< Walks, lists of the running removal, locks of thread-safe mode.
 
  private:
   void makeServices();
@@ -304,6 +313,13 @@ class VakEnvI {
   void endPlugIns();
   void endManagers();
   void endMarksAndLocalEnv();
+  // Strikes `e`, whose registration ends, wherever the registry would go on to use it.
+  void forgetExtractable(const VakExtractableI* e);
+  void leaveSlot(const VakExtractableI* e);
+  void openRecycleBin();
+  void finishRemoval();
+  // Releases the recycle bin silently; nothing when there is none.
+  void closeRecycleBin();
   // A block for this many identifiers, cleared. Throws VakMemoryException.
   static void** newMarkArray(VakInt identifiers);
 };

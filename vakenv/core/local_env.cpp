@@ -26,6 +26,8 @@ void VakMTSafeLocalEnvI::free(void* p, unsigned long size) {
 
 VakInt VakMTSafeLocalEnvI::init(VakExtractableI* /*e*/) {
   const VakMutexGuard guard(_env->_mutex);
+  // finit touches slots without the environment's mutex, whose locks are counted.
+  const std::scoped_lock slots(_env->_registry.slotsLock);
   return bookId();
 }
 

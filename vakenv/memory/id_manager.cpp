@@ -55,15 +55,17 @@ std::string VakIdManager::check() const {
   if (_size < 0 || _size > _capacity) return "the size is outside the table";
   if (_data == nullptr) return _free == nullptr ? "" : "a free slot without a table";
   std::vector<bool> seen(static_cast<std::size_t>(_capacity));
-  void** slot = _free;
+  const void* link = _free;
   while (true) {
-    if (!isLink(slot)) return "the free list leaves the table";
-    const auto i = static_cast<std::size_t>(slot - _data);
-    if (slot != _data + i) return "the free list runs between two slots";
-    if (slot == _data + _capacity - 1) return "";
-    if (seen[i]) return "the free list runs in a circle";
-    seen[i] = true;
-    slot = static_cast<void**>(*slot);
+    if (!isLink(link)) return "the free list leaves the table";
+    const unsigned long offset =
+        reinterpret_cast<unsigned long>(link) - reinterpret_cast<unsigned long>(_data);
+    if (offset % sizeof(void*) != 0) return "the free list runs between two slots";
+    const unsigned long slot = offset / sizeof(void*);
+    if (slot + 1 == seen.size()) return "";
+    if (seen[slot]) return "the free list runs in a circle";
+    seen[slot] = true;
+    link = _data[slot];
   }
 }
 

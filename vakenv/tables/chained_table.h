@@ -13,6 +13,7 @@
 //   rehash   moving all items, uncopied, into another number of buckets
 
 #include <string>
+#include <utility>
 
 #include "vakbase/exception.h"
 #include "vakbase/numbers.h"
@@ -32,15 +33,15 @@ inline constexpr VakInt VakHashMaxBuckets = VakInt{1} << 59;
 template <class K, class V>
 class VakHashItem {
  public:
-  VakHashItem(K key, V value) : _next(nullptr), _key(key), _value(value) {}
+  VakHashItem(K key, V value) : _next(nullptr), _key(std::move(key)), _value(std::move(value)) {}
 
   [[nodiscard]] K getKey() const { return _key; }
   [[nodiscard]] V getValue() const { return _value; }
   [[nodiscard]] VakHashItem* getNext() const { return _next; }
   void setNext(VakHashItem* next) { _next = next; }
   /// Puts an equal key in the place of the key; one that hashes elsewhere would not be found.
-  void setKey(K key) { _key = key; }
-  void setValue(V value) { _value = value; }
+  void setKey(K key) { _key = std::move(key); }
+  void setValue(V value) { _value = std::move(value); }
 
   VakHashItem* _next;  ///< Next item of the chain; null at its end.
   K _key;              ///< What the item is found by; what it points to is not owned.
@@ -78,7 +79,7 @@ class VakChainedTable {
     requireBuckets();
     Item** bucket = table._buckets + indexOf(key, table._size);
     if (linkOf(bucket, key) != nullptr) return VakHashPresent;
-    Item* item = table.makeItem(key, value);
+    Item* item = table.makeItem(std::move(key), std::move(value));
     item->_next = *bucket;
     *bucket = item;
     ++table._nbItems;

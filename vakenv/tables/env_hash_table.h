@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "vakenv/memory/env_memory.h"
 #include "vakenv/memory/env_object.h"
@@ -62,7 +63,7 @@ class VakEnvHashTable : public VakEnvObjectI, public VakChainedTable<VakEnvHashT
   Item* makeItem(K key, V value) {
     void* place = VakAllocateIn(_env, sizeof(Item));
     try {
-      return ::new (place) Item(key, value);
+      return ::new (place) Item(std::move(key), std::move(value));
     } catch (...) {
       VakFreeIn(_env, place, sizeof(Item));
       throw;

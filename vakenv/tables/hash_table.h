@@ -3,6 +3,7 @@
 // The hash table whose memory comes from the general heap.
 
 #include <new>
+#include <utility>
 
 #include "vakenv/fwd.h"
 #include "vakenv/tables/chained_table.h"
@@ -49,7 +50,7 @@ class VakHashTable : public VakChainedTable<VakHashTable<K, V>, K, V> {
 
   Item* makeItem(K key, V value) {
     try {
-      return new Item(key, value);
+      return new Item(std::move(key), std::move(value));
     } catch (const std::bad_alloc&) {
       throw VakMemoryException();
     }

@@ -2,49 +2,46 @@
 
 // Arrays of extractables: what refusals, changes and removals list their objects in.
 
+#include "vakenv/arrays/array.h"
 #include "vakenv/fwd.h"
 #include "vakenv/memory/memory_manager.h"
 
-/// Handle of an array of extractables: one pointer, copied freely, never an owner; null when empty.
+/// Handle of an array of extractables, which it does not own; elements may be null.
 ///
-/// The elements are not owned and may be null. The array and its chunks live in the memory of the
-/// manager they were made with and are given back by end(). Unless said otherwise the operations
-/// require a handle that is not empty, and do not check it.
-class VakExtractableArray {
+/// Copied freely, never an owner of the array either; null when empty. The array lives in the
+/// memory of the manager it was made with until end(). Unless said otherwise the operations need a
+/// handle that is not empty, and do not check it.
+class VakExtractableArray : public VakArray<VakExtractableI*> {
  public:
   /// An empty handle.
   VakExtractableArray() = default;
   /// A handle on an existing array of pointers; null makes an empty handle.
-  explicit VakExtractableArray(VakArrayI* impl) : _impl(impl) {}
+  explicit VakExtractableArray(VakArrayI* impl) : VakArray(impl) {}
   /// A new array of `size` null elements in the memory of `manager`. Throws std::bad_alloc.
-  explicit VakExtractableArray(VakMemoryManager manager, VakInt size = 0);
-
-  [[nodiscard]] VakArrayI* getImpl() const { return _impl; }
-  friend bool operator==(VakExtractableArray a, VakExtractableArray b) {
-    return a._impl == b._impl;
-  }
+  explicit VakExtractableArray(VakMemoryManager manager, VakInt size = 0)
+      : VakArray(manager, size) {}
 
   /// Number of elements; 0 for an empty handle.
-  [[nodiscard]] VakInt getSize() const;
+  [[nodiscard]] VakInt getSize() const { return _impl == nullptr ? 0 : _impl->_size; }
   /// True when there are no elements or the handle is empty.
   [[nodiscard]] bool isEmpty() const { return getSize() == 0; }
-  /// The element at `index`, from 0 below the size: not checked.
-  [[nodiscard]] VakExtractableI*& operator[](VakInt index) const;
 
-  /// Appends `e`. Throws what VakArrayI::grow throws, and leaves behind what it leaves.
-  void add(VakExtractableI* e) const;
+  using VakArray::add;
   /// Appends the elements that `other` has now; an empty handle and the array itself are allowed.
-  /// Throws as the other form.
-  void add(VakExtractableArray other) const;
+  /// Throws as VakArrayI::grow.
+  void add(VakExtractableArray other) const {
+    if (other._impl != nullptr) _impl->addArray(other._impl);
+  }
   /// Removes the last element, which must exist.
-  void dropLast() const;
+  void dropLast() const { --_impl->_size; }
   /// Removes all elements and keeps the storage for further ones.
-  void removeAll() const;
-  /// The environment whose memory the array lives in; throws
-  /// VakEnv::IncompatibleMemoryManagerException when its manager belongs to none.
-  [[nodiscard]] VakEnv getEnv() const;
-  /// Gives the array back and empties this handle; nothing for an empty handle.
-  void end();
+  void removeAll() const { _impl->_size = 0; }
 
-  VakArrayI* _impl = nullptr;  ///< The array, not owned; null when the handle is empty.
+  // As for every array handle, iterators come from free functions: the member end() ends the array.
+  [[nodiscard]] friend VakArrayIterator<VakExtractableI*> begin(VakExtractableArray a) {
+    return a.first();
+  }
+  [[nodiscard]] friend VakArrayIterator<VakExtractableI*> end(VakExtractableArray a) {
+    return a.behindLast();
+  }
 };

@@ -4,13 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <type_traits>
 
 #include "tests/support/scoped_env.h"
 #include "vakbase/allocation_stack.h"
 #include "vakenv/core/version.h"
-#include "vakenv/memory/stack_gen_alloc.h"
+#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/properties.h"
 #include "vakenv/types/exceptions.h"
 
@@ -102,8 +103,9 @@ TEST(Env, IsEmptyAfterItsEnd) {
 }
 
 TEST(Env, KeepsItsEnvironmentWhenAnotherHandleGoes) {
-  VakScopedEnv env;
-  { const VakEnv copy = env.env; }
+  const VakScopedEnv env;
+  auto copy = std::make_unique<VakEnv>(env.env);
+  copy.reset();
   EXPECT_GE(env.env.getMemoryUsage(), 0);
 }
 

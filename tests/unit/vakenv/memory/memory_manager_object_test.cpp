@@ -2,21 +2,22 @@
 
 #include "vakenv/memory/memory_manager_object.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <type_traits>
 
-#include "tests/support/recording_allocator.h"
+#include "tests/support/checking_allocator.h"
 #include "tests/support/scoped_env.h"
 #include "vakbase/allocation_stack.h"
 #include "vakenv/memory/create.h"
 #include "vakenv/memory/env.h"
-#include "vakenv/memory/stack_gen_alloc.h"
+#include "vaksupport/stack_gen_alloc.h"
+
+// GCC 12 takes a deletion that destroys for one that only frees, and warns of a base that does not
+// stand at the start of its object.
+#pragma GCC diagnostic ignored "-Wfree-nonheap-object"
 
 namespace {
-
-using testing::ElementsAre;
 
 // The same tests for both forms.
 template <class Base>
@@ -34,7 +35,7 @@ class Larger : public Plain<Base> {
 
 class Other {
  public:
-  virtual ~Other() = default;
+  virtual ~Other() noexcept(false) {}
   long number = 0;
 };
 
@@ -60,6 +61,13 @@ class FailsToEnd : public Base {
   ~FailsToEnd() override { throw 2; }
 };
 
+// One block was taken, and came back with its address and its size.
+void expectGivenBack(const VakCheckingAllocator& allocator) {
+  EXPECT_EQ(allocator.ledger.requests, 1);
+  EXPECT_EQ(allocator.ledger.countBlocks(), 0);
+  EXPECT_EQ(allocator.ledger.mismatches, 0);
+}
+
 template <class T>
 concept IsMadeByPlainNew = requires {
   T::operator new(sizeof(T));
@@ -72,66 +80,63 @@ using Bases = testing::Types<VakMemoryManagerObjectI, VakRttiMemoryManagerObject
 TYPED_TEST_SUITE(MemoryManagerObject, Bases);
 
 TYPED_TEST(MemoryManagerObject, GivesItsMemoryBackWithItsSize) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   delete VakCreate<Plain<TypeParam>>(VakMemoryManager(&allocator));
-  EXPECT_THAT(allocator.calls, ElementsAre("alloc 16", "free 16"));
-  EXPECT_TRUE(allocator.isBalanced);
+  expectGivenBack(allocator);
 }
 
 TYPED_TEST(MemoryManagerObject, GivesTheWholeObjectBackWhenDeletedThroughItsBase) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   TypeParam* object = VakCreate<Larger<TypeParam>>(VakMemoryManager(&allocator));
   delete object;
-  EXPECT_THAT(allocator.calls, ElementsAre("alloc 40", "free 40"));
-  EXPECT_TRUE(allocator.isBalanced);
+  expectGivenBack(allocator);
 }
 
 TYPED_TEST(MemoryManagerObject, GivesTheWholeObjectBackWhenItsBaseIsNotTheFirst) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   auto* object = VakCreate<Second<TypeParam>>(VakMemoryManager(&allocator));
   TypeParam* base = object;
   ASSERT_NE(static_cast<void*>(base), static_cast<void*>(object));
   delete base;
-  EXPECT_THAT(allocator.calls, ElementsAre("alloc 32", "free 32"));
-  EXPECT_TRUE(allocator.isBalanced);
+  expectGivenBack(allocator);
 }
 
 TYPED_TEST(MemoryManagerObject, GivesItsMemoryBackWhenItsOwnTypeIsDeleted) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   delete VakCreate<Second<TypeParam>>(VakMemoryManager(&allocator));
-  EXPECT_THAT(allocator.calls, ElementsAre("alloc 32", "free 32"));
-  EXPECT_TRUE(allocator.isBalanced);
+  expectGivenBack(allocator);
 }
 
 TYPED_TEST(MemoryManagerObject, GivesItsMemoryBackWhenItsConstructorThrows) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   EXPECT_THROW(static_cast<void>(VakCreate<FailsToBegin<TypeParam>>(VakMemoryManager(&allocator))),
                int);
-  EXPECT_THAT(allocator.calls, ElementsAre("alloc 16", "free 16"));
-  EXPECT_TRUE(allocator.isBalanced);
+  expectGivenBack(allocator);
 }
 
 TYPED_TEST(MemoryManagerObject, LeavesItsStorageAloneWhenItsDestructorThrows) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   auto* object = VakCreate<FailsToEnd<TypeParam>>(VakMemoryManager(&allocator));
   EXPECT_THROW(delete object, int);
-  EXPECT_THAT(allocator.calls, ElementsAre("alloc 16"));
+  EXPECT_EQ(allocator.ledger.countBlocks(), 1);
+  EXPECT_EQ(allocator.ledger.mismatches, 0);
 }
 
 TYPED_TEST(MemoryManagerObject, GivesNothingBackWhenItLivesInAnotherPlace) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   { const Larger<TypeParam> object{VakMemoryManager(&allocator)}; }
   alignas(16) unsigned char place[sizeof(Larger<TypeParam>)];
   auto* object = new (place) Larger<TypeParam>(VakMemoryManager(&allocator));
   object->~Larger();
-  EXPECT_TRUE(allocator.calls.empty());
+  EXPECT_EQ(allocator.ledger.requests, 0);
+  EXPECT_EQ(allocator.ledger.mismatches, 0);
 }
 
 TYPED_TEST(MemoryManagerObject, TakesBackStorageFromTheManagerThatItHolds) {
-  VakRecordingAllocator allocator;
+  VakCheckingAllocator allocator;
   auto* object = VakCreate<Plain<TypeParam>>(VakMemoryManager(&allocator));
   TypeParam::operator delete(object, 16UL);
-  EXPECT_THAT(allocator.calls, ElementsAre("alloc 16", "free 16"));
+  expectGivenBack(allocator);
 }
 
 TYPED_TEST(MemoryManagerObject, IsMadeNeitherByPlainNewNorByCopying) {

@@ -1,0 +1,59 @@
+// Propagation of changes: plug-ins first, then algorithms, whose refusals are merged.
+
+#include <optional>
+
+#include "vakenv/core/environment_impl.h"
+#include "vakenv/plugins/plugin_manager.h"
+#include "vakmodel/contract/algorithm.h"
+
+namespace {
+
+using Refusal = VakAlgorithm::CannotChangeException;
+
+// Adds what `later` refused to the first refusal. An array that both share is neither appended nor
+// given back; a first refusal without an array takes over the later one.
+void merge(Refusal& first, Refusal& later) {
+  if (first._extractables == later._extractables) return;
+  if (first._extractables.getImpl() == nullptr) {
+    first._extractables = later._extractables;
+    return;
+  }
+  first._extractables.add(later._extractables);
+  later.end();
+}
+
+// Any exception that is not a refusal passes on at once. Deliberate: a refusal that was collected
+// before is then dropped, not ended.
+template <class Tell>
+void tellAlgorithms(VakEnvI* env, Tell tell) {
+  std::optional<Refusal> first;
+  {
+    VakWalk<VakAlgorithmI> walk(env->_registry.algorithmWalks, env->_algorithms);
+    while (VakAlgorithmI* algorithm = walk.next()) {
+      try {
+        tell(algorithm);
+      } catch (Refusal& refusal) {
+        if (first.has_value()) {
+          merge(*first, refusal);
+        } else {
+          first.emplace(refusal);
+        }
+      }
+    }
+  }
+  if (first.has_value()) throw Refusal(first->_algorithm, first->_extractables);
+}
+
+}  // namespace
+
+void VakEnvI::change(const VakExtractableI* e, const VakChange& c) {
+  _plugInManager->apply(c, e);
+  if (_algorithms == nullptr) return;
+  tellAlgorithms(this, [e, &c](VakAlgorithmI* algorithm) { algorithm->change(c, e); });
+}
+
+void VakEnvI::change(const VakChange& c) {
+  _plugInManager->apply(c, nullptr);
+  if (_algorithms == nullptr) return;
+  tellAlgorithms(this, [&c](VakAlgorithmI* algorithm) { algorithm->change(c); });
+}

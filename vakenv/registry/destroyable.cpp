@@ -1,0 +1,128 @@
+#include "vakenv/registry/destroyable.h"
+
+#include <cstdint>
+
+#include "vakenv/core/environment_impl.h"
+
+namespace {
+
+constexpr int HashShift = 5;  // neighbouring objects share the lower bits of their addresses
+
+}  // namespace
+
+VakDestroyableI::VakDestroyableI(VakEnvI* env) : VakRttiEnvObjectI(env) {
+  if (env->_localEnv == nullptr) env->addDestroyable(this);
+  ++env->_registry.liveDestroyables;
+}
+
+VakDestroyableI::~VakDestroyableI() noexcept(false) {
+  --_env->_registry.liveDestroyables;
+  _env->removeDestroyable(this);
+}
+
+VakDestroyableList::VakDestroyableList(VakEnvI* environment)
+    : env(environment), first(nullptr), table(&HashPointer, &ComparePointers, 1) {}
+
+VakDestroyableList::~VakDestroyableList() {
+  while (first != nullptr) {
+    Element* element = first;
+    first = element->next;
+    env->giveBack(element, sizeof(Element));
+  }
+  table.end();
+}
+
+// The element is made and given back outside the list's lock, because the environment's memory has
+// a lock of its own.
+void VakDestroyableList::add(VakDestroyableI* d) {
+  if (has(d)) return;
+  Element* element = ::new (env->allocate(sizeof(Element))) Element{d, nullptr, nullptr};
+  bool isNew = false;
+  try {
+    const auto lock = guard();
+    isNew = table.add(d, element) == VakHashDone;
+    if (isNew) {
+      element->next = first;
+      if (first != nullptr) first->prev = element;
+      first = element;
+    }
+  } catch (...) {
+    env->giveBack(element, sizeof(Element));
+    throw;
+  }
+  if (!isNew) env->giveBack(element, sizeof(Element));
+}
+
+bool VakDestroyableList::remove(VakDestroyableI* d) {
+  Element* element = nullptr;
+  {
+    const auto lock = guard();
+    if (table.find(d, element) != VakHashDone) return false;
+    table.remove(d);
+    if (element->prev != nullptr) element->prev->next = element->next;
+    if (element->next != nullptr) element->next->prev = element->prev;
+    if (first == element) first = element->next;
+  }
+  env->giveBack(element, sizeof(Element));
+  return true;
+}
+
+bool VakDestroyableList::has(VakDestroyableI* d) const {
+  const auto lock = guard();
+  Element* element = nullptr;
+  return table.find(d, element) == VakHashDone;
+}
+
+VakInt VakDestroyableList::getSize() const {
+  const auto lock = guard();
+  return table._nbItems;
+}
+
+void VakDestroyableList::destroyAll() {
+  while (first != nullptr) delete first->destroyable;
+}
+
+std::string VakDestroyableList::check() const {
+  const auto lock = guard();
+  std::string broken = table.check();
+  if (!broken.empty()) return broken;
+  VakInt elements = 0;
+  const Element* newer = nullptr;
+  for (const Element* e = first; e != nullptr; newer = e, e = e->next) {
+    if (++elements > table._nbItems) return "the list holds more objects than the table";
+    if (e->prev != newer) return "a link towards the newer neighbour is wrong";
+    Element* found = nullptr;
+    if (table.find(e->destroyable, found) != VakHashDone || found != e) {
+      return "the table does not lead to the element of an object";
+    }
+  }
+  return elements == table._nbItems ? "" : "the list holds fewer objects than the table";
+}
+
+VakInt VakDestroyableList::HashPointer(VakDestroyableI* p, VakInt size) {
+  const auto address = reinterpret_cast<std::uintptr_t>(p);
+  return static_cast<VakInt>((address >> HashShift) & static_cast<std::uintptr_t>(size - 1));
+}
+
+VakInt VakDestroyableList::ComparePointers(VakDestroyableI* a, VakDestroyableI* b) {
+  return a == b ? 1 : 0;
+}
+
+std::unique_lock<std::mutex> VakDestroyableList::guard() const {
+  std::mutex& lock = env->_registry.destroyablesLock;
+  return env->_localEnv == nullptr ? std::unique_lock(lock, std::defer_lock)
+                                   : std::unique_lock(lock);
+}
+
+void VakEnvI::addDestroyable(VakDestroyableI* d) {
+  if (_destroyables != nullptr) _destroyables->add(d);
+}
+
+void VakEnvI::removeDestroyable(VakDestroyableI* d) {
+  if (_destroyables != nullptr) _destroyables->remove(d);
+}
+
+VakInt VakEnvI::getUnlistedDestroyables() const {
+  const VakInt listed = _destroyables == nullptr ? 0 : _destroyables->getSize();
+  return _registry.liveDestroyables - listed;
+}

@@ -1,0 +1,113 @@
+#include "vakenv/registry/recycle_bin.h"
+
+#include <cstdint>
+
+#include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/env.h"
+#include "vakenv/memory/id_manager.h"
+#include "vakenv/memory/tarn_alloc.h"
+#include "vakmodel/contract/change.h"
+#include "vakmodel/contract/extractable.h"
+
+namespace {
+
+constexpr int HashShift = 5;  // neighbouring objects share the lower bits of their addresses
+
+}  // namespace
+
+VakRecycleBinI::VakRecycleBinI(VakEnvI* env)
+    : releaseMode(0), destroyed(&HashExtractable, &CompareExtractables, 1) {
+  try {
+    pending = VakExtractableArray(env->_allocator);
+    deferred = VakExtractableArray(env->_allocator);
+  } catch (...) {
+    end();
+    throw;
+  }
+}
+
+VakRecycleBinI::~VakRecycleBinI() { destroyed.end(); }
+
+void VakRecycleBinI::end() {
+  pending.end();
+  deferred.end();
+  destroyed.end();
+}
+
+VakEnvI* VakRecycleBinI::getEnvImpl() const { return pending.getEnv().getImpl(); }
+
+void VakRecycleBinI::add(VakExtractableI* e) {
+  if (e == nullptr) return;
+  VakEnvI* env = getEnvImpl();
+  const VakIdManager* ids = env->_idManager;
+  if (!ids->isInTable(e->id) || ids->isHidden(e->id)) return;
+  if (releaseMode != 0) {
+    list(e, deferred, env->_registry.deferred);
+    return;
+  }
+  list(e, pending, env->_registry.pending);
+  hide(e);
+}
+
+void VakRecycleBinI::startReleaseMode() { releaseMode = 1; }
+
+// What was deferred and has gone meanwhile is null here. Deliberate: an extractable that was
+// deferred twice is pending twice; destroying it strikes both.
+void VakRecycleBinI::endReleaseMode() {
+  VakRegistryState& registry = getEnvImpl()->_registry;
+  releaseMode = 0;
+  pending.removeAll();
+  registry.pending.clear();
+  for (VakExtractableI* e : deferred) {
+    if (e == nullptr) continue;
+    list(e, pending, registry.pending);
+    hide(e);
+  }
+  deferred.removeAll();
+  registry.deferred.clear();
+}
+
+void VakRecycleBinI::removeFromAll() {
+  VakEnvI* env = getEnvImpl();
+  Sweep(env, pending);
+  if (env->_recycleBin == this) env->_registry.pending.compact();
+  env->change(VakRemoveFromAllChange(pending));
+}
+
+VakInt VakRecycleBinI::HashExtractable(VakExtractableI* p, VakInt size) {
+  const auto address = reinterpret_cast<std::uintptr_t>(p);
+  return static_cast<VakInt>((address >> HashShift) & static_cast<std::uintptr_t>(size - 1));
+}
+
+VakInt VakRecycleBinI::CompareExtractables(VakExtractableI* a, VakExtractableI* b) {
+  return a == b ? 1 : 0;
+}
+
+// Table and size are read afresh for every identifier, because a removal operation may make the
+// table grow. The installed bin's list can also lose elements meanwhile, so what counts is how many
+// were ever added.
+void VakRecycleBinI::Sweep(VakEnvI* env, VakExtractableArray listed) {
+  const VakRecycleBinI* bin = env->_recycleBin;
+  const bool isBins = bin != nullptr && listed == bin->pending;
+  const auto added = [&] { return isBins ? env->_registry.pending.getAdded() : listed.getSize(); };
+  const VakIdManager* ids = env->_idManager;
+  VakInt before = 0;
+  do {
+    before = added();
+    for (VakInt id = 0; id < ids->_size; ++id) {
+      if (ids->isLive(id)) static_cast<VakExtractableI*>(ids->_data[id])->removeHidden(0);
+    }
+  } while (added() > before);
+}
+
+void VakRecycleBinI::list(VakExtractableI* e, VakExtractableArray array, VakExtractableRoll& roll) {
+  if (getEnvImpl()->_recycleBin == this) {
+    roll.add(e, array);
+  } else {
+    array.add(e);
+  }
+}
+
+void VakRecycleBinI::hide(VakExtractableI* e) {
+  getEnvImpl()->_idManager->_data[e->id] = VakIdManager::HiddenMark();
+}
