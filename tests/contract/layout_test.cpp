@@ -18,7 +18,7 @@
 #include "vakenv/memory/env_object.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/memory/memory_manager_object.h"
-#include "vakenv/memory/stack_gen_alloc.h"
+#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/memory/tarn_alloc.h"
 #include "vakenv/plugins/plugin.h"
 #include "vakenv/plugins/plugin_manager.h"

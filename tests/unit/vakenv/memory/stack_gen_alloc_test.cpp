@@ -1,4 +1,4 @@
-#include "vakenv/memory/stack_gen_alloc.h"
+#include "vaksupport/stack_gen_alloc.h"
 
 #include <gtest/gtest.h>
 

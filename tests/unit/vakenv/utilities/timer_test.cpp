@@ -8,7 +8,7 @@
 
 #include "tests/support/scoped_env.h"
 #include "vakbase/allocation_stack.h"
-#include "vakenv/memory/stack_gen_alloc.h"
+#include "vaksupport/stack_gen_alloc.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "vakenv/memory/stack_gen_alloc.h"
+#include "vaksupport/stack_gen_alloc.h"
 
 #include "vakbase/allocation_stack.h"
 #include "vaksupport/symbol_table.h"
