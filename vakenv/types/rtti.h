@@ -90,7 +90,7 @@ class VakRtti {
     Class::InitTypeIndex();                                                                        \
     return ReadTypeIndex(Class::_rttiIndex);                                                       \
   }                                                                                                \
-  [[nodiscard]] static const char* GetRttiTypeName() { return #Class; }                            \
+  [[nodiscard]] static const char* GetRttiTypeName() { return Class::_rttiTypeName; }              \
   [[nodiscard]] static VakInt GetExtractableSize() { return static_cast<VakInt>(sizeof(Class)); }  \
   [[nodiscard]] VakInt getTypeIndex() const override { return ReadTypeIndex(Class::_rttiIndex); }  \
   [[nodiscard]] VakTypeInfo getTypeInfo() const override { return Class::GetTypeInfo(); }          \
@@ -105,6 +105,8 @@ class VakRtti {
   [[nodiscard]] virtual VakInt getBaseTypeIndex() const BaseSpecifier {                            \
     return Parent::GetTypeIndex();                                                                 \
   }                                                                                                \
+  inline static constexpr char _rttiTypeName[] =                                                   \
+      #Class;                         /* an object, since literals may repeat */                   \
   inline static VakInt _rttiIndex = 0 /* 0 until the class is first asked */
 
 /// Stamps the type members into `Class`, whose declared parent is `Parent`. Stands first in the
