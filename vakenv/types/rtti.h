@@ -73,7 +73,8 @@ class VakRtti {
 };
 
 // The members that both stamps share. `BaseSpecifier` is `override` except in the classes that
-// introduce the two base queries.
+// introduce the two base queries. The name is an object, because equal string literals need not be
+// one.
 #define VAK_RTTI_MEMBERS_(Class, Parent, BaseSpecifier)                                            \
  public:                                                                                           \
   static VakTypeInfo GetBaseTypeInfo() {                                                           \
@@ -105,8 +106,7 @@ class VakRtti {
   [[nodiscard]] virtual VakInt getBaseTypeIndex() const BaseSpecifier {                            \
     return Parent::GetTypeIndex();                                                                 \
   }                                                                                                \
-  inline static constexpr char _rttiTypeName[] =                                                   \
-      #Class;                         /* an object, since literals may repeat */                   \
+  inline static constexpr char _rttiTypeName[] = #Class;                                           \
   inline static VakInt _rttiIndex = 0 /* 0 until the class is first asked */
 
 /// Stamps the type members into `Class`, whose declared parent is `Parent`. Stands first in the
