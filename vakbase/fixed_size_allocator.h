@@ -38,27 +38,32 @@ class VakFixedSizeAllocatorI {
 
   /// Returns an element and counts it. Throws `std::bad_alloc`, having counted nothing. Constant
   /// time: a free-list pop, unless the list is empty.
-  [[nodiscard]] void* allocate(VakMemory* memory) {
-    void* element = _free;
-    if (element == nullptr) [[unlikely]] {
-      return allocateSlow(memory);
-    }
-    VakUnpoison(element, static_cast<unsigned long>(_elementSize));
-    _free = LoadLink(element);
-    _bytesInUse += _elementSize;
-    return element;
-  }
+  [[nodiscard]] void* allocate(VakMemory* memory) { return allocate(memory, _elementSize); }
 
   /// Takes back an element (not null) of this size and subtracts what `allocate` had added.
   /// Constant time. The element may come from another allocator of the same element size and mode
   /// over the same pool.
-  void deallocate(void* element) {
+  void deallocate(void* element) { deallocate(element, _elementSize); }
+
+  /// Does the same for a caller who knows the element size of this allocator.
+  [[nodiscard]] void* allocate(VakMemory* memory, long elementSize) {
+    void* element = _free;
+    if (element == nullptr) [[unlikely]]
+      return allocateSlow(memory);
+    VakUnpoison(element, static_cast<unsigned long>(elementSize));
+    _free = LoadLink(element);
+    _bytesInUse += elementSize;
+    return element;
+  }
+
+  /// Does the same for a caller who knows the element size of this allocator.
+  void deallocate(void* element, long elementSize) {
     if (_pooled == 0) [[unlikely]] {
       deallocateToList(element);
       return;
     }
     push(element);
-    _bytesInUse -= _elementSize;
+    _bytesInUse -= elementSize;
   }
 
   /// Obtains a new block from `memory`, links all elements but the first into the free list in the

@@ -23,11 +23,11 @@
 // its own in the allocation list of its class.
 #pragma once
 
-#include <bit>
 #include <initializer_list>
 #include <string>
 
 #include "vakbase/fixed_size_allocator.h"
+#include "vakbase/size_classes.h"
 
 /// The size-class pool. The environment embeds one and ends it last; allocators of their own
 /// element size may draw blocks from it. Not safe for concurrent use.
@@ -36,10 +36,8 @@
 /// a class lies in a region, aligned, and in no other free element.
 class VakMemory {
  public:
-  static constexpr long LargestSmallSize = 128;  ///< Up to here classes are 8 bytes apart.
-  static constexpr long LargestSize = 1L << 47;  ///< Bytes; nothing larger can be addressed.
-  static constexpr long SmallClasses = LargestSmallSize / 8;
-  static constexpr long ClassCount = SmallClasses + 4 * (47 - 7);  ///< Four to a doubling.
+  static constexpr long LargestSize = static_cast<long>(VakSizeClasses::LargestSize);  ///< Bytes.
+  static constexpr long ClassCount = VakSizeClasses::Count;
 
   /// A stretch of elements taken from the pool, of which nothing is linked yet.
   struct Block {
@@ -61,31 +59,23 @@ class VakMemory {
   /// `std::bad_alloc` when `size` is negative or above `LargestSize`.
   static constexpr long getIndex(long size) {
     const auto bytes = static_cast<unsigned long>(size);
-    if (bytes <= static_cast<unsigned long>(LargestSmallSize)) {
-      return static_cast<long>((bytes - (bytes != 0)) / 8);
-    }
-    if (bytes > static_cast<unsigned long>(LargestSize)) [[unlikely]] {
+    if (bytes <= VakSizeClasses::LargestTableSize) return VakSizeClassOfWords[(bytes + 7) / 8];
+    if (bytes > VakSizeClasses::LargestSize) [[unlikely]]
       ThrowTooLarge();
-    }
-    // The three leading bits of `bytes - 1` are 1xy: the doubling, and the quarter xy within it.
-    const auto width = static_cast<long>(std::bit_width(bytes - 1));
-    return 4 * width + static_cast<long>((bytes - 1) >> (width - 3)) - FirstQuarter;
+    return VakSizeClasses::GetGeometricIndex(bytes);
   }
 
   /// Returns the bytes of an element of the class at `index` (0 to `ClassCount` - 1).
-  static constexpr long getElementSize(long index) {
-    if (index < SmallClasses) return (index + 1) * 8;
-    const long quarter = index - SmallClasses;
-    return (quarter % 4 + 5) << (quarter / 4 + 5);
-  }
+  static constexpr long getElementSize(long index) { return VakSizeClasses::GetElementSize(index); }
 
   /// Returns `size` bytes of the class that serves them, null for a size of 0. The class counts its
   /// element size as in use. Throws `std::bad_alloc`, having changed nothing. With a size known at
   /// compile time this is a free-list pop.
   [[nodiscard]] void* allocate(unsigned long size) {
     if (size == 0) return nullptr;
-    VakFixedSizeAllocatorI& sizeClass = _classes[getIndex(static_cast<long>(size))]._allocator;
-    void* element = sizeClass.allocate(this);
+    const long index = getIndex(static_cast<long>(size));
+    VakFixedSizeAllocatorI& sizeClass = _classes[index]._allocator;
+    void* element = sizeClass.allocate(this, ElementSizeOf(sizeClass, index));
     if constexpr (VakPoisonsMemory) {
       VakPoison(static_cast<char*>(element) + size,
                 static_cast<unsigned long>(sizeClass._elementSize) - size);
@@ -96,7 +86,9 @@ class VakMemory {
   /// Gives back what `allocate` returned for the same size; `element` is not null. A size of 0 is
   /// not filtered out: it names the class of the smallest elements.
   void deallocate(void* element, unsigned long size) {
-    _classes[getIndex(static_cast<long>(size))]._allocator.deallocate(element);
+    const long index = getIndex(static_cast<long>(size));
+    VakFixedSizeAllocatorI& sizeClass = _classes[index]._allocator;
+    sizeClass.deallocate(element, ElementSizeOf(sizeClass, index));
   }
 
   /// Returns the bytes in use in all classes. Costs one pass over the classes.
@@ -116,9 +108,6 @@ class VakMemory {
       std::initializer_list<const VakFixedSizeAllocatorI*> others = {}) const;
 
  private:
-  /// What `getIndex` subtracts so that the first quarter above the small classes follows them.
-  static constexpr long FirstQuarter = 4 * 8 + 4 - SmallClasses;
-
   /// A size class and the growth of its blocks, 64 bytes so that the words of the usual path of one
   /// class lie together and an index is scaled by a shift.
   struct alignas(16) SizeClass {
@@ -132,6 +121,13 @@ class VakMemory {
     Region* _next;         ///< The region obtained before this one; null at the first.
     unsigned long _bytes;  ///< Bytes of the region, this header included.
   };
+
+  /// Returns the element size of a class: by its index if that is known at compile time, for adding
+  /// a constant to a count makes taking and giving back several times faster than adding what had
+  /// to be read.
+  static long ElementSizeOf(const VakFixedSizeAllocatorI& sizeClass, long index) {
+    return __builtin_constant_p(index) ? getElementSize(index) : sizeClass._elementSize;
+  }
 
   [[noreturn, gnu::cold]] static void ThrowTooLarge();
   static char* FirstElement(Region* region);

@@ -9,3 +9,4 @@
 #include "vakenv/arrays/int_array.h"
 #include "vakenv/arrays/num_array.h"
 #include "vakenv/arrays/ordered_index.h"
+#include "vakenv/types/exceptions.h"

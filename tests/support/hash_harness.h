@@ -2,8 +2,9 @@
 #pragma once
 
 #include <map>
+#include <sstream>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "tests/support/checking_local_env.h"
 #include "tests/support/failing_new.h"
@@ -76,13 +77,13 @@ auto VakContents(const Table& table) {
 /// The keys of every chain, in order, as in "0: 2 0; 1: 1;".
 template <class Table>
 std::string VakChains(const Table& table) {
-  std::string text;
+  std::ostringstream text;
   for (VakInt b = 0; table._buckets != nullptr && b < table._size; ++b) {
-    text += std::to_string(b) + ":";
+    text << b << ":";
     for (auto* item = table._buckets[b]; item != nullptr; item = item->getNext()) {
-      text += " " + std::to_string(item->getKey());
+      text << " " << item->getKey();
     }
-    text += ";";
+    text << ";";
   }
-  return text;
+  return text.str();
 }

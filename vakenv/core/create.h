@@ -20,10 +20,11 @@ struct VakEnvMemory {
 };
 
 /// A new T in the memory of `env`. The constructor's first argument is `env`, or the environment's
-/// allocator for a class that holds a memory manager. Deleted with `delete`. Throws std::bad_alloc
-/// and whatever the constructor throws.
+/// allocator for a class that holds a memory manager. Deleted with `delete`, or with the environment
+/// if it registers itself there, which is why the result may be ignored. Throws std::bad_alloc and
+/// whatever the constructor throws.
 template <class T, class... Args>
-[[nodiscard]] T* VakCreate(VakEnvI* env, Args&&... args) {
+T* VakCreate(VakEnvI* env, Args&&... args) {
   if constexpr (std::is_constructible_v<T, VakEnvI*, Args...>) {
     return VakConstructIn<T>(VakEnvMemory{env}, env, std::forward<Args>(args)...);
   } else {
@@ -33,7 +34,7 @@ template <class T, class... Args>
 
 /// The same for a handle; an empty one throws VakEmptyHandleException "VakEnv: Using empty handle".
 template <class T, class... Args>
-[[nodiscard]] T* VakCreate(VakEnv env, Args&&... args) {
+T* VakCreate(VakEnv env, Args&&... args) {
   if (env.getImpl() == nullptr) throw VakEmptyHandleException("VakEnv: Using empty handle");
   return VakCreate<T>(env.getImpl(), std::forward<Args>(args)...);
 }

@@ -39,7 +39,7 @@ class Raised {
 void VakEnvI::end() {
   while (_endedSteps < EndSteps) {
     const VakInt step = _endedSteps + 1;
-    const bool walksUserObjects = step == 2 || step == 3 || step == 7;
+    const bool walksUserObjects = step == 2 || step == 3 || step == 7 || step == 11;
     if (!walksUserObjects) _endedSteps = step;
     runEndStep(step);
     _endedSteps = step;
@@ -149,8 +149,10 @@ void VakEnvI::endDomains() {
   _numDomains = nullptr;
 }
 
+// The manager goes when nothing is filed any more.
 void VakEnvI::endPlugIns() {
   const Raised ending(_ending);
+  _plugInManager->end();
   delete _plugInManager;
 }
 

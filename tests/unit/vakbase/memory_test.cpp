@@ -60,7 +60,7 @@ TEST(VakMemory, HasFourClassesToADoublingAboveTheSmallOnes) {
 }
 
 TEST(VakMemory, AlignsTheSizesOfClassesAboveTheSmallOnesTo16) {
-  for (long index = VakMemory::SmallClasses; index < VakMemory::ClassCount; ++index) {
+  for (long index = VakSizeClasses::SmallCount; index < VakMemory::ClassCount; ++index) {
     EXPECT_EQ(VakMemory::getElementSize(index) % 16, 0) << index;
   }
 }

@@ -92,10 +92,10 @@ TEST(EndOrder, GivesTheServicesBackOneAfterTheOther) {
       env->_markArray,
       env->_localEnv,
   };
+  std::vector<long> ranks(services.size());
   env->end();
+  for (std::size_t i = 0; i < services.size(); ++i) ranks[i] = log->givenBackAt(services[i]);
   ASSERT_FALSE(log->isFull());
-  std::vector<long> ranks;
-  for (const void* service : services) ranks.push_back(log->givenBackAt(service));
   EXPECT_GT(ranks.front(), 0);
   EXPECT_TRUE(isStrictlyIncreasing(ranks)) << testing::PrintToString(ranks);
 }

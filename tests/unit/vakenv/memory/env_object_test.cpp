@@ -12,6 +12,10 @@
 #include "tests/support/scoped_env.h"
 #include "vakenv/core/create.h"
 
+// GCC 12 takes a deletion that destroys for one that only frees, and warns of a base that does not
+// stand at the start of its object.
+#pragma GCC diagnostic ignored "-Wfree-nonheap-object"
+
 namespace {
 
 using testing::ElementsAre;
@@ -42,6 +46,17 @@ class Second : public Other, public Base {
   explicit Second(VakEnvI* env) : Base(env) {}
   using Base::operator delete;
   using Base::operator new;
+};
+
+// Everything about its deletion can be known to the compiler.
+template <class Base>
+class Final final : public Plain<Base> {
+ public:
+  explicit Final(VakEnvI* env) : Plain<Base>(env) {}
+  ~Final() override { _numbers[0] = 0; }
+
+ private:
+  long _numbers[2] = {1, 2};
 };
 
 template <class Base>
@@ -87,6 +102,22 @@ TYPED_TEST(EnvObject, BalancesTheUsageOfItsEnvironment) {
   EXPECT_EQ(env->getMemoryUsage(), usage + 40);
   delete larger;
   EXPECT_EQ(env->getMemoryUsage(), usage);
+}
+
+TYPED_TEST(EnvObject, GivesItsMemoryBackWhenTheCompilerKnowsItsType) {
+  const VakScopedEnv env;
+  const long usage = env->getMemoryUsage();
+  for (int i = 0; i < 3; ++i) {
+    auto* object = VakCreate<Final<TypeParam>>(env.impl());
+    delete object;
+    TypeParam* base = VakCreate<Final<TypeParam>>(env.impl());
+    delete base;
+    EXPECT_EQ(env->getMemoryUsage(), usage);
+  }
+  const VakRecordedPath path(env.impl());
+  auto* object = VakCreate<Final<TypeParam>>(env.impl());
+  delete object;
+  EXPECT_THAT(path.local.calls, ElementsAre("alloc 32", "free 32"));
 }
 
 TYPED_TEST(EnvObject, GivesTheWholeObjectBackWhenItsBaseIsNotTheFirst) {

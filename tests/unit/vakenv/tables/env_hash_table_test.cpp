@@ -80,7 +80,7 @@ TEST(VakEnvHashTable, AddAndRemoveMakeTheBucketsIfThereAreNone) {
 
 TEST(VakEnvHashTable, GivesOldBucketsBackWithTheirOldSizeAndTheRestWhenItDies) {
   const VakScopedEnv env;
-  const VakRecordedPath path(env.impl());
+  VakRecordedPath path(env.impl());
   {
     Table table(env.impl(), 1, VakHashModulo, VakCompareIntegers);
     for (VakInt key = 0; key < 3; ++key) table.add(key, key);
