@@ -25,39 +25,42 @@ namespace {
 // Too large for the stack, and made before anything is counted.
 VakHeapLog* newLog() { return new VakHeapLog; }
 
-// The blocks, by their rank in the order of obtaining, that make up the service objects on the
-// general heap, step by step. Everything else that a construction takes goes with the pool.
-using Steps = std::vector<std::vector<long>>;
+// One step of a construction that leaves service objects on the general heap. Everything else that
+// a construction takes goes with the pool. Allocations are numbered in their order.
+struct Step {
+  std::vector<long> blocks;  // The allocations of the service objects.
+  long last;                 // The last allocation of the step.
+};
 
-Steps observeConstruction() {
+std::vector<Step> observeConstruction() {
   const std::unique_ptr<VakHeapLog> log(newLog());
   VakEnv env;
   const VakEnvI* impl = env.getImpl();
-  Steps steps = {
-      {log->obtainedAt(impl->_allocator)},
-      {log->obtainedAt(impl->_cloneManager)},
-      {log->obtainedAt(impl->_destroyables), log->obtainedAt(impl->_destroyables->table._buckets)},
-      {log->obtainedAt(impl->_idManager)},
-      {log->obtainedAt(impl->_plugInManager)},
-      {log->obtainedAt(impl->_termAllocator)}};
+  const long allocator = log->obtainedAt(impl->_allocator);
+  const long cloneManager = log->obtainedAt(impl->_cloneManager);
+  const long destroyables = log->obtainedAt(impl->_destroyables);
+  const long buckets = log->obtainedAt(impl->_destroyables->table._buckets);
+  const long idManager = log->obtainedAt(impl->_idManager);
+  const long plugInManager = log->obtainedAt(impl->_plugInManager);
+  const long termAllocator = log->obtainedAt(impl->_termAllocator);
+  // The clone manager and the identifier manager take memory of the environment as well.
+  std::vector<Step> steps = {{{allocator}, allocator},           {{cloneManager}, destroyables - 1},
+                             {{destroyables, buckets}, buckets}, {{idManager}, plugInManager - 1},
+                             {{plugInManager}, plugInManager},   {{termAllocator}, termAllocator}};
   if (impl->_termAllocator->_list != nullptr) {
-    steps.push_back({log->obtainedAt(impl->_termAllocator->_list)});
+    const long list = log->obtainedAt(impl->_termAllocator->_list);
+    steps.push_back({{list}, list});
   }
   EXPECT_FALSE(log->isFull());
   env.end();
   return steps;
 }
 
-// What stays unreleased when the allocation of this rank fails: the objects of the steps before the
-// one that failed.
-std::vector<long> allowedLeak(const Steps& steps, long failAt) {
+// What stays unreleased when this allocation fails: the objects of the steps that were over.
+std::vector<long> allowedLeak(const std::vector<Step>& steps, long failAt) {
   std::vector<long> leak;
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    const bool isOver =
-        i + 1 < steps.size() ? steps[i + 1].front() <= failAt : steps[i].back() < failAt;
-    const bool isDone = isOver || steps[i].back() < failAt;
-    if (!isDone) break;
-    leak.insert(leak.end(), steps[i].begin(), steps[i].end());
+  for (const Step& step : steps) {
+    if (step.last < failAt) leak.insert(leak.end(), step.blocks.begin(), step.blocks.end());
   }
   return leak;
 }
@@ -73,7 +76,7 @@ std::string messageOf(const std::exception_ptr& thrown) {
 }
 
 // One construction with the k-th allocation failing. True when it failed.
-bool failsAt(const Steps& steps, long failAt) {
+bool failsAt(const std::vector<Step>& steps, long failAt) {
   const std::unique_ptr<VakHeapLog> log(newLog());
   std::exception_ptr thrown;
   VakEnv env(static_cast<VakEnvI*>(nullptr));
@@ -103,11 +106,11 @@ bool failsAt(const Steps& steps, long failAt) {
 }
 
 void failEveryAllocation() {
-  const Steps steps = observeConstruction();
+  const std::vector<Step> steps = observeConstruction();
   const long blocks = VakFailingNew::CountBlocks();
   long failures = 0;
   while (failsAt(steps, failures + 1)) ++failures;
-  EXPECT_GE(failures, steps.back().back());
+  EXPECT_GE(failures, steps.back().last);
   EXPECT_EQ(VakFailingNew::CountBlocks(), blocks);
 }
 
@@ -122,7 +125,7 @@ TEST(EnvironmentConstruction, ThrowsAMemoryExceptionForEveryFailingAllocationWit
 }
 
 TEST(EnvironmentConstruction, WorksAgainWhenThereIsMemoryAgain) {
-  const Steps steps = observeConstruction();
+  const std::vector<Step> steps = observeConstruction();
   EXPECT_TRUE(failsAt(steps, 1));
   VakEnv env;
   EXPECT_GT(env.getTotalMemoryUsage(), 0);
