@@ -40,6 +40,7 @@ function(vak_test)
   gtest_discover_tests(
     ${target}
     TEST_PREFIX "${prefix}"
+    NO_PRETTY_TYPES NO_PRETTY_VALUES
     DISCOVERY_TIMEOUT 120
     PROPERTIES LABELS ${kind})
 endfunction()

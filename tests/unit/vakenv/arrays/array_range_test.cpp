@@ -28,6 +28,13 @@ static_assert(std::ranges::borrowed_range<VakIntArray>);
 static_assert(std::ranges::forward_range<VakArrayChunks<long>>);
 static_assert(std::ranges::sized_range<VakArrayChunks<long>>);
 
+// A range that can be walked over once.
+struct Numbers {
+  std::istream& in;
+  [[nodiscard]] std::istream_iterator<long> begin() const { return in; }
+  [[nodiscard]] std::istream_iterator<long> end() const { return {}; }
+};
+
 // Ways in which generic code asks for iterators.
 auto SortUnqualified(auto& range) {
   using std::begin;
@@ -162,6 +169,39 @@ TEST(ArrayRange, IteratorsMoveAndCompareAsIndicesDo) {
   EXPECT_TRUE(it == begin(array));
 }
 
+TEST(ArrayRange, IteratorsJumpBetweenAnyTwoElements) {
+  ArrayMemory manager;
+  for (const long size : {1L, 4L, 5L, 16L, 17L, 64L}) {
+    const VakArrayOwner owner = MakeCounting(manager, size);
+    const VakIntArray array(owner.get());
+    for (long from = 0; from <= size; ++from) {
+      for (long to = 0; to <= size; ++to) {
+        const auto a = begin(array) + from;
+        const auto b = a + (to - from);
+        ASSERT_EQ(b - a, to - from);
+        ASSERT_TRUE(b == end(array) - (size - to));
+        ASSERT_TRUE((a <=> b) == (from <=> to));
+        if (to == size) continue;
+        ASSERT_EQ(*b, to);
+        ASSERT_EQ(a[to - from], to);
+      }
+    }
+  }
+}
+
+TEST(ArrayRange, IteratorsStepThroughAFullArrayBothWays) {
+  ArrayMemory manager;
+  for (const long size : {1L, 4L, 16L, 64L}) {
+    const VakArrayOwner owner = MakeCounting(manager, size);
+    const VakIntArray array(owner.get());
+    auto it = begin(array);
+    for (long i = 0; i < size; ++i) EXPECT_EQ(*it++, i);
+    EXPECT_TRUE(it == end(array));
+    for (long i = size; i-- > 0;) EXPECT_EQ(*--it, i);
+    EXPECT_TRUE(it == begin(array));
+  }
+}
+
 TEST(ArrayRange, IteratorsReachTheMembersOfElements) {
   ArrayMemory manager;
   VakNumArray row(VakMemoryManager(&manager), 3);
@@ -233,9 +273,7 @@ TEST(ArrayRange, IsBuiltFromAnyRangeOfConvertibleValues) {
   VakIntArray integers = VakIntArray::From(&manager, std::array<short, 2>{-1, 1});
   VakNumArray widened = VakNumArray::From(&manager, integers);
   std::istringstream in("7 8 9");
-  VakIntArray read = VakIntArray::From(
-      &manager,
-      std::ranges::subrange(std::istream_iterator<long>(in), std::istream_iterator<long>()));
+  VakIntArray read = VakIntArray::From(&manager, Numbers{in});
   EXPECT_EQ(Elements(numbers), std::vector<double>({3, 2, 1}));
   EXPECT_EQ(Elements(integers), std::vector<long>({-1, 1}));
   EXPECT_EQ(Elements(widened), std::vector<double>({-1, 1}));
