@@ -12,9 +12,9 @@
 #include "tests/support/displayed.h"
 #include "tests/support/scoped_env.h"
 #include "vakbase/allocation_stack.h"
-#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/properties/typed_properties.h"
 #include "vakenv/types/exceptions.h"
+#include "vaksupport/stack_gen_alloc.h"
 #include "vaksupport/symbol_table.h"
 
 namespace {
@@ -465,6 +465,8 @@ TEST(PropertySetHandle, ForwardsToTheSet) {
   set.fastAdd(VakNamedStringProperty(env.env, "size", "large"));
   EXPECT_TRUE(set.hasProperty("gap"));
   EXPECT_FALSE(set.hasProperty("none"));
+  EXPECT_TRUE(set.hasProperty(size));
+  EXPECT_FALSE(set.hasProperty(VakNamedIntProperty(env.env, "size", 3)));
   EXPECT_EQ(VakDisplayed(*set.getProperty("size").getImpl()), "size(large)");
   set.removeProperty("size");
   EXPECT_TRUE(set.getProperty("size") == size);
@@ -557,6 +559,7 @@ TEST(PropertySetHandle, NamesAnEmptyPropertyHandle) {
   EXPECT_EQ(messageOf([&] { set.addProperty(property); }), text);
   EXPECT_EQ(messageOf([&] { set.addClonedProperty(property); }), text);
   EXPECT_EQ(messageOf([&] { set.removeProperty(property); }), text);
+  EXPECT_EQ(messageOf([&] { static_cast<void>(set.hasProperty(property)); }), text);
 }
 
 // ---- Exceptions ---------------------------------------------------------------------------------
