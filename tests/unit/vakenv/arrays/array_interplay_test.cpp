@@ -496,7 +496,7 @@ TEST_F(ArrayInterplay, SizesOutsideAreHeapFailuresOfTheirKind) {
 }
 
 // ---- identifiers
-TEST_F(ArrayInterplay, IdentifiersFollowTheLetter) {
+TEST_F(ArrayInterplay, IdentifiersAreHandedOutLastInFirstOut) {
   VakIdManager ids(&env.getImpl()->_memory);
   auto* e = reinterpret_cast<VakExtractableI*>(&hashCalls);
   EXPECT_EQ(ids._capacity, 256);

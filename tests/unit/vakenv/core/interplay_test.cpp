@@ -287,7 +287,9 @@ TEST(AllocationStack, KeepsBlocksApartWhenTheyComeAndGoInAnyOrder) {
       stack.free(live[k].p, live[k].n);
       live.erase(live.begin() + static_cast<long>(k));
     }
-    if (i % 512 == 0) ASSERT_EQ(stack.check(), "");
+    if (i % 512 == 0) {
+      ASSERT_EQ(stack.check(), "");
+    }
   }
 }
 TEST(MarkArrays, AreReplacedBetweenTwoThatAreLent) {
