@@ -88,9 +88,7 @@ void VakEnvI::runEndStep(VakInt step) {
   }
 }
 
-void VakEnvI::endExtension() {
-  VakExtensionSlot(_allocator, _extension).end();
-}
+void VakEnvI::endExtension() { VakExtensionSlot(_allocator, _extension).end(); }
 
 void VakEnvI::endDestroyables() {
   {

@@ -12,7 +12,6 @@
 #include "tests/support/scoped_env.h"
 #include "vakenv/core/create.h"
 
-
 namespace {
 
 using testing::ElementsAre;

@@ -13,7 +13,6 @@
 #include "vakenv/memory/env.h"
 #include "vaksupport/stack_gen_alloc.h"
 
-
 namespace {
 
 // The same tests for both forms.
