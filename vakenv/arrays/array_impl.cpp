@@ -277,6 +277,7 @@ void VakArrayI::addArray(VakArrayI* other) {
   growAhead(total);
   _size = total;
   // Elements that would come to lie before the first are dropped.
+  if (total <= 0) return;
   const VakInt skipped = size < 0 ? -size : 0;
   copyElements(size + skipped, other, skipped, n - skipped);
 }
@@ -285,6 +286,7 @@ void VakArrayI::addElements(const void* source, VakInt n) {
   const auto* from = static_cast<const char*>(source);
   const VakInt total = addCounts(_size, n);
   growAhead(total);
+  if (total <= 0) _size = total;  // all of it would come to lie before the first element
   for (VakInt to = _size; to < total;) {
     const VakInt run = to < 0 ? -to : std::min(total - to, chunkLength() - (to & _mod));
     const VakInt bytes = run * _elementSize;

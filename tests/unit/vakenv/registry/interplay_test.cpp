@@ -49,22 +49,6 @@ TEST(Substitute, DoesNotPutBackAnOuterExpanderThatWasEndedMeanwhile) {
   env->_cloneManager->expander = nullptr;
 }
 
-TEST(Destroy, DeletesAnUnregisteredObjectOnceThatItsListenerDestroys) {
-  VakTestScript script;
-  VakScopedEnv env;
-  VakTestNode* node = VakMakeNode(env.impl(), script, "A");
-  env->destroy(node, 1);
-  script.takeLog();
-  bool once = false;
-  script.onNotify = [&](VakTestNode& n) {
-    if (once) return;
-    once = true;
-    n._env->destroy(&n, 0);
-  };
-  env->destroy(node, 0);
-  EXPECT_EQ(script.takeLog(), "notify A, notify A, ~A");
-}
-
 TEST(ExtractableRoll, KeepsAnEntryInAPlaceThatWasStruckAndTrimmed) {
   VakTestScript script;
   VakScopedEnv env;
@@ -175,26 +159,6 @@ TEST(ReleaseLoop, SurvivesARemovalInANotification) {
   EXPECT_EQ(script.takeLog(), "notify C, notify A, ~A, ~C, notify B, ~B");
   EXPECT_FALSE(e->isRemoving());
   EXPECT_TRUE(e->_idManager->isHidden(d->id));
-}
-
-TEST(RemoveFromAllOfArray, SurvivesARemovalWithDestructionInItsSweep) {
-  VakTestScript script;
-  VakScopedEnv env;
-  VakEnvI* e = env.impl();
-  VakTestNode* a = VakMakeNode(e, script, "A");
-  VakTestNode* b = VakMakeNode(e, script, "B", {a});
-  b->_goesWhenEmpty = true;
-  VakTestNode* keep = VakMakeNode(e, script, "K", {b, a});
-  new VakTestAlgorithm(e, script, "alg");
-  VakExtractableArray list(e->_allocator);
-  list.add(a);
-  e->removeFromAll(list);
-  EXPECT_FALSE(keep->refersTo(b));
-  EXPECT_FALSE(keep->refersTo(a));
-  EXPECT_TRUE(e->_idManager->isLive(a->id));
-  EXPECT_EQ(script.takeLog(),
-            "alg: removed [B], notify B, alg: destroy B / B, ~B, alg: removed [A]");
-  list.end();
 }
 
 TEST(Destroy, DeletesAnObjectThatAListenerUnregistersWithoutDeletingIt) {
