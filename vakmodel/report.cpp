@@ -1,0 +1,15 @@
+#include "vakmodel/report.h"
+
+void VakReportAgain(VakEnvI* env, const VakExtractableI* e, const VakChange& change) noexcept {
+  try {
+    if (e != nullptr) {
+      env->change(e, change);
+    } else {
+      env->change(change);
+    }
+  } catch (VakAlgorithm::CannotChangeException& refusal) {
+    refusal.end();
+  } catch (...) {
+    // Deliberate: the caller is about to pass on what was thrown first.
+  }
+}
