@@ -54,16 +54,16 @@ class CoefsEdit {
 
   // Cannot fail.
   void apply() {
-    for (Group& group : _groups) {
-      group.mark = group.linear->_terms.mark();
-      for (std::size_t i = group.first; i < group.end; ++i) exchange(group, i);
+    for (auto group = _groups.rbegin(); group != _groups.rend(); ++group) {
+      group->mark = group->linear->_terms.mark();
+      for (std::size_t i = group->end; i-- > group->first;) exchange(*group, i);
     }
   }
 
   // Afterwards `_coefs` has the coefficients that were there before.
   void takeBack() {
     for (const Group& group : _groups) {
-      group.linear->_terms.truncate(_env, group.mark);
+      group.linear->_terms.cut(_env, group.mark);
       for (std::size_t i = group.first; i < group.end; ++i) {
         if (_terms[i] != nullptr) _terms[i]->coef = _old[i];
         _coefs[i].coef = _old[i];
@@ -146,7 +146,7 @@ class CoefsEdit {
     if (_terms[i] != nullptr) {
       _old[i] = std::exchange(_terms[i]->coef, _coefs[i].coef);
     } else if (_coefs[i].coef != 0) {
-      group.linear->_terms.append(_fresh.takeFirst());
+      group.linear->_terms.prepend(_fresh.takeFirst());
     }
   }
 
@@ -173,11 +173,7 @@ void VakAssignCoefs(VakEnvI* env, std::vector<VakCoefI>& coefs) {
   edit.apply();
   const VakCoefsChange change(coefs);
   try {
-    if (edit.subject() != nullptr) {
-      env->change(edit.subject(), change);
-    } else {
-      env->change(change);
-    }
+    VakReport(env, edit.subject(), change);
   } catch (...) {
     edit.takeBack();
     VakReportAgain(env, edit.subject(), change);

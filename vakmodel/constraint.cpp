@@ -90,7 +90,7 @@ void changeAll(std::span<const VakConstraint> handles, BoundsOf boundsOf) {
   }
   const VakRowBoundsChange change(constraints);
   try {
-    env->change(change);
+    VakReport(env, nullptr, change);
   } catch (...) {
     for (std::size_t i = 0; i < constraints.size(); ++i) {
       constraints[i]->_lb = before[i].lb;

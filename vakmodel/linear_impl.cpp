@@ -97,7 +97,7 @@ void VakLinearI::exchangeTerms(VakTermListI& terms, Swap swapRest) {
   swapAll();
   const VakTermsChange change(this);
   try {
-    _env->change(this, change);
+    VakReport(_env, this, change);
   } catch (...) {
     swapAll();
     VakReportAgain(_env, this, change);
@@ -113,17 +113,11 @@ VakConstraintI* VakConstraintI::Make(VakEnvI* env, const VakRelation& relation, 
   VakExpr storage;
   const VakExpr& expr = VakCheckTerms(env, nullptr, relation.getExpr(), storage);
   const Bounds bounds = checkBounds(nullptr, relation);
-  VakConstraintI* constraint = Make(env, bounds.lb, expr, bounds.ub);
+  VakOwnTermsI terms(env);
+  terms.makeAll(expr);
+  auto* constraint = VakCreate<VakConstraintI>(env, bounds.lb, bounds.ub);
+  constraint->_terms.swap(terms);
   VakNameNew(constraint, name);
-  return constraint;
-}
-
-VakConstraintI* VakConstraintI::Make(VakEnvI* env, VakNum lb, const VakExpr& terms, VakNum ub) {
-  VakCheckBounds(nullptr, "a new constraint", lb, ub);
-  VakOwnTermsI made(env);
-  made.makeAll(terms);
-  auto* constraint = VakCreate<VakConstraintI>(env, lb, ub);
-  constraint->_terms.swap(made);
   return constraint;
 }
 
@@ -140,7 +134,7 @@ void VakConstraintI::setBounds(VakNum lb, VakNum ub) {
   VakConstraintI* const self = this;
   const VakRowBoundsChange change(std::span<VakConstraintI* const>(&self, 1));
   try {
-    _env->change(this, change);
+    VakReport(_env, this, change);
   } catch (...) {
     _lb = oldLB;
     _ub = oldUB;
@@ -200,7 +194,7 @@ void VakObjectiveI::setSense(VakSense sense) {
   const VakSense before = std::exchange(_sense, sense);
   const VakSenseChange change(this);
   try {
-    _env->change(this, change);
+    VakReport(_env, this, change);
   } catch (...) {
     _sense = before;
     VakReportAgain(_env, this, change);
@@ -215,7 +209,7 @@ void VakObjectiveI::setConstant(VakNum constant) {
   const VakNum before = std::exchange(_constant, constant);
   const VakConstantChange change(this);
   try {
-    _env->change(this, change);
+    VakReport(_env, this, change);
   } catch (...) {
     _constant = before;
     VakReportAgain(_env, this, change);
@@ -275,7 +269,7 @@ void VakNumLinExprI::setExpr(const VakExpr& expr) {
   swapAll();
   const VakTermsChange change(this);
   try {
-    _env->change(this, change);
+    VakReport(_env, this, change);
   } catch (...) {
     swapAll();
     VakReportAgain(_env, this, change);

@@ -57,9 +57,6 @@ class VakConstraintI final : public VakLinearI {
   /// A new constraint, in no model, of the checked relation. `name` may be null.
   [[nodiscard]] static VakConstraintI* Make(VakEnvI* env, const VakRelation& relation,
                                             const char* name);
-  /// The same of checked terms and bounds that are checked here.
-  [[nodiscard]] static VakConstraintI* Make(VakEnvI* env, VakNum lb, const VakExpr& terms,
-                                            VakNum ub);
   /// A constraint without terms, with bounds that were checked.
   VakConstraintI(VakEnvI* env, VakNum lb, VakNum ub) : VakLinearI(env), _lb(lb), _ub(ub) {}
   ~VakConstraintI() noexcept(false) override;

@@ -1,6 +1,9 @@
 // What joins a model, one by one and in bulk.
 
-#include <cmath>
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <memory_resource>
 #include <vector>
 
 #include "vakbase/globals.h"
@@ -57,7 +60,7 @@ class VakModelI::Addition {
     _isKept = true;
     if (members.variables.empty() && members.constraints.empty() && _objective == nullptr) return;
     try {
-      _model->_env->change(_model, VakAddChange(_model, members, coefs));
+      VakReport(_model->_env, _model, VakAddChange(_model, members, coefs));
     } catch (...) {
       leave();
       VakReportAgain(_model->_env, _model, VakRemoveChange(_model, members));
@@ -82,16 +85,11 @@ class VakModelI::Addition {
     _model->unjoin(_variablesFrom);
   }
 
-  // The terms of new variables stand at the end of a list, because they were appended.
+  // The terms of new variables come first, because they joined last.
   void cutTerms(VakTermListI& terms) {
-    if (terms.empty() || !isNew(terms.last()->var)) return;
-    VakTermListI::Mark mark;
-    for (VakNumLinExprTermI* t = terms.first(); !isNew(t->var); t = t->next) {
-      mark.last = t;
-      ++mark.size;
+    while (!terms.empty() && isNew(terms.first()->var)) {
+      _model->_env->recycleTerm(terms.takeFirst());
     }
-    mark.rising = terms.mark().rising;
-    terms.truncate(_model->_env, mark);
   }
   [[nodiscard]] bool isNew(const VakNumVarI* variable) const {
     return _model->_placeOf[variable->id] > _variablesFrom;
@@ -178,69 +176,106 @@ void VakModelI::add(std::span<const VakRelation> relations, std::span<VakConstra
 
 // ---- Columns ------------------------------------------------------------------------------------
 
-/// Variables that are made with their coefficients in objects that are there.
+/// Variables that are made with their coefficients in objects that are there. For each column:
+/// make(), what it gets, finish().
 class VakModelI::ColumnMaker {
  public:
   explicit ColumnMaker(VakModelI* model)
       : _model(model),
         _addition(model, Addition::Variables),
-        _collects(VakHasListeners(model->_env)) {}
+        _collects(VakHasListeners(model->_env)),
+        _memory(_buffer, sizeof(_buffer)),
+        _column(&_memory) {}
 
   VakModelVarI* make(VakVarKind kind, VakNum lb, VakNum ub) {
     VakModelVarI::CheckBounds(nullptr, kind, lb, ub);
-    VakModelVarI* variable = VakModelVarI::Make(_model->_env, kind, lb, ub);
+    _variable = VakModelVarI::Make(_model->_env, kind, lb, ub);
     try {
-      _addition.add(variable);
+      _addition.add(_variable);
     } catch (...) {
-      delete variable;
+      delete _variable;
       throw;
     }
-    return variable;
+    return _variable;
   }
 
-  void addObjective(VakModelVarI* variable, VakNum coef) {
-    if (coef != 0) append(_addition.needObjective(), variable, coef);
+  void addObjective(VakNum coef) {
+    if (coef != 0) add(_addition.needObjective(), coef);
   }
 
-  void addCoef(VakConstraint row, VakModelVarI* variable, VakNum coef) {
-    VakConstraintI* constraint = row.getImpl();
-    if (constraint == nullptr) throw VakEmptyHandleException("VakConstraint: Using empty handle");
-    if (constraint->_model != _model) [[unlikely]]
-      _model->throwAbsent(constraint);
-    append(constraint, variable, coef);
+  void reserve(std::size_t coefs) { _column.reserve(coefs); }
+
+  void addCoef(VakConstraint row, VakNum coef) {
+    VakConstraintI* constraint = row.checked();
+    __builtin_prefetch(&constraint->_terms, 1);
+    add(constraint, coef);
+  }
+
+  // The rows were looked at one after the other, so that waiting for them overlaps.
+  void finish() {
+    for (const auto& [linear, coef] : _column) {
+      if (linear->_model != _model) [[unlikely]]
+        _model->throwAbsent(linear);
+      VakCheckCoef(_variable, linear, coef);
+    }
+    if (hasRepeated()) addUpRepeated();
+    for (const auto& [linear, coef] : _column) {
+      if (coef == 0) continue;
+      linear->_terms.prepend(_model->_env->newTerm(_variable, coef));
+      if (_collects) _coefs.push_back({linear, _variable, coef});
+    }
+    _column.clear();
   }
 
   void report() { _addition.report(_coefs); }
 
  private:
-  // `variable` is the newest, so if it occurs, it is the last.
-  void append(VakLinearI* linear, VakModelVarI* variable, VakNum coef) {
-    VakCheckCoef(variable, linear, coef);
-    VakTermListI& terms = linear->_terms;
-    if (!terms.empty() && terms.last()->var == variable) [[unlikely]] {
-      addUp(linear, coef);
-      return;
+  struct Coef {
+    VakLinearI* linear;
+    VakNum coef;
+  };
+
+  void add(VakLinearI* linear, VakNum coef) { _column.push_back({linear, coef}); }
+
+  [[nodiscard]] bool hasRepeated() {
+    constexpr std::size_t mostCompared = 16;
+    if (_column.size() > mostCompared) {
+      std::stable_sort(_column.begin(), _column.end(), IsBefore);
+      return std::adjacent_find(_column.begin(), _column.end(), IsSame) != _column.end();
     }
-    if (coef == 0) return;
-    terms.append(_model->_env->newTerm(variable, coef));
-    if (_collects) _coefs.push_back({linear, variable, coef});
+    for (auto coef = _column.begin(); coef != _column.end(); ++coef) {
+      for (auto other = _column.begin(); other != coef; ++other) {
+        if (IsSame(*coef, *other)) return true;
+      }
+    }
+    return false;
   }
 
-  // A member that is listed a second time for the column.
-  void addUp(VakLinearI* linear, VakNum coef) {
-    VakNumLinExprTermI* term = linear->_terms.last();
-    term->coef += coef;
-    VakCheckCoef(term->var, linear, term->coef);
-    for (std::size_t i = _coefs.size(); i-- > 0 && _coefs[i].var == term->var;) {
-      if (_coefs[i].linear == linear) _coefs[i].coef = term->coef;
+  void addUpRepeated() {
+    std::stable_sort(_column.begin(), _column.end(), IsBefore);
+    std::size_t kept = 0;
+    for (const Coef coef : _column) {
+      if (kept != 0 && IsSame(_column[kept - 1], coef)) {
+        _column[kept - 1].coef += coef.coef;
+        VakCheckCoef(_variable, coef.linear, _column[kept - 1].coef);
+      } else {
+        _column[kept++] = coef;
+      }
     }
-    if (term->coef == 0) linear->_terms.dropZeros(_model->_env);
+    _column.resize(kept);
   }
+
+  static bool IsSame(const Coef& a, const Coef& b) { return a.linear == b.linear; }
+  static bool IsBefore(const Coef& a, const Coef& b) { return std::less<>()(a.linear, b.linear); }
 
   VakModelI* _model;
   Addition _addition;
-  bool _collects;                // Whether anybody listens who would need _coefs.
-  std::vector<VakCoefI> _coefs;  // What the new variables got.
+  bool _collects;                               // Whether anybody listens who would need _coefs.
+  VakModelVarI* _variable = nullptr;            // The column that is being made.
+  alignas(16) std::byte _buffer[512];           // A short column needs no memory of the heap.
+  std::pmr::monotonic_buffer_resource _memory;  // Of the next one.
+  std::pmr::vector<Coef> _column;               // What the column gets.
+  std::vector<VakCoefI> _coefs;                 // What all columns got.
 };
 
 VakModelVarI* VakModelI::addColumn(VakVarKind kind, VakNum lb, VakNum ub, VakNum objective,
@@ -249,8 +284,10 @@ VakModelVarI* VakModelI::addColumn(VakVarKind kind, VakNum lb, VakNum ub, VakNum
   VakCheckSizes("VakModel::addColumn", rows.size(), coefs.size());
   ColumnMaker maker(this);
   VakModelVarI* variable = maker.make(kind, lb, ub);
-  maker.addObjective(variable, objective);
-  for (std::size_t i = 0; i < rows.size(); ++i) maker.addCoef(rows[i], variable, coefs[i]);
+  maker.reserve(rows.size() + 1);
+  maker.addObjective(objective);
+  for (std::size_t i = 0; i < rows.size(); ++i) maker.addCoef(rows[i], coefs[i]);
+  maker.finish();
   maker.report();
   return variable;
 }
@@ -312,14 +349,14 @@ void VakModelI::addColumns(const VakColumns& columns, std::span<VakNumVar> made)
     const VakNum usualUB = kind == VakVarKind::Boolean ? 1 : VakGetInfinity();
     VakModelVarI* variable =
         maker.make(kind, valueOr(columns.lbs, j, 0.0), valueOr(columns.ubs, j, usualUB));
-    maker.addObjective(variable, valueOr(columns.objective, j, 0.0));
+    maker.addObjective(valueOr(columns.objective, j, 0.0));
     if (!matrix.starts.empty()) {
       for (auto i = static_cast<std::size_t>(matrix.starts[j]);
            i < static_cast<std::size_t>(matrix.starts[j + 1]); ++i) {
-        maker.addCoef(columns.rows[static_cast<std::size_t>(matrix.members[i])], variable,
-                      matrix.coefs[i]);
+        maker.addCoef(columns.rows[static_cast<std::size_t>(matrix.members[i])], matrix.coefs[i]);
       }
     }
+    maker.finish();
     if (!made.empty()) made[j] = VakNumVar(variable);
   }
   maker.report();
@@ -327,30 +364,78 @@ void VakModelI::addColumns(const VakColumns& columns, std::span<VakNumVar> made)
 
 // ---- Rows ---------------------------------------------------------------------------------------
 
+namespace {
+
+/// The terms of one row after the other, made from indices of variables that were checked.
+class RowTerms {
+ public:
+  RowTerms(VakEnvI* env, const VakRows& rows) : _env(env), _rows(rows) {}
+
+  void make(std::size_t row, VakOwnTermsI& terms) {
+    const VakSparse& matrix = _rows.matrix;
+    if (matrix.starts.empty()) return;
+    const auto first = static_cast<std::size_t>(matrix.starts[row]);
+    const auto end = static_cast<std::size_t>(matrix.starts[row + 1]);
+    bool isRising = true;
+    for (std::size_t i = first; i < end; ++i) {
+      VakCheckCoef(variable(i).getImpl(), nullptr, matrix.coefs[i]);
+      isRising = isRising && (i == first || matrix.members[i - 1] < matrix.members[i]);
+    }
+    if (!isRising) {
+      makeSlowly(first, end, terms);
+      return;
+    }
+    for (std::size_t i = end; i-- > first;) {
+      if (matrix.coefs[i] != 0) terms.make(variable(i).getImpl(), matrix.coefs[i]);
+    }
+  }
+
+ private:
+  // An index may occur twice.
+  void makeSlowly(std::size_t first, std::size_t end, VakOwnTermsI& terms) {
+    _expr.clear();
+    for (std::size_t i = first; i < end; ++i) {
+      _expr.addTerm(variable(i), _rows.matrix.coefs[i]);
+    }
+    terms.makeAll(VakCheckTerms(_env, nullptr, _expr, _storage));
+  }
+
+  [[nodiscard]] VakNumVar variable(std::size_t i) const {
+    return _rows.columns[static_cast<std::size_t>(_rows.matrix.members[i])];
+  }
+
+  VakEnvI* _env;
+  const VakRows& _rows;
+  VakExpr _expr;
+  VakExpr _storage;
+};
+
+}  // namespace
+
 void VakModelI::addRows(const VakRows& rows, std::span<VakConstraint> made) {
   const char* const operation = "VakModel::addRows";
-  const std::size_t count = rows.count;
-  checkOptional(operation, count, rows.lbs.size());
-  checkOptional(operation, count, rows.ubs.size());
-  checkOptional(operation, count, made.size());
-  checkSparse(operation, rows.matrix, count, rows.columns.size());
-  const VakSparse& matrix = rows.matrix;
+  checkOptional(operation, rows.count, rows.lbs.size());
+  checkOptional(operation, rows.count, rows.ubs.size());
+  checkOptional(operation, rows.count, made.size());
+  checkSparse(operation, rows.matrix, rows.count, rows.columns.size());
   Addition addition(this, Addition::Constraints);
-  VakExpr expr;
-  VakExpr storage;
-  for (std::size_t i = 0; i < count; ++i) {
-    expr.clear();
-    if (!matrix.starts.empty()) {
-      for (auto k = static_cast<std::size_t>(matrix.starts[i]);
-           k < static_cast<std::size_t>(matrix.starts[i + 1]); ++k) {
-        expr.addTerm(rows.columns[static_cast<std::size_t>(matrix.members[k])], matrix.coefs[k]);
-      }
-    }
-    VakConstraintI* constraint = VakConstraintI::Make(_env, valueOr(rows.lbs, i, -VakGetInfinity()),
-                                                      VakCheckTerms(_env, nullptr, expr, storage),
-                                                      valueOr(rows.ubs, i, VakGetInfinity()));
+  bool haveJoined = true;
+  for (const VakNumVar x : rows.columns) {
+    VakCheckUsable(x.checked(), _env, this);
+    haveJoined = haveJoined && contains(x.getImpl());
+  }
+  RowTerms rowTerms(_env, rows);
+  for (std::size_t i = 0; i < rows.count; ++i) {
+    const VakNum lb = valueOr(rows.lbs, i, -VakGetInfinity());
+    const VakNum ub = valueOr(rows.ubs, i, VakGetInfinity());
+    VakCheckBounds(nullptr, "a new constraint", lb, ub);
+    VakOwnTermsI terms(_env);
+    rowTerms.make(i, terms);
+    auto* constraint = VakCreate<VakConstraintI>(_env, lb, ub);
+    constraint->_terms.swap(terms);
     try {
-      addition.add(constraint);
+      if (!haveJoined) takeIn(constraint);
+      link(constraint);
     } catch (...) {
       delete constraint;
       throw;

@@ -105,7 +105,7 @@ void VakModelI::remove(std::span<VakModelVarI* const> variables) {
   Removal removal(this, variables);
   removal.apply();
   try {
-    _env->change(this, VakRemoveChange(this, {variables, {}, nullptr}));
+    VakReport(_env, this, VakRemoveChange(this, {variables, {}, nullptr}));
   } catch (...) {
     removal.takeBack();
     throw;
@@ -127,7 +127,7 @@ void VakModelI::remove(std::span<VakConstraintI* const> constraints) {
   for (VakConstraintI* constraint : constraints) forget(constraint);
   const VakMembersView members{{}, constraints, nullptr};
   try {
-    _env->change(this, VakRemoveChange(this, members));
+    VakReport(_env, this, VakRemoveChange(this, members));
   } catch (...) {
     for (VakConstraintI* constraint : constraints) {
       _constraints.restore(constraint->_place, constraint);
@@ -145,7 +145,7 @@ void VakModelI::removeObjective(VakObjectiveI* objective) {
   setObjective(nullptr);
   const VakMembersView members{{}, {}, objective};
   try {
-    _env->change(this, VakRemoveChange(this, members));
+    VakReport(_env, this, VakRemoveChange(this, members));
   } catch (...) {
     setObjective(objective);
     VakReportAgain(_env, this, VakAddChange(this, members));

@@ -2,11 +2,7 @@
 
 void VakReportAgain(VakEnvI* env, const VakExtractableI* e, const VakChange& change) noexcept {
   try {
-    if (e != nullptr) {
-      env->change(e, change);
-    } else {
-      env->change(change);
-    }
+    VakReport(env, e, change);
   } catch (VakAlgorithm::CannotChangeException& refusal) {
     refusal.end();
   } catch (...) {

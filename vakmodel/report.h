@@ -12,6 +12,16 @@
   return env->_algorithms != nullptr || env->_plugInManager->notified != nullptr;
 }
 
+/// Reports a change of `e`, or of no single object for null, if anybody listens.
+inline void VakReport(VakEnvI* env, const VakExtractableI* e, const VakChange& change) {
+  if (!VakHasListeners(env)) return;
+  if (e != nullptr) {
+    env->change(e, change);
+  } else {
+    env->change(change);
+  }
+}
+
 /// Reports what was taken back after a report that threw, `e` as in VakEnvI::change or null.
 /// Whatever is thrown is dropped: the first exception counts.
 void VakReportAgain(VakEnvI* env, const VakExtractableI* e, const VakChange& change) noexcept;

@@ -7,17 +7,10 @@
 #include "vakmodel/variable_impl.h"
 
 void VakOwnTermsI::makeAll(const VakExpr& expr) {
-  for (const VakTerm& term : expr.getTerms()) make(term.var.getImpl(), term.coef);
-}
-
-void VakTermListI::splice(VakTermListI& other) {
-  while (!other.empty()) append(other.takeFirst());
-}
-
-VakNumLinExprTermI* VakTermListI::takeFirst() {
-  VakNumLinExprTermI* term = unlinkAfter(nullptr);
-  term->next = nullptr;
-  return term;
+  const std::span<const VakTerm> terms = expr.getTerms();
+  for (auto term = terms.rbegin(); term != terms.rend(); ++term) {
+    make(term->var.getImpl(), term->coef);
+  }
 }
 
 VakNumLinExprTermI* VakTermListI::findByWalk(const VakNumVarI* var) const {
@@ -29,7 +22,6 @@ VakNumLinExprTermI* VakTermListI::findByWalk(const VakNumVarI* var) const {
 VakNumLinExprTermI* VakTermListI::unlinkAfter(VakNumLinExprTermI* before) {
   VakNumLinExprTermI* term = before == nullptr ? _first : before->next;
   (before == nullptr ? _first : before->next) = term->next;
-  if (_last == term) _last = before;
   --_size;
   return term;
 }
@@ -48,27 +40,17 @@ void VakTermListI::dropZeros(VakEnvI* env) {
   }
 }
 
-void VakTermListI::truncate(VakEnvI* env, Mark mark) {
-  VakNumLinExprTermI* term = mark.last == nullptr ? _first : mark.last->next;
-  (mark.last == nullptr ? _first : mark.last->next) = nullptr;
-  _last = mark.last;
+void VakTermListI::cut(VakEnvI* env, Mark mark) {
+  while (_first != mark.first) env->recycleTerm(takeFirst());
+  _highest = mark.highest;
   _size = mark.size;
-  _rising = mark.rising;
-  while (term != nullptr) {
-    VakNumLinExprTermI* next = term->next;
-    env->recycleTerm(term);
-    term = next;
-  }
 }
 
 void VakTermListI::swap(VakTermListI& other) noexcept {
   std::swap(_first, other._first);
-  std::swap(_last, other._last);
+  std::swap(_highest, other._highest);
   std::swap(_size, other._size);
-  std::swap(_rising, other._rising);
 }
-
-void VakTermListI::clear(VakEnvI* env) { truncate(env, Mark()); }
 
 // Nothing is called back here, so the identifier table may be held over the walk.
 bool VakTermListI::removeHidden(VakEnvI* env) {
@@ -106,16 +88,10 @@ void VakTermListI::addTo(VakExpr& expr) const {
 
 std::string VakTermListI::check() const {
   std::unordered_set<const VakNumVarI*> seen;
-  const VakNumLinExprTermI* before = nullptr;
   for (const VakNumLinExprTermI* term = _first; term != nullptr; term = term->next) {
     if (term->coef == 0) return "a coefficient is 0";
     if (!seen.insert(term->var).second) return "a variable occurs twice";
-    if (_rising && before != nullptr && !std::less<>()(before->var, term->var)) {
-      return "addresses of variables do not rise";
-    }
-    before = term;
+    if (std::less<>()(_highest, term->var)) return "a variable lies above the highest";
   }
-  if (before != _last) return "the last term is not the last";
-  if (static_cast<VakInt>(seen.size()) != _size) return "the number of terms is wrong";
-  return "";
+  return static_cast<VakInt>(seen.size()) == _size ? "" : "the number of terms is wrong";
 }

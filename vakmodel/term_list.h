@@ -2,11 +2,12 @@
 
 // The terms of a constraint, an objective or a stored expression.
 //
-// A list of 24-byte records of the environment's term pool, linked in the order in which the terms
-// were written. Nothing else is kept per term, so finding the term of a variable is a walk. One
-// thing makes the usual ways of building fast: while the addresses of the variables rise along the
-// list, which is so as long as terms are added in the order in which their variables were made, a
-// variable with a higher address than the last one is known to be new without a walk.
+// A list of 24-byte records of the environment's term pool, linked in the order of the expression
+// that they were made of; a term that joins later comes first, since that touches no other term.
+// Nothing else is kept per term, so finding the term of a variable is a walk. One thing makes the
+// usual ways of building fast: the list knows the highest address of its variables, so a variable
+// that was made after all of them, and therefore mostly lies higher, is known to be new without a
+// walk.
 
 #include <cstdint>
 #include <functional>
@@ -20,16 +21,16 @@
 
 /// A list of terms in the pool of one environment, which every operation that needs it is given.
 ///
-/// Invariant, which check() proves: `_size` terms from `_first` along `next` to `_last`; no
-/// variable occurs twice and no coefficient is 0; if `_rising`, addresses of variables rise along
-/// the list.
+/// Invariant, which check() proves: `_size` terms from `_first` along `next`; no variable occurs
+/// twice and no coefficient is 0, but for a change that is being reported; no variable lies above
+/// `_highest`.
 class VakTermListI {
  public:
-  /// The end of a list.
+  /// The beginning of a list.
   struct Mark {
-    VakNumLinExprTermI* last = nullptr;
+    VakNumLinExprTermI* first = nullptr;
+    const VakNumVarI* highest = nullptr;
     std::int32_t size = 0;
-    bool rising = true;
   };
 
   VakTermListI() = default;
@@ -37,46 +38,35 @@ class VakTermListI {
   VakTermListI& operator=(const VakTermListI&) = delete;
 
   [[nodiscard]] VakNumLinExprTermI* first() const { return _first; }
-  [[nodiscard]] VakNumLinExprTermI* last() const { return _last; }
   [[nodiscard]] VakInt size() const { return _size; }
   [[nodiscard]] bool empty() const { return _first == nullptr; }
 
-  /// The term of `var`, or null. Constant time when the list shows that there is none.
+  /// The term of `var`, or null. Constant time for a variable above all that occur.
   [[nodiscard]] VakNumLinExprTermI* find(const VakNumVarI* var) const {
-    if (_first == nullptr) return nullptr;
-    if (_last->var == var) return _last;
-    if (_rising && std::less<>()(_last->var, var)) return nullptr;
-    return findByWalk(var);
+    return std::less<>()(_highest, var) ? nullptr : findByWalk(var);
   }
-  /// Links a term that was just made behind the last one; its variable must not occur yet.
-  void append(VakNumLinExprTermI* term) {
-    if (_first == nullptr) {
-      _first = term;
-      _rising = true;
-    } else {
-      _rising = _rising && std::less<>()(_last->var, term->var);
-      _last->next = term;
-    }
-    _last = term;
+  /// Links a term in front; its variable must not occur yet.
+  void prepend(VakNumLinExprTermI* term) {
+    term->next = _first;
+    _first = term;
+    if (std::less<>()(_highest, term->var)) _highest = term->var;
     ++_size;
   }
-  /// Moves all terms of `other` behind the last one; their variables must not occur yet.
-  void splice(VakTermListI& other);
-  /// Unlinks the first term, which must exist, and returns it with a null link.
-  VakNumLinExprTermI* takeFirst();
+  /// Unlinks the first term, which must exist, and returns it.
+  VakNumLinExprTermI* takeFirst() { return unlinkAfter(nullptr); }
   /// Unlinks the term behind `before`, or the first one for null, and returns it.
   VakNumLinExprTermI* unlinkAfter(VakNumLinExprTermI* before);
   /// Gives back the terms whose coefficient is 0.
   void dropZeros(VakEnvI* env);
-  /// Where the list ends now, for truncate().
-  [[nodiscard]] Mark mark() const { return {_last, _size, _rising}; }
-  /// Gives back the terms that were appended since mark(); nothing else may have happened
+  /// Where the list begins now, for cut().
+  [[nodiscard]] Mark mark() const { return {_first, _highest, _size}; }
+  /// Gives back the terms that were prepended since mark(); nothing else may have happened
   /// meanwhile.
-  void truncate(VakEnvI* env, Mark mark);
+  void cut(VakEnvI* env, Mark mark);
   /// Exchanges the terms of two lists of one environment.
   void swap(VakTermListI& other) noexcept;
   /// Gives all terms back.
-  void clear(VakEnvI* env);
+  void clear(VakEnvI* env) { cut(env, Mark()); }
   /// Gives the terms of hidden variables back and tells whether there were any.
   bool removeHidden(VakEnvI* env);
 
@@ -91,9 +81,8 @@ class VakTermListI {
   [[nodiscard]] VakNumLinExprTermI* findByWalk(const VakNumVarI* var) const;
 
   VakNumLinExprTermI* _first = nullptr;  ///< Owned, like all behind it; null for no terms.
-  VakNumLinExprTermI* _last = nullptr;   ///< Null for no terms.
+  const VakNumVarI* _highest = nullptr;  ///< Only compared; its variable may be gone.
   std::int32_t _size = 0;                ///< Number of terms.
-  bool _rising = true;                   ///< True when addresses of variables are known to rise.
 };
 
 static_assert(sizeof(VakTermListI) == 24);
@@ -104,9 +93,9 @@ struct VakOwnTermsI : VakTermListI {
   explicit VakOwnTermsI(VakEnvI* e) : env(e) {}
   ~VakOwnTermsI() { clear(env); }
 
-  /// Appends a new term. Throws std::bad_alloc.
-  void make(VakNumVarI* var, VakNum coef) { append(env->newTerm(var, coef)); }
-  /// Appends new terms for those of `expr`.
+  /// Prepends a new term. Throws std::bad_alloc.
+  void make(VakNumVarI* var, VakNum coef) { prepend(env->newTerm(var, coef)); }
+  /// Prepends new terms for those of `expr`, in their order.
   void makeAll(const VakExpr& expr);
 
   VakEnvI* env;  ///< Its pool; not owned.

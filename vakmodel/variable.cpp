@@ -103,7 +103,7 @@ void changeAll(std::span<const VakNumVar> vars, ValuesOf valuesOf) {
       before.push_back(state);
     }
     isReporting = true;
-    env->change(change);
+    VakReport(env, nullptr, change);
   } catch (...) {
     takeBack();
     if (isReporting) VakReportAgain(env, nullptr, change);

@@ -110,13 +110,17 @@ void VakModelVarI::restore(const State& state) noexcept {
 void VakModelVarI::setBounds(VakNum lb, VakNum ub) {
   VakCheckUsable(this, _env, nullptr);
   CheckBounds(this, getKind(), lb, ub);
+  if ((_domain & OwnBit) != 0 && !VakHasListeners(_env)) {
+    *own() = {lb, ub};
+    return;
+  }
   const State before = getState();
   if (before.lb == lb && before.ub == ub) return;
   assign(getKind(), lb, ub);
   VakModelVarI* const self = this;
   const VakBoundsChange change(std::span<VakModelVarI* const>(&self, 1));
   try {
-    _env->change(this, change);
+    VakReport(_env, this, change);
   } catch (...) {
     restore(before);
     VakReportAgain(_env, this, change);
@@ -133,7 +137,7 @@ void VakModelVarI::setKind(VakVarKind kind) {
   VakModelVarI* const self = this;
   const VakKindChange change(std::span<VakModelVarI* const>(&self, 1));
   try {
-    _env->change(this, change);
+    VakReport(_env, this, change);
   } catch (...) {
     restore(before);
     VakReportAgain(_env, this, change);
