@@ -52,6 +52,7 @@ VakMemory::~VakMemory() {
   while (_regions != nullptr) {
     Region* region = _regions;
     _regions = region->_next;
+    // The program's operator delete may not be the sanitizer's and leave the poison where it is.
     VakUnpoison(region, region->_bytes);
     ::operator delete(region);
   }

@@ -18,7 +18,6 @@
 #include "vakenv/memory/env_object.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/memory/memory_manager_object.h"
-#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/memory/tarn_alloc.h"
 #include "vakenv/plugins/plugin.h"
 #include "vakenv/plugins/plugin_manager.h"
@@ -32,6 +31,7 @@
 #include "vakenv/registry/destroyable.h"
 #include "vakenv/registry/recycle_bin.h"
 #include "vakmodel/contract/linear_term.h"
+#include "vaksupport/stack_gen_alloc.h"
 
 // Offsets are asked of classes with virtual functions too, which both compilers answer.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"

@@ -26,6 +26,10 @@ struct VakTestScript {
     return text;
   }
   void write(const std::string& line) { log.push_back(line); }
+  /// Calls one of the functions below, if it is set. It may set them anew meanwhile.
+  static void call(std::function<void(VakTestNode&)> function, VakTestNode& node) {
+    if (function) function(node);
+  }
 
   std::vector<std::string> log;
   bool logsSweeps = false;                       ///< Log "sweep A", too.
@@ -45,7 +49,7 @@ class VakTestNode : public VakExtractableI {
   ~VakTestNode() noexcept(false) override {
     _refs.end();
     _script.write("~" + text());
-    if (_script.onDestruct) _script.onDestruct(*this);
+    _script.call(_script.onDestruct, *this);
   }
 
   void refer(VakExtractableI* e) { _refs.add(e); }
@@ -59,7 +63,7 @@ class VakTestNode : public VakExtractableI {
 
   void notify(const VakChange& change) override {
     _script.write("notify " + text());
-    if (_script.onNotify) _script.onNotify(*this);
+    _script.call(_script.onNotify, *this);
     VakExtractableI::notify(change);
   }
 
@@ -73,12 +77,12 @@ class VakTestNode : public VakExtractableI {
     }
     while (_refs.getSize() > kept) _refs.dropLast();
     if (_goesWhenEmpty && before > 0 && kept == 0) _env->removeFromAllAndDestroy(this, 0);
-    if (_script.onSweep) _script.onSweep(*this);
+    _script.call(_script.onSweep, *this);
   }
 
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override {
     _script.write("copy " + text());
-    if (_script.onClone) _script.onClone(const_cast<VakTestNode&>(*this));
+    _script.call(_script.onClone, const_cast<VakTestNode&>(*this));
     auto* copy = VakCreate<VakTestNode>(env, _script, _name);
     for (VakExtractableI* ref : _refs) copy->refer(env->getClone(ref));
     return copy;
@@ -110,10 +114,9 @@ class VakTestExpr : public Base {
     if (_operand != nullptr) this->_env->release(_operand);
   }
 
-  [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override {
-    auto* operand =
-        _operand == nullptr ? nullptr : static_cast<VakTestExpr*>(env->getClone(_operand));
-    return VakCreate<VakTestExpr>(env, _script, _name, operand);
+  /// The copy of the operand in `env`, or null.
+  [[nodiscard]] VakTestExpr* cloneOperand(VakEnvI* env) const {
+    return _operand == nullptr ? nullptr : static_cast<VakTestExpr*>(env->getClone(_operand));
   }
 
   VakTestScript& _script;
@@ -125,6 +128,10 @@ class VakTestNumExpr : public VakTestExpr<VakNumExprI> {
   VAK_RTTI(VakTestNumExpr, VakNumExprI);
   using VakTestExpr::VakTestExpr;
 
+  [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override {
+    return VakCreate<VakTestNumExpr>(env, _script, _name, cloneOperand(env));
+  }
+
   [[nodiscard]] VakNum evaluate(const VakModelEvaluatorI& point) const override {
     return _operand == nullptr ? 1.0
                                : 1.0 + static_cast<const VakNumExprI*>(_operand)->evaluate(point);
@@ -134,6 +141,10 @@ class VakTestNumExpr : public VakTestExpr<VakNumExprI> {
 class VakTestAnyExpr : public VakTestExpr<VakAnyExprI> {
   VAK_RTTI(VakTestAnyExpr, VakAnyExprI);
   using VakTestExpr::VakTestExpr;
+
+  [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override {
+    return VakCreate<VakTestAnyExpr>(env, _script, _name, cloneOperand(env));
+  }
 };
 
 /// A variable.

@@ -159,8 +159,16 @@ class VakArray {
   /// it throws.
   template <class Handle, class R>
   [[nodiscard]] static Handle Build(VakMemoryManager m, R&& values) {
-    VakArray array(m, 0);
+    // An array without storage, as after clear(): the first growth then makes what is needed.
+    VakArray array(VakCreate<VakArrayI>(m, VakInt{0}, VakInt{0}, VakInt{0}, VakInt{0},
+                                        static_cast<VakInt>(sizeof(T)),
+                                        static_cast<char**>(nullptr)));
     try {
+      VakInt expected = 0;
+      if constexpr (std::ranges::sized_range<R>) {
+        expected = static_cast<VakInt>(std::ranges::size(values));
+      }
+      array._impl->grow(expected);
       array.appendRange(std::forward<R>(values));
     } catch (...) {
       array.end();
@@ -170,15 +178,17 @@ class VakArray {
   }
 
   [[nodiscard]] VakArrayIterator<T> first() const {
-    if (_impl == nullptr) return {};
+    if (!hasStorage()) return {};
     return {_impl->_data, _impl->_shift, 0};
   }
   [[nodiscard]] VakArrayIterator<T> behindLast() const {
-    if (_impl == nullptr) return {};
+    if (!hasStorage()) return {};
     return {_impl->_data, _impl->_shift, _impl->_size > 0 ? _impl->_size : 0};
   }
 
  private:
+  [[nodiscard]] bool hasStorage() const { return _impl != nullptr && _impl->_data != nullptr; }
+
   // Appends at the beginning or the end of a chunk, which may have to be made first. Static, so
   // that the handle of a caller's loop stays in a register.
   [[gnu::noinline]] static void AddAtEdge(VakArrayI* array, const T x) {

@@ -7,7 +7,7 @@ namespace {
 
 // True when both hold arrays of the same size with equal elements.
 template <class Row>
-bool AreEqual(Row a, Row b) {
+bool areEqual(Row a, Row b) {
   if (a.getImpl() == nullptr || b.getImpl() == nullptr || a.getSize() != b.getSize()) return false;
   auto other = begin(b);
   for (const auto chunk : a.chunks()) {
@@ -21,7 +21,7 @@ bool AreEqual(Row a, Row b) {
 // Compares `a` with the only candidate: the array of rows seen as one row, of which an element is
 // the bytes of a row handle. Further candidates would lie behind the handle and do not exist.
 template <class Row>
-bool EqualsTable(VakArray<Row> table, Row a) {
+bool equalsTable(VakArray<Row> table, Row a) {
   using Value = typename Row::value_type;
   if (a.getImpl() == nullptr || table.getImpl() == nullptr) return false;
   if (table.getSize() <= 0 || a.getSize() != table.getSize()) return false;
@@ -30,8 +30,8 @@ bool EqualsTable(VakArray<Row> table, Row a) {
 }
 
 template <class Row>
-bool HasRow(VakArray<Row> table, Row a) {
-  return std::any_of(begin(table), end(table), [a](Row row) { return AreEqual(a, row); });
+bool hasRow(VakArray<Row> table, Row a) {
+  return std::any_of(begin(table), end(table), [a](Row row) { return areEqual(a, row); });
 }
 
 }  // namespace
@@ -40,18 +40,18 @@ VakNumArray2::VakNumArray2(VakEnv env, VakInt n) : VakArray(env, n) {}
 
 VakNumArray2::VakNumArray2(VakEnv env, VakInt n, VakNumArray row) : VakArray(env, n) { add(row); }
 
-bool VakNumArray2::equal(VakNumArray a, VakNumArray b) { return AreEqual(a, b); }
+bool VakNumArray2::equal(VakNumArray a, VakNumArray b) { return areEqual(a, b); }
 
-bool VakNumArray2::contains(VakNumArray a) const { return EqualsTable<VakNumArray>(*this, a); }
+bool VakNumArray2::contains(VakNumArray a) const { return equalsTable<VakNumArray>(*this, a); }
 
-bool VakNumArray2::containsRow(VakNumArray a) const { return HasRow<VakNumArray>(*this, a); }
+bool VakNumArray2::containsRow(VakNumArray a) const { return hasRow<VakNumArray>(*this, a); }
 
 VakIntArray2::VakIntArray2(VakEnv env, VakInt n) : VakArray(env, n) {}
 
 VakIntArray2::VakIntArray2(VakEnv env, VakInt n, VakIntArray row) : VakArray(env, n) { add(row); }
 
-bool VakIntArray2::equal(VakIntArray a, VakIntArray b) { return AreEqual(a, b); }
+bool VakIntArray2::equal(VakIntArray a, VakIntArray b) { return areEqual(a, b); }
 
-bool VakIntArray2::contains(VakIntArray a) const { return EqualsTable<VakIntArray>(*this, a); }
+bool VakIntArray2::contains(VakIntArray a) const { return equalsTable<VakIntArray>(*this, a); }
 
-bool VakIntArray2::containsRow(VakIntArray a) const { return HasRow<VakIntArray>(*this, a); }
+bool VakIntArray2::containsRow(VakIntArray a) const { return hasRow<VakIntArray>(*this, a); }

@@ -18,10 +18,10 @@ namespace {
 constexpr unsigned long AddressableBytes = 1UL << 47;
 
 // Bytes of a table of 2^`shift` pointers.
-unsigned long TableBytes(VakInt shift) { return sizeof(char*) << shift; }
+unsigned long tableBytes(VakInt shift) { return sizeof(char*) << shift; }
 
 // The sum of two element counts; one that no integer can hold is more memory than there is.
-VakInt AddCounts(VakInt a, VakInt b) {
+VakInt addCounts(VakInt a, VakInt b) {
   VakInt sum = 0;
   if (__builtin_add_overflow(a, b, &sum)) throw std::bad_alloc();
   return sum;
@@ -107,8 +107,8 @@ unsigned long VakArrayI::chunkBytes(VakInt shift) const {
 
 // A table of 2^`shift` null pointers.
 char** VakArrayI::allocTable(VakInt shift) const {
-  auto** table = static_cast<char**>(_memoryManager->alloc(TableBytes(shift)));
-  std::memset(table, 0, TableBytes(shift));
+  auto** table = static_cast<char**>(_memoryManager->alloc(tableBytes(shift)));
+  std::memset(table, 0, tableBytes(shift));
   return table;
 }
 
@@ -123,7 +123,7 @@ void VakArrayI::freeStorage(char** table, VakInt shift) const {
   for (VakInt k = 0; k < length; ++k) {
     if (table[k] != nullptr) _memoryManager->free(table[k], bytes);
   }
-  _memoryManager->free(table, TableBytes(shift));
+  _memoryManager->free(table, tableBytes(shift));
 }
 
 void VakArrayI::allocData(VakInt n) {
@@ -238,14 +238,14 @@ VakInt VakArrayI::moveChunks(char** table, VakInt shift) {
   VakInt moved = 0;
   try {
     for (VakInt placed = 0; placed < _size; placed += length) {
-      char* free = table[filled] = allocChunk(shift);
+      char* to = table[filled] = allocChunk(shift);
       ++filled;
       for (VakInt room = length; room >= oldLength && moved < oldLength && _data[moved] != nullptr;
            room -= oldLength) {
-        std::memcpy(free, _data[moved], oldBytes);
+        std::memcpy(to, _data[moved], oldBytes);
         _memoryManager->free(_data[moved], oldBytes);
         _data[moved++] = nullptr;
-        free += oldBytes;
+        to += oldBytes;
       }
     }
   } catch (...) {
@@ -273,7 +273,7 @@ void VakArrayI::addArray(VakArrayI* other) {
   assert(other->_elementSize == _elementSize);
   const VakInt n = other->_size;
   const VakInt size = _size;
-  const VakInt total = AddCounts(size, n);
+  const VakInt total = addCounts(size, n);
   growAhead(total);
   _size = total;
   // Elements that would come to lie before the first are dropped.
@@ -283,7 +283,7 @@ void VakArrayI::addArray(VakArrayI* other) {
 
 void VakArrayI::addElements(const void* source, VakInt n) {
   const auto* from = static_cast<const char*>(source);
-  const VakInt total = AddCounts(_size, n);
+  const VakInt total = addCounts(_size, n);
   growAhead(total);
   for (VakInt to = _size; to < total;) {
     const VakInt run = to < 0 ? -to : std::min(total - to, chunkLength() - (to & _mod));

@@ -16,7 +16,7 @@ namespace {
 constexpr const char* TooFew = "VakNumArray::VakNumArray: n must be >=2";
 
 // From 2^52 on every number is integral, and only NaN differs from itself.
-bool IsIntegral(VakNum x) {
+bool isIntegral(VakNum x) {
   if (!(std::fabs(x) < 0x1p52)) return x == x;
   return static_cast<VakNum>(static_cast<VakInt>(x)) == x;
 }
@@ -61,7 +61,7 @@ VakNumArray::VakNumArray(VakEnv env, VakInt n, VakInt first, VakVarArgsNum secon
 
 bool VakNumArray::areElementsInteger() const {
   for (const std::span<VakNum> chunk : chunks()) {
-    if (!std::all_of(chunk.begin(), chunk.end(), IsIntegral)) return false;
+    if (!std::all_of(chunk.begin(), chunk.end(), isIntegral)) return false;
   }
   return true;
 }

@@ -7,7 +7,7 @@ constexpr VakInt SkipFactor = 100;
 
 // The place in `longer` from which to merge: an element equal to `y`, or one near `y` with nothing
 // before it above `y`. The range that is left when the search stops is as short as `range`.
-VakInt SkipTo(VakIntArray longer, VakInt y, VakInt range) {
+VakInt skipTo(VakIntArray longer, VakInt y, VakInt range) {
   VakInt place = 0;
   VakInt low = 0;
   VakInt high = longer.getSize();
@@ -39,7 +39,7 @@ VakIntArray intersectOrderedIndex(VakMemoryManager m, VakIntArray a, VakIntArray
   VakInt i = 0;
   VakInt j = 0;
   if (longer[0] < shorter[0] && longSize > SkipFactor * shortSize) {
-    i = SkipTo(longer, shorter[0], shortSize);
+    i = skipTo(longer, shorter[0], shortSize);
   }
   try {
     while (i < longSize && j < shortSize) {

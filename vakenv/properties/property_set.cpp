@@ -77,6 +77,10 @@ bool VakNamedPropertySet::hasProperty(const char* name) const {
   return impl().getElem(name) != nullptr;
 }
 
+bool VakNamedPropertySet::hasProperty(VakNamedProperty property) const {
+  return impl().getElem(required(property)) != nullptr;
+}
+
 VakNamedProperty VakNamedPropertySet::getProperty(const char* name) const {
   return VakNamedProperty(impl().getProperty(name));
 }

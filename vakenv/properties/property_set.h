@@ -49,6 +49,8 @@ class VakNamedPropertySet {
   /// VakNamedPropertyI::Exception when the property cannot be copied.
   void addClonedProperty(VakNamedProperty property) const;
   [[nodiscard]] bool hasProperty(const char* name) const;
+  /// True when the set holds this very property.
+  [[nodiscard]] bool hasProperty(VakNamedProperty property) const;
   /// The property of this name, the newest if there are several. Throws NotPresent.
   [[nodiscard]] VakNamedProperty getProperty(const char* name) const;
   /// The value of the property of this name: getProperty<VakNum>("gap"). T is an integer type, a

@@ -3,8 +3,8 @@
 // Reading and writing the values of properties by name and type, for every owner of properties.
 //
 // The three templates ending in I are what the typed getters and setters of the owners consist of;
-// an owner has getProperty, hasProperty and addProperty. getProperty<T>(name) of the handles and of
-// the extensible objects chooses the kind of property by the C++ type.
+// an owner has getProperty, getProperties and addProperty. getProperty<T>(name) of the handles and
+// of the extensible objects chooses the kind of property by the C++ type.
 
 #include <type_traits>
 
@@ -50,17 +50,17 @@ void VakGetPropertyValueI(const char* name, const Owner* owner,
 /// of the owner throws; a fresh property is deleted then.
 template <class Kind, class Owner>
 void VakSetPropertyValueI(const char* name, Owner* owner, typename Kind::EmbeddedType value) {
-  Kind property;
-  if (owner->hasProperty(name) == 1) {
-    VakGetPropertyI<Kind>(name, owner, property);
-    property.setValue(value);
+  const VakNamedPropertySetI* set = owner->getProperties();
+  const auto* found = set == nullptr ? nullptr : set->getElem(name);
+  if (found != nullptr) {
+    VakAsPropertyKind<Kind>(name, found->_property).setValue(value);
     return;
   }
-  property = Kind(VakGetOwnerAllocator(owner), name, value);
+  Kind fresh(VakGetOwnerAllocator(owner), name, value);
   try {
-    owner->addProperty(property.getImpl());
+    owner->addProperty(fresh.getImpl());
   } catch (...) {
-    property.end();
+    fresh.end();
     throw;
   }
 }

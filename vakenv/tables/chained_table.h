@@ -13,6 +13,7 @@
 //   rehash   moving all items, uncopied, into another number of buckets
 
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "vakbase/exception.h"
@@ -26,8 +27,25 @@ inline constexpr VakInt VakHashPresent = 2;
 /// A table that holds more items than this for each bucket doubles the number of its buckets.
 inline constexpr VakInt VakHashItemsPerBucket = 2;
 
+/// A rehash asks for the items of the bucket this far ahead, so that they are there in time.
+inline constexpr VakInt VakHashLookahead = 16;
+
 /// More buckets than this cannot be addressed.
 inline constexpr VakInt VakHashMaxBuckets = VakInt{1} << 59;
+
+/// What tables of objects by their address hash and compare with. The number of buckets must be a
+/// power of two, which doubling keeps. Both tables recognise these two functions and then work
+/// without calling them.
+template <class K>
+[[nodiscard]] VakInt VakHashAddress(K key, VakInt size) {
+  constexpr int uselessBits = 5;  // objects are rarely closer together than 32 bytes
+  return static_cast<VakInt>((reinterpret_cast<unsigned long>(key) >> uselessBits) &
+                             (static_cast<unsigned long>(size) - 1));
+}
+template <class K>
+[[nodiscard]] VakInt VakCompareAddresses(K a, K b) {
+  return a == b ? 1 : 0;
+}
 
 /// One entry of a table, owned by it.
 template <class K, class V>
@@ -93,15 +111,10 @@ class VakChainedTable {
   [[nodiscard]] VakInt find(K key, V& value) const {
     const Table& table = self();
     if (table._buckets == nullptr) return VakHashNotFound;
-    const CompareFunction compare = table._compare;
-    for (const Item* item = table._buckets[indexOf(key, table._size)]; item != nullptr;
-         item = item->_next) {
-      if (compare(item->_key, key) != 0) {
-        value = item->_value;
-        return VakHashDone;
-      }
-    }
-    return VakHashNotFound;
+    Item** link = linkOf(table._buckets + indexOf(key, table._size), key);
+    if (link == nullptr) return VakHashNotFound;
+    value = (*link)->_value;
+    return VakHashDone;
   }
 
   /// Unlinks and frees the item of `key`: VakHashDone, or VakHashNotFound. Makes the buckets if
@@ -197,9 +210,21 @@ class VakChainedTable {
     throw VakWrongUsage("Hash function returned bad index");
   }
 
+  [[nodiscard]] bool hashesAddresses() const {
+    if constexpr (std::is_pointer_v<K>) return self()._hash == &VakHashAddress<K>;
+    return false;
+  }
+
+  [[nodiscard]] VakInt hashOf(K key, VakInt size) const {
+    if constexpr (std::is_pointer_v<K>) {
+      if (hashesAddresses()) return VakHashAddress<K>(key, size);
+    }
+    return self()._hash(key, size);
+  }
+
   // One comparison rules out negative indices too.
   VakInt indexOf(K key, VakInt size) const {
-    const VakInt index = self()._hash(key, size);
+    const VakInt index = hashOf(key, size);
     if (static_cast<unsigned long>(index) >= static_cast<unsigned long>(size)) [[unlikely]] {
       ThrowBadIndex();
     }
@@ -209,8 +234,18 @@ class VakChainedTable {
   // The bucket or link that holds the item of `key`, so that it can be taken out; null if none.
   Item** linkOf(Item** link, K key) const {
     const CompareFunction compare = self()._compare;
+    if constexpr (std::is_pointer_v<K>) {
+      if (compare == &VakCompareAddresses<K>) {
+        return FirstLink(link, [key](K other) { return other == key; });
+      }
+    }
+    return FirstLink(link, [&](const K& other) { return compare(other, key) != 0; });
+  }
+
+  template <class IsEqual>
+  static Item** FirstLink(Item** link, IsEqual isEqual) {
     for (; *link != nullptr; link = &(*link)->_next) {
-      if (compare((*link)->_key, key) != 0) return link;
+      if (isEqual((*link)->_key)) return link;
     }
     return nullptr;
   }
@@ -233,9 +268,19 @@ class VakChainedTable {
     }
   }
 
+  // Brings the items of a later bucket near while those of bucket `b` are looked at.
+  void lookAhead(VakInt b) const {
+    const Table& table = self();
+    if (b + VakHashLookahead < table._size) {
+      __builtin_prefetch(table._buckets[b + VakHashLookahead]);
+    }
+  }
+
   void checkIndices(VakInt newSize) const {
     const Table& table = self();
+    if (hashesAddresses() && newSize > 0) return;  // it gives no others
     for (VakInt b = 0; b < table._size; ++b) {
+      lookAhead(b);
       for (const Item* item = table._buckets[b]; item != nullptr; item = item->_next) {
         static_cast<void>(indexOf(item->_key, newSize));
       }
@@ -248,6 +293,7 @@ class VakChainedTable {
     Table& table = self();
     try {
       for (VakInt b = 0; b < table._size; ++b) {
+        lookAhead(b);
         while (Item* item = table._buckets[b]) {
           const VakInt index = indexOf(item->_key, newSize);
           table._buckets[b] = item->_next;

@@ -73,7 +73,8 @@ class VakRtti {
 };
 
 // The members that both stamps share. `BaseSpecifier` is `override` except in the classes that
-// introduce the two base queries.
+// introduce the two base queries. The name is an object, because equal string literals need not be
+// one.
 #define VAK_RTTI_MEMBERS_(Class, Parent, BaseSpecifier)                                            \
  public:                                                                                           \
   static VakTypeInfo GetBaseTypeInfo() {                                                           \
@@ -90,7 +91,7 @@ class VakRtti {
     Class::InitTypeIndex();                                                                        \
     return ReadTypeIndex(Class::_rttiIndex);                                                       \
   }                                                                                                \
-  [[nodiscard]] static const char* GetRttiTypeName() { return #Class; }                            \
+  [[nodiscard]] static const char* GetRttiTypeName() { return Class::_rttiTypeName; }              \
   [[nodiscard]] static VakInt GetExtractableSize() { return static_cast<VakInt>(sizeof(Class)); }  \
   [[nodiscard]] VakInt getTypeIndex() const override { return ReadTypeIndex(Class::_rttiIndex); }  \
   [[nodiscard]] VakTypeInfo getTypeInfo() const override { return Class::GetTypeInfo(); }          \
@@ -105,6 +106,7 @@ class VakRtti {
   [[nodiscard]] virtual VakInt getBaseTypeIndex() const BaseSpecifier {                            \
     return Parent::GetTypeIndex();                                                                 \
   }                                                                                                \
+  inline static constexpr char _rttiTypeName[] = #Class;                                           \
   inline static VakInt _rttiIndex = 0 /* 0 until the class is first asked */
 
 /// Stamps the type members into `Class`, whose declared parent is `Parent`. Stands first in the

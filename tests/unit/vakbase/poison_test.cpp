@@ -94,18 +94,6 @@ TEST_F(VakPoisonTest, CoversWhatIsFreeInAStack) {
   EXPECT_TRUE(allPoisoned(block, 20));
 }
 
-TEST_F(VakPoisonTest, IsLiftedFromMemoryThatGoesBackToTheHeap) {
-  for (int turn = 0; turn < 2; ++turn) {
-    VakMemory memory(1);
-    VakAllocationStack stack;
-    static_cast<void>(memory.allocate(24));
-    static_cast<void>(stack.allocate(24));
-  }
-  auto* block = new char[4096];
-  EXPECT_TRUE(nonePoisoned(block, 4096));
-  delete[] block;
-}
-
 TEST_F(VakPoisonDeathTest, ReportsTheUseOfAPooledElementThatWasGivenBack) {
   VakMemory memory(1);
   auto* element = static_cast<volatile char*>(memory.allocate(48));

@@ -22,7 +22,7 @@ struct Integer {
 };
 
 template <class Kind>
-class Array2 : public ArrayEnvTest {
+class Array2 : public VakArrayEnvTest {
  protected:
   typename Kind::Row row(std::initializer_list<typename Kind::Row::value_type> values) {
     return Kind::Row::From(env, values);
@@ -140,7 +140,7 @@ TYPED_TEST(Array2, ContainsRowComparesElements) {
   EXPECT_FALSE(Rows().containsRow(this->row({})));
 }
 
-class NumArray2 : public ArrayEnvTest {};
+class NumArray2 : public VakArrayEnvTest {};
 
 TEST_F(NumArray2, NaNEqualsNothing) {
   const VakNumArray row = VakNumArray::From(env, {NaN});

@@ -14,33 +14,33 @@ constexpr long Sizes[] = {0, 1, 2, 4, 5, 15, 16, 17, 40, 64, 70};
 constexpr long Targets[] = {1, 2, 4, 5, 8, 16, 17, 33, 64, 65, 200, 257};
 
 // Whether an array holds what it held before, or nothing as after clear().
-void ExpectWholeOrCleared(const VakArrayOwner& array, const std::vector<long>& before) {
+void expectWholeOrCleared(const VakArrayOwner& array, const std::vector<long>& before) {
   EXPECT_EQ(array->check(), "");
   if (array->_data == nullptr && !before.empty()) {
     EXPECT_EQ(array->_size, 0);
     EXPECT_EQ(array->_max, 0);
   } else {
-    EXPECT_EQ(Integers(array), before);
+    EXPECT_EQ(VakIntegers(array), before);
   }
 }
 
 // Whether an array can still be used after a failure.
-void ExpectUsable(const VakArrayOwner& array) {
-  std::vector<long> expected = Integers(array);
+void expectUsable(const VakArrayOwner& array) {
+  std::vector<long> expected = VakIntegers(array);
   for (long i = 0; i < 70; ++i) {
     VakIntArray(array.get()).add(i);
     expected.push_back(i);
   }
-  EXPECT_EQ(Integers(array), expected);
+  EXPECT_EQ(VakIntegers(array), expected);
   EXPECT_EQ(array->check(), "");
 }
 
 // Lets each request of `operation`, on a fresh array that `make` makes, fail in turn.
-void FailEachRequest(ArrayMemory& manager, const std::function<VakArrayOwner()>& make,
+void failEachRequest(VakArrayMemory& manager, const std::function<VakArrayOwner()>& make,
                      const std::function<void(VakArrayI&)>& operation) {
   for (long k = 1;; ++k) {
     const VakArrayOwner array = make();
-    const std::vector<long> before = Integers(array);
+    const std::vector<long> before = VakIntegers(array);
     manager.failAt(k);
     try {
       operation(*array);
@@ -50,19 +50,19 @@ void FailEachRequest(ArrayMemory& manager, const std::function<VakArrayOwner()>&
     const bool failed = manager.hasFailed();
     manager.failAt(0);
     if (!failed) return;
-    ExpectWholeOrCleared(array, before);
-    ExpectUsable(array);
+    expectWholeOrCleared(array, before);
+    expectUsable(array);
   }
 }
 
 TEST(ArrayFault, ConstructionLeavesNothingBehind) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (const long size : Sizes) {
     for (long k = 1;; ++k) {
       manager.failAt(k);
       VakArrayOwner array;
       try {
-        array = MakeIntegers(manager, size);
+        array = VakMakeIntegers(manager, size);
       } catch (const std::bad_alloc&) {
       }
       manager.failAt(0);
@@ -73,9 +73,9 @@ TEST(ArrayFault, ConstructionLeavesNothingBehind) {
 }
 
 TEST(ArrayFault, CopyingLeavesNothingBehind) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (const long size : Sizes) {
-    const VakArrayOwner original = MakeCounting(manager, size);
+    const VakArrayOwner original = VakMakeCounting(manager, size);
     const long blocks = manager.getBlockCount();
     for (long k = 1;; ++k) {
       manager.failAt(k);
@@ -92,69 +92,69 @@ TEST(ArrayFault, CopyingLeavesNothingBehind) {
 }
 
 TEST(ArrayFault, GrowKeepsTheArrayWholeOrClearsIt) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (const long size : Sizes) {
     for (const long target : Targets) {
-      FailEachRequest(
-          manager, [&] { return MakeCounting(manager, size); },
+      failEachRequest(
+          manager, [&] { return VakMakeCounting(manager, size); },
           [&](VakArrayI& array) { array.grow(target); });
     }
   }
 }
 
 TEST(ArrayFault, GrowAfterRemoveKeepsTheArrayWholeOrClearsIt) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   const auto make = [&] {
-    VakArrayOwner array = MakeCounting(manager, 40);
+    VakArrayOwner array = VakMakeCounting(manager, 40);
     array->remove(5, 35);
     return array;
   };
   for (const long target : Targets) {
-    FailEachRequest(manager, make, [&](VakArrayI& array) { array.grow(target); });
+    failEachRequest(manager, make, [&](VakArrayI& array) { array.grow(target); });
   }
 }
 
 TEST(ArrayFault, GrowAfterClearLeavesAnArrayThatGrowsAgain) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   const auto make = [&] {
-    VakArrayOwner array = MakeCounting(manager, 40);
+    VakArrayOwner array = VakMakeCounting(manager, 40);
     array->clear();
     return array;
   };
   for (const long target : Targets) {
-    FailEachRequest(manager, make, [&](VakArrayI& array) { array.grow(target); });
+    failEachRequest(manager, make, [&](VakArrayI& array) { array.grow(target); });
   }
 }
 
 TEST(ArrayFault, GrowOfTheCopyOfAClearedArrayLeavesAnArrayThatGrowsAgain) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   const auto make = [&] {
-    const VakArrayOwner array = MakeCounting(manager, 40);
+    const VakArrayOwner array = VakMakeCounting(manager, 40);
     array->clear();
     return VakArrayOwner(VakCreate<VakArrayI>(&manager, array.get()));
   };
   for (const long target : Targets) {
-    FailEachRequest(manager, make, [&](VakArrayI& array) { array.grow(target); });
+    failEachRequest(manager, make, [&](VakArrayI& array) { array.grow(target); });
   }
 }
 
 TEST(ArrayFault, GrowWithinTheCapacityGivesItsChunksBack) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long k = 1; k <= 5; ++k) {
-    const VakArrayOwner array = MakeCounting(manager, 17);
+    const VakArrayOwner array = VakMakeCounting(manager, 17);
     const long blocks = manager.getBlockCount();
     manager.failAt(k);
     EXPECT_THROW(array->grow(64), std::bad_alloc);
     EXPECT_EQ(manager.getBlockCount(), blocks);
-    EXPECT_EQ(CountChunks(*array), 3);
+    EXPECT_EQ(VakCountChunks(*array), 3);
     EXPECT_EQ(array->check(), "");
   }
 }
 
 TEST(ArrayFault, AFailureBeforeAnyOldChunkIsGoneLeavesTheOldGeometry) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long k = 1; k <= 2; ++k) {
-    const VakArrayOwner array = MakeCounting(manager, 64);
+    const VakArrayOwner array = VakMakeCounting(manager, 64);
     const long blocks = manager.getBlockCount();
     manager.failAt(k);
     EXPECT_THROW(array->grow(65), std::bad_alloc);
@@ -166,8 +166,8 @@ TEST(ArrayFault, AFailureBeforeAnyOldChunkIsGoneLeavesTheOldGeometry) {
 }
 
 TEST(ArrayFault, AFailureAfterOldChunksAreGoneClearsTheArray) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 64);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 64);
   manager.failAt(3);
   EXPECT_THROW(array->grow(65), std::bad_alloc);
   EXPECT_EQ(array->_data, nullptr);
@@ -177,52 +177,52 @@ TEST(ArrayFault, AFailureAfterOldChunksAreGoneClearsTheArray) {
 }
 
 TEST(ArrayFault, AFailureAfterEverythingWasMovedKeepsElementsAndNewGeometry) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 64);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 64);
   manager.failAt(6);  // the table, four chunks that hold the elements, one further
   EXPECT_THROW(array->grow(100), std::bad_alloc);
   EXPECT_EQ(array->_max, 256);
-  EXPECT_EQ(CountChunks(*array), 4);
+  EXPECT_EQ(VakCountChunks(*array), 4);
   EXPECT_EQ(array->_size, 64);
-  EXPECT_EQ(Integers(array), Integers(MakeCounting(manager, 64)));
+  EXPECT_EQ(VakIntegers(array), VakIntegers(VakMakeCounting(manager, 64)));
 }
 
 TEST(ArrayFault, AddKeepsTheArrayWholeOrClearsIt) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long size = 0; size <= 70; ++size) {
-    FailEachRequest(
-        manager, [&] { return MakeCounting(manager, size); },
+    failEachRequest(
+        manager, [&] { return VakMakeCounting(manager, size); },
         [&](VakArrayI& array) { VakIntArray(&array).add(-1); });
   }
 }
 
 TEST(ArrayFault, AddArrayKeepsTheArrayWholeOrClearsIt) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (const long size : Sizes) {
     for (const long target : Targets) {
-      const VakArrayOwner other = MakeCounting(manager, target);
-      FailEachRequest(
-          manager, [&] { return MakeCounting(manager, size); },
+      const VakArrayOwner other = VakMakeCounting(manager, target);
+      failEachRequest(
+          manager, [&] { return VakMakeCounting(manager, size); },
           [&](VakArrayI& array) { array.addArray(other.get()); });
     }
-    FailEachRequest(
-        manager, [&] { return MakeCounting(manager, size); },
+    failEachRequest(
+        manager, [&] { return VakMakeCounting(manager, size); },
         [&](VakArrayI& array) { array.addArray(&array); });
   }
 }
 
 TEST(ArrayFault, AppendingPlainMemoryKeepsTheArrayWholeOrClearsIt) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   const std::vector<long> values(100, 3L);
   for (const long size : Sizes) {
-    FailEachRequest(
-        manager, [&] { return MakeCounting(manager, size); },
+    failEachRequest(
+        manager, [&] { return VakMakeCounting(manager, size); },
         [&](VakArrayI& array) { VakIntArray(&array).append(values); });
   }
 }
 
 TEST(ArrayFault, BuildingFromARangeLeavesNothingBehind) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   const std::vector<long> values(100, 3L);
   const std::vector<int> others(100, 3);
   for (long k = 1;; ++k) {
@@ -242,8 +242,8 @@ TEST(ArrayFault, BuildingFromARangeLeavesNothingBehind) {
 }
 
 TEST(ArrayFault, IntersectionLeavesNothingBehind) {
-  ArrayMemory manager;
-  const VakArrayOwner a = MakeCounting(manager, 40);
+  VakArrayMemory manager;
+  const VakArrayOwner a = VakMakeCounting(manager, 40);
   const long blocks = manager.getBlockCount();
   for (long k = 1;; ++k) {
     manager.failAt(k);

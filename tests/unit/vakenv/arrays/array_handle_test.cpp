@@ -44,7 +44,7 @@ TYPED_TEST(ArrayHandleKind, EndOfAnEmptyHandleDoesNothing) {
 }
 
 TYPED_TEST(ArrayHandleKind, EndDeletesTheArrayAndEmptiesTheHandle) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   TypeParam handle(VakCreate<VakArrayI>(&manager, 20L, 8L));
   handle.end();
   EXPECT_EQ(handle.getImpl(), nullptr);
@@ -53,7 +53,7 @@ TYPED_TEST(ArrayHandleKind, EndDeletesTheArrayAndEmptiesTheHandle) {
 }
 
 TYPED_TEST(ArrayHandleKind, IsEqualWhenItHoldsTheSameArray) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   TypeParam a(VakCreate<VakArrayI>(&manager, 2L, 8L));
   TypeParam b(VakCreate<VakArrayI>(&manager, 2L, 8L));
   TypeParam same = a;
@@ -65,11 +65,11 @@ TYPED_TEST(ArrayHandleKind, IsEqualWhenItHoldsTheSameArray) {
 
 TYPED_TEST(ArrayHandleKind, ConstructionInAnEnvironmentNeedsOne) {
   const auto make = [] { TypeParam handle(VakEnv(static_cast<VakEnvI*>(nullptr)), 3); };
-  EXPECT_EQ(MessageOf<VakEmptyHandleException>(make), "VakEnv: Using empty handle");
+  EXPECT_EQ(VakMessageOf<VakEmptyHandleException>(make), "VakEnv: Using empty handle");
 }
 
 TEST(ArrayHandle, AddStoresBehindTheLastElement) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakArray<void*> array(VakMemoryManager(&manager), 0);
   int targets[100];
   for (int& target : targets) array.add(&target);
@@ -80,7 +80,7 @@ TEST(ArrayHandle, AddStoresBehindTheLastElement) {
 }
 
 TEST(ArrayHandle, CopiesShareTheElements) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakIntArray array(VakMemoryManager(&manager), 3);
   const VakIntArray copy = array;
   copy[1] = 5;
@@ -91,7 +91,7 @@ TEST(ArrayHandle, CopiesShareTheElements) {
 }
 
 TEST(ArrayHandle, ServesSmallElements) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakArray<char> array(VakMemoryManager(&manager), 0);
   for (const char c : std::string("a text of some length")) array.add(c);
   array.remove(1, 5);
@@ -101,11 +101,11 @@ TEST(ArrayHandle, ServesSmallElements) {
 }
 
 TEST(ArrayHandle, RemoveAndClearActOnTheArray) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakIntArray array = VakIntArray::From(&manager, {1, 2, 3, 4});
   array.remove(1, 2);
-  EXPECT_EQ(Elements(array), std::vector<long>({1, 4}));
-  EXPECT_EQ(MessageOf<VakArrayError>([&] { array.remove(1, 2); }),
+  EXPECT_EQ(VakElements(array), std::vector<long>({1, 4}));
+  EXPECT_EQ(VakMessageOf<VakArrayError>([&] { array.remove(1, 2); }),
             "Trying to remove to much elements");
   array.clear();
   EXPECT_EQ(array.getSize(), 0);
@@ -113,14 +113,14 @@ TEST(ArrayHandle, RemoveAndClearActOnTheArray) {
   array.end();
 }
 
-class ArrayHandleInEnv : public ArrayEnvTest {};
+class ArrayHandleInEnv : public VakArrayEnvTest {};
 
 TEST_F(ArrayHandleInEnv, MakesZeroElementsInTheMemoryOfTheEnvironment) {
   const long before = env.getMemoryUsage();
   VakArray<void*> array(env, 5);
   EXPECT_EQ(array.getImpl()->_memoryManager, env.getMemoryManager().getImpl());
   EXPECT_EQ(array.getImpl()->_elementSize, 8);
-  EXPECT_EQ(Elements(array), std::vector<void*>(5, nullptr));
+  EXPECT_EQ(VakElements(array), std::vector<void*>(5, nullptr));
   EXPECT_GT(env.getMemoryUsage(), before);
   array.end();
   EXPECT_EQ(env.getMemoryUsage(), before);

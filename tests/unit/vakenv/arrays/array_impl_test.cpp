@@ -14,14 +14,14 @@
 
 namespace {
 
-std::vector<long> CountingTo(long n) {
+std::vector<long> countingTo(long n) {
   std::vector<long> values(static_cast<std::size_t>(n));
   std::iota(values.begin(), values.end(), 0L);
   return values;
 }
 
 TEST(ArrayI, HoldsEightWordsInTheirDocumentedOrder) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   char* table[1] = {nullptr};
   const VakArrayOwner array(VakCreate<VakArrayI>(&manager, 11L, 12L, 13L, 14L, 15L, table));
   long words[8];
@@ -38,7 +38,7 @@ TEST(ArrayI, HoldsEightWordsInTheirDocumentedOrder) {
 }
 
 TEST(ArrayI, AdoptsStorageAsItIsGivenAndFreesIt) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   auto** table = static_cast<char**>(manager.alloc(2 * sizeof(char*)));
   table[0] = static_cast<char*>(manager.alloc(16));
   table[1] = static_cast<char*>(manager.alloc(16));
@@ -55,53 +55,53 @@ TEST(ArrayI, AdoptsStorageAsItIsGivenAndFreesIt) {
 }
 
 TEST(ArrayI, SizeZeroGivesCapacityOneAndAChunkOfOneElement) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 0);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 0);
   EXPECT_EQ(array->_max, 1);
   EXPECT_EQ(array->_size, 0);
   EXPECT_EQ(array->_shift, 0);
   EXPECT_EQ(array->_mod, 0);
-  EXPECT_EQ(CountChunks(*array), 1);
+  EXPECT_EQ(VakCountChunks(*array), 1);
   EXPECT_EQ(manager.getBytes(), sizeof(VakArrayI) + sizeof(char*) + 8);
   EXPECT_EQ(array->check(), "");
 }
 
 TEST(ArrayI, FirstAddToAnEmptyArrayStoresAtIndexZeroWithoutGrowing) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 0);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 0);
   const long requests = manager.getRequestCount();
   VakIntArray(array.get()).add(42);
   EXPECT_EQ(manager.getRequestCount(), requests);
   EXPECT_EQ(array->_max, 1);
-  EXPECT_EQ(Integers(array), std::vector<long>({42}));
+  EXPECT_EQ(VakIntegers(array), std::vector<long>({42}));
 }
 
 TEST(ArrayI, SizeFiveGivesCapacitySixteenAndElementThirteenInChunkThree) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 5);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 5);
   EXPECT_EQ(array->_max, 16);
   EXPECT_EQ(array->_mod + 1, 4);
-  EXPECT_EQ(CountChunks(*array), 2);
+  EXPECT_EQ(VakCountChunks(*array), 2);
   array->grow(14);
   EXPECT_EQ(array->element(13), array->_data[3] + 8);
 }
 
 TEST(ArrayI, CapacityIsTheSmallestPowerOfFourThatHoldsTheSize) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long size = -2; size <= 1100; ++size) {
     long shift = 0;
     while ((1L << (2 * shift)) < size) ++shift;
-    const VakArrayOwner array = MakeIntegers(manager, size);
+    const VakArrayOwner array = VakMakeIntegers(manager, size);
     EXPECT_EQ(array->_shift, shift) << size;
     EXPECT_EQ(array->_mod, (1L << shift) - 1) << size;
     EXPECT_EQ(array->_max, 1L << (2 * shift)) << size;
-    EXPECT_EQ(CountChunks(*array), size > 0 ? (size + (1L << shift) - 1) >> shift : 1) << size;
+    EXPECT_EQ(VakCountChunks(*array), size > 0 ? (size + (1L << shift) - 1) >> shift : 1) << size;
   }
 }
 
 TEST(ArrayI, SetShiftModFollowsTheWantedCapacity) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 0);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 0);
   array->clear();
   struct Case {
     long wanted, shift, mod, max;
@@ -120,14 +120,14 @@ TEST(ArrayI, SetShiftModFollowsTheWantedCapacity) {
 }
 
 TEST(ArrayI, NewElementsAreZeroAndSoIsTheRestOfTheirChunks) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 5);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 5);
   for (long i = 0; i < 8; ++i) EXPECT_EQ(VakIntArray(array.get())[i], 0) << i;
 }
 
 TEST(ArrayI, ZeroDataClearsWholeChunksInUseAndNoOthers) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 16);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 16);
   const VakIntArray integers(array.get());
   for (long i = 0; i < 16; ++i) integers[i] = 1;
   array->_size = 5;
@@ -139,51 +139,51 @@ TEST(ArrayI, ZeroDataClearsWholeChunksInUseAndNoOthers) {
 }
 
 TEST(ArrayI, NegativeSizesAreKeptAsGiven) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, -3);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, -3);
   EXPECT_EQ(array->getSize(), -3);
   EXPECT_EQ(array->_max, 1);
-  EXPECT_EQ(CountChunks(*array), 1);
-  EXPECT_TRUE(Integers(array).empty());
+  EXPECT_EQ(VakCountChunks(*array), 1);
+  EXPECT_TRUE(VakIntegers(array).empty());
 }
 
 TEST(ArrayI, AppendingToANegativeSizeCountsUpAndStoresNothingBeforeTheFirstElement) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (const long room : {1L, 30L}) {
-    const VakArrayOwner array = MakeIntegers(manager, -3);
+    const VakArrayOwner array = VakMakeIntegers(manager, -3);
     array->grow(room);
     const VakIntArray integers(array.get());
     for (long i = 0; i < 8; ++i) {
       integers.add(100 + i);
       EXPECT_EQ(array->_size, i - 2);
     }
-    EXPECT_EQ(Integers(array), std::vector<long>({103, 104, 105, 106, 107}));
+    EXPECT_EQ(VakIntegers(array), std::vector<long>({103, 104, 105, 106, 107}));
     EXPECT_EQ(array->check(), "");
   }
 }
 
 TEST(ArrayI, JoiningToANegativeSizeDropsWhatWouldLieBeforeTheFirstElement) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, -3);
-  const VakArrayOwner other = MakeCounting(manager, 5);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, -3);
+  const VakArrayOwner other = VakMakeCounting(manager, 5);
   array->addArray(other.get());
-  EXPECT_EQ(Integers(array), std::vector<long>({3, 4}));
+  EXPECT_EQ(VakIntegers(array), std::vector<long>({3, 4}));
   const long values[] = {5, 6, 7};
-  const VakArrayOwner third = MakeIntegers(manager, -2);
+  const VakArrayOwner third = VakMakeIntegers(manager, -2);
   third->addElements(values, 3);
-  EXPECT_EQ(Integers(third), std::vector<long>({7}));
-  const VakArrayOwner fourth = MakeIntegers(manager, -20);
+  EXPECT_EQ(VakIntegers(third), std::vector<long>({7}));
+  const VakArrayOwner fourth = VakMakeIntegers(manager, -20);
   fourth->addArray(other.get());
   fourth->addElements(values, 3);
   EXPECT_EQ(fourth->_size, -12);
 }
 
 TEST(ArrayI, JoiningAnArrayOfNegativeSizeOnlyLowersTheSize) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 5);
-  const VakArrayOwner other = MakeIntegers(manager, -2);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 5);
+  const VakArrayOwner other = VakMakeIntegers(manager, -2);
   array->addArray(other.get());
-  EXPECT_EQ(Integers(array), CountingTo(3));
+  EXPECT_EQ(VakIntegers(array), countingTo(3));
   array->clear();
   array->addArray(other.get());
   EXPECT_EQ(array->_size, -2);
@@ -191,44 +191,44 @@ TEST(ArrayI, JoiningAnArrayOfNegativeSizeOnlyLowersTheSize) {
 }
 
 TEST(ArrayI, CopyHasTheSameGeometryAndElements) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long size = 0; size <= 70; ++size) {
-    const VakArrayOwner array = MakeCounting(manager, size);
+    const VakArrayOwner array = VakMakeCounting(manager, size);
     const VakArrayOwner copy(VakCreate<VakArrayI>(&manager, array.get()));
-    EXPECT_EQ(Integers(copy), CountingTo(size));
+    EXPECT_EQ(VakIntegers(copy), countingTo(size));
     EXPECT_EQ(copy->_max, array->_max);
     EXPECT_EQ(copy->_shift, array->_shift);
-    EXPECT_EQ(CountChunks(*copy), CountChunks(*array));
+    EXPECT_EQ(VakCountChunks(*copy), VakCountChunks(*array));
     EXPECT_EQ(copy->check(), "");
   }
 }
 
 TEST(ArrayI, CopyTakesWholeChunksAndNoneBeyondTheLastInUse) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 16);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 16);
   array->remove(5, 11);
   const VakArrayOwner copy(VakCreate<VakArrayI>(&manager, array.get()));
-  EXPECT_EQ(CountChunks(*copy), 2);
+  EXPECT_EQ(VakCountChunks(*copy), 2);
   EXPECT_EQ(VakIntArray(copy.get())[7], 7) << "behind the last element, yet in its chunk";
 }
 
 TEST(ArrayI, CopyOfAClearedArrayHasCapacityZeroAndStorageAndStillGrows) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 50);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 50);
   array->clear();
   const VakArrayOwner copy(VakCreate<VakArrayI>(&manager, array.get()));
   EXPECT_EQ(copy->_max, 0);
   EXPECT_EQ(copy->_mod, 7);
-  EXPECT_EQ(CountChunks(*copy), 1);
+  EXPECT_EQ(VakCountChunks(*copy), 1);
   EXPECT_EQ(copy->check(), "");
   for (long i = 0; i < 20; ++i) VakIntArray(copy.get()).add(i);
-  EXPECT_EQ(Integers(copy), CountingTo(20));
+  EXPECT_EQ(VakIntegers(copy), countingTo(20));
   EXPECT_EQ(copy->check(), "");
 }
 
 TEST(ArrayI, ClearGivesStorageBackAndKeepsTheShiftAndTheMask) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 50);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 50);
   array->clear();
   EXPECT_EQ(array->_data, nullptr);
   EXPECT_EQ(array->_size, 0);
@@ -241,37 +241,37 @@ TEST(ArrayI, ClearGivesStorageBackAndKeepsTheShiftAndTheMask) {
 }
 
 TEST(ArrayI, ClearFreesChunksBeyondTheLastInUse) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 64);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 64);
   array->remove(0, 60);
   array->clear();
   EXPECT_EQ(manager.getBytes(), sizeof(VakArrayI));
 }
 
 TEST(ArrayI, GrowToThreeAfterClearGivesCapacityFourAndChunkLengthTwo) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 50);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 50);
   array->clear();
   array->grow(3);
   EXPECT_EQ(array->_max, 4);
   EXPECT_EQ(array->_mod + 1, 2);
-  EXPECT_EQ(CountChunks(*array), 2);
+  EXPECT_EQ(VakCountChunks(*array), 2);
   EXPECT_EQ(array->_size, 0);
   EXPECT_EQ(array->check(), "");
 }
 
 TEST(ArrayI, AddAfterClearBeginsAnew) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 50);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 50);
   array->clear();
   VakIntArray(array.get()).add(5);
   EXPECT_EQ(array->_max, 1);
-  EXPECT_EQ(Integers(array), std::vector<long>({5}));
+  EXPECT_EQ(VakIntegers(array), std::vector<long>({5}));
 }
 
 TEST(ArrayI, RemoveOfAllElementsEmptiesWithoutFreeingStorage) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 50);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 50);
   const unsigned long bytes = manager.getBytes();
   array->remove(0, array->_size);
   EXPECT_EQ(array->_size, 0);
@@ -280,99 +280,99 @@ TEST(ArrayI, RemoveOfAllElementsEmptiesWithoutFreeingStorage) {
 }
 
 TEST(ArrayI, RemoveBeforeTheFirstElementThrows) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 6);
-  EXPECT_EQ(MessageOf<VakArrayError>([&] { array->remove(-1, 0); }),
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 6);
+  EXPECT_EQ(VakMessageOf<VakArrayError>([&] { array->remove(-1, 0); }),
             "invalid index for first element to remove");
-  EXPECT_EQ(Integers(array), CountingTo(6));
+  EXPECT_EQ(VakIntegers(array), countingTo(6));
 }
 
 TEST(ArrayI, RemoveOfMoreThanThereIsThrows) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 6);
-  EXPECT_EQ(MessageOf<VakArrayError>([&] { array->remove(2, 5); }),
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 6);
+  EXPECT_EQ(VakMessageOf<VakArrayError>([&] { array->remove(2, 5); }),
             "Trying to remove to much elements");
-  EXPECT_EQ(MessageOf<VakArrayError>([&] { array->remove(7, 0); }),
+  EXPECT_EQ(VakMessageOf<VakArrayError>([&] { array->remove(7, 0); }),
             "Trying to remove to much elements");
-  EXPECT_EQ(MessageOf<VakArrayError>([&] { array->remove(2, LONG_MAX); }),
+  EXPECT_EQ(VakMessageOf<VakArrayError>([&] { array->remove(2, LONG_MAX); }),
             "Trying to remove to much elements");
-  EXPECT_EQ(MessageOf<VakArrayError>([&] { array->remove(-1, 50); }),
+  EXPECT_EQ(VakMessageOf<VakArrayError>([&] { array->remove(-1, 50); }),
             "invalid index for first element to remove");
-  EXPECT_EQ(Integers(array), CountingTo(6));
+  EXPECT_EQ(VakIntegers(array), countingTo(6));
 }
 
 TEST(ArrayI, RemoveOfNothingAtTheEndIsAllowed) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 6);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 6);
   array->remove(6, 0);
-  EXPECT_EQ(Integers(array), CountingTo(6));
+  EXPECT_EQ(VakIntegers(array), countingTo(6));
 }
 
 TEST(ArrayI, RemoveClosesEveryGap) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (const long size : {1L, 4L, 5L, 17L, 40L}) {
     for (long first = 0; first < size; ++first) {
       for (long n = 0; n <= size - first; ++n) {
-        const VakArrayOwner array = MakeCounting(manager, size);
+        const VakArrayOwner array = VakMakeCounting(manager, size);
         array->remove(first, n);
-        std::vector<long> expected = CountingTo(size);
+        std::vector<long> expected = countingTo(size);
         expected.erase(expected.begin() + first, expected.begin() + first + n);
-        EXPECT_EQ(Integers(array), expected) << size << ' ' << first << ' ' << n;
+        EXPECT_EQ(VakIntegers(array), expected) << size << ' ' << first << ' ' << n;
       }
     }
   }
 }
 
 TEST(ArrayI, RemoveOfANegativeCountRepeatsElementsOneByOne) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long n = 1; n <= 5; ++n) {
     for (long first = n; first <= 20; ++first) {
-      const VakArrayOwner array = MakeCounting(manager, 20);
+      const VakArrayOwner array = VakMakeCounting(manager, 20);
       array->grow(25);
-      std::vector<long> expected = CountingTo(25);
+      std::vector<long> expected = countingTo(25);
       for (long i = first - n; i < 20; ++i) {
         expected[static_cast<std::size_t>(i + n)] = expected[static_cast<std::size_t>(i)];
       }
       expected.resize(static_cast<std::size_t>(20 + n));
       array->remove(first, -n);
-      EXPECT_EQ(Integers(array), expected) << first << ' ' << n;
+      EXPECT_EQ(VakIntegers(array), expected) << first << ' ' << n;
     }
   }
 }
 
 TEST(ArrayI, AddArrayAppendsAllElementsOfTheOther) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long size = 0; size <= 20; ++size) {
     for (long further = 0; further <= 70; ++further) {
-      const VakArrayOwner array = MakeCounting(manager, size);
-      const VakArrayOwner other = MakeCounting(manager, further);
+      const VakArrayOwner array = VakMakeCounting(manager, size);
+      const VakArrayOwner other = VakMakeCounting(manager, further);
       array->addArray(other.get());
-      std::vector<long> expected = CountingTo(size);
-      const std::vector<long> tail = CountingTo(further);
+      std::vector<long> expected = countingTo(size);
+      const std::vector<long> tail = countingTo(further);
       expected.insert(expected.end(), tail.begin(), tail.end());
-      EXPECT_EQ(Integers(array), expected) << size << ' ' << further;
+      EXPECT_EQ(VakIntegers(array), expected) << size << ' ' << further;
       EXPECT_EQ(array->check(), "");
     }
   }
 }
 
 TEST(ArrayI, AddArrayOfItselfDoublesTheArray) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (long size = 0; size <= 70; ++size) {
-    const VakArrayOwner array = MakeCounting(manager, size);
+    const VakArrayOwner array = VakMakeCounting(manager, size);
     array->addArray(array.get());
-    std::vector<long> expected = CountingTo(size);
+    std::vector<long> expected = countingTo(size);
     const std::vector<long> tail = expected;
     expected.insert(expected.end(), tail.begin(), tail.end());
-    EXPECT_EQ(Integers(array), expected) << size;
+    EXPECT_EQ(VakIntegers(array), expected) << size;
     EXPECT_EQ(array->check(), "");
   }
 }
 
 TEST(ArrayI, AddArrayOfNothingToAClearedArrayMakesStorageForOneElement) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 5);
-  const VakArrayOwner other = MakeIntegers(manager, 0);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 5);
+  const VakArrayOwner other = VakMakeIntegers(manager, 0);
   array->clear();
   array->addArray(other.get());
   EXPECT_EQ(array->_max, 1);
@@ -380,7 +380,7 @@ TEST(ArrayI, AddArrayOfNothingToAClearedArrayMakesStorageForOneElement) {
 }
 
 TEST(ArrayI, AnyElementSizeWorks) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (const long elementSize : {1L, 2L, 3L, 4L, 12L, 16L, 24L, 100L}) {
     const VakArrayOwner array(VakCreate<VakArrayI>(&manager, 5L, elementSize));
     const VakArrayOwner other(VakCreate<VakArrayI>(&manager, 9L, elementSize));
@@ -404,26 +404,26 @@ TEST(ArrayI, AnyElementSizeWorks) {
 }
 
 TEST(ArrayI, DeletionGivesEverythingBackToItsMemoryManager) {
-  ArrayMemory manager;
-  MakeCounting(manager, 100).reset();
+  VakArrayMemory manager;
+  VakMakeCounting(manager, 100).reset();
   EXPECT_EQ(manager.getBlockCount(), 0);
 }
 
 TEST(ArrayI, GetEnvOfAForeignMemoryManagerThrows) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 1);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 1);
   EXPECT_THROW((void)array->getEnv(), VakEnv::IncompatibleMemoryManagerException);
 }
 
 TEST(ArrayI, WantedCountsBeyondTheLargestThrowBeforeAnyFieldChanges) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 5);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 5);
   const long requests = manager.getRequestCount();
   EXPECT_THROW(array->grow(VakArrayI::MaxElements + 1), std::bad_alloc);
   EXPECT_THROW(array->grow(LONG_MAX), std::bad_alloc);
   EXPECT_THROW(array->grow(VakArrayI::MaxElements), std::bad_alloc);
   EXPECT_EQ(manager.getRequestCount(), requests);
-  EXPECT_EQ(Integers(array), CountingTo(5));
+  EXPECT_EQ(VakIntegers(array), countingTo(5));
   EXPECT_EQ(array->check(), "");
   EXPECT_THROW((void)VakCreate<VakArrayI>(&manager, LONG_MAX, 8L), std::bad_alloc);
   EXPECT_THROW((void)VakCreate<VakArrayI>(&manager, 1L << 50, 8L), std::bad_alloc);
@@ -431,8 +431,8 @@ TEST(ArrayI, WantedCountsBeyondTheLargestThrowBeforeAnyFieldChanges) {
 }
 
 TEST(ArrayI, SetShiftModBeyondTheLargestCountChangesNothing) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeIntegers(manager, 5);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeIntegers(manager, 5);
   array->_max = VakArrayI::MaxElements + 1;
   EXPECT_THROW(array->setShiftMod(), std::bad_alloc);
   EXPECT_EQ(array->_max, VakArrayI::MaxElements + 1);
@@ -442,20 +442,20 @@ TEST(ArrayI, SetShiftModBeyondTheLargestCountChangesNothing) {
 }
 
 TEST(ArrayI, JoiningBeyondTheLargestCountThrowsAndChangesNothing) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 5);
-  const VakArrayOwner other = MakeCounting(manager, 5);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 5);
+  const VakArrayOwner other = VakMakeCounting(manager, 5);
   other->_size = LONG_MAX;
   EXPECT_THROW(array->addArray(other.get()), std::bad_alloc);
   other->_size = VakArrayI::MaxElements;
   EXPECT_THROW(array->addArray(other.get()), std::bad_alloc);
-  EXPECT_EQ(Integers(array), CountingTo(5));
+  EXPECT_EQ(VakIntegers(array), countingTo(5));
   other->_size = 5;
 }
 
 TEST(ArrayI, CheckNamesWhatIsBroken) {
-  ArrayMemory manager;
-  const VakArrayOwner array = MakeCounting(manager, 5);
+  VakArrayMemory manager;
+  const VakArrayOwner array = VakMakeCounting(manager, 5);
   array->_size = 17;
   EXPECT_EQ(array->check(), "the size exceeds the capacity");
   array->_size = 9;

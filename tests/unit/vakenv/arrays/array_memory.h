@@ -10,10 +10,10 @@
 
 /// Fills what it hands out with a pattern, so that nothing is zero by chance, and counts bytes.
 /// Blocks that came back unknown or with another size, or not at all, fail the test when it ends.
-class ArrayMemory : public VakCheckingAllocator {
+class VakArrayMemory : public VakCheckingAllocator {
  public:
-  ArrayMemory() = default;
-  ~ArrayMemory() override {
+  VakArrayMemory() = default;
+  ~VakArrayMemory() override {
     EXPECT_EQ(ledger.mismatches, 0) << "blocks came back unknown or with another size";
     EXPECT_EQ(ledger.countBlocks(), 0) << "blocks did not come back";
   }

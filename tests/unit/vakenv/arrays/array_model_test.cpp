@@ -16,8 +16,8 @@ constexpr std::size_t LargestSize = 5000;
 // An array and the vector that it should equal.
 class Pair {
  public:
-  explicit Pair(ArrayMemory& manager)
-      : _manager(manager), _owner(MakeIntegers(manager, 0)), _array(_owner.get()) {}
+  explicit Pair(VakArrayMemory& manager)
+      : _manager(manager), _owner(VakMakeIntegers(manager, 0)), _array(_owner.get()) {}
 
   void perform(std::mt19937_64& random) {
     const unsigned long choice = random() % 100;
@@ -46,7 +46,7 @@ class Pair {
 
   void expectEqual() const {
     ASSERT_EQ(_owner->check(), "");
-    ASSERT_EQ(Elements(_array), _model);
+    ASSERT_EQ(VakElements(_array), _model);
   }
 
  private:
@@ -117,7 +117,7 @@ class Pair {
     _model.clear();
   }
 
-  ArrayMemory& _manager;
+  VakArrayMemory& _manager;
   VakArrayOwner _owner;
   VakIntArray _array;
   std::vector<long> _model;
@@ -127,7 +127,7 @@ class ArrayModel : public testing::TestWithParam<unsigned long> {};
 
 TEST_P(ArrayModel, RandomOperationsGiveWhatAVectorGives) {
   std::mt19937_64 random(GetParam());
-  ArrayMemory manager;
+  VakArrayMemory manager;
   Pair pair(manager);
   for (int i = 0; i < Operations; ++i) {
     ASSERT_NO_FATAL_FAILURE(pair.perform(random)) << "operation " << i;
@@ -140,7 +140,7 @@ TEST_P(ArrayModel, RandomOperationsGiveWhatAVectorGives) {
 
 TEST_P(ArrayModel, IntersectionGivesTheCommonValuesOfSets) {
   std::mt19937_64 random(GetParam());
-  ArrayMemory manager;
+  VakArrayMemory manager;
   for (int round = 0; round < 2000; ++round) {
     std::set<long> sets[2];
     for (std::set<long>& set : sets) {
@@ -155,7 +155,7 @@ TEST_P(ArrayModel, IntersectionGivesTheCommonValuesOfSets) {
     VakIntArray a = VakIntArray::From(&manager, sets[0]);
     VakIntArray b = VakIntArray::From(&manager, sets[1]);
     VakIntArray common = intersectOrderedIndex(VakMemoryManager(&manager), a, b);
-    ASSERT_EQ(Elements(common), expected);
+    ASSERT_EQ(VakElements(common), expected);
     ASSERT_EQ(common.getImpl() == nullptr, expected.empty());
     a.end();
     b.end();

@@ -19,29 +19,29 @@ struct VakArrayDeleter {
 using VakArrayOwner = std::unique_ptr<VakArrayI, VakArrayDeleter>;
 
 /// A new array of `size` integers in the memory of `manager`.
-inline VakArrayOwner MakeIntegers(VakGenAlloc& manager, long size) {
+inline VakArrayOwner VakMakeIntegers(VakGenAlloc& manager, long size) {
   return VakArrayOwner(VakCreate<VakArrayI>(&manager, size, 8L));
 }
 
 /// A new array of the integers 0, 1, 2, ..., `size` - 1.
-inline VakArrayOwner MakeCounting(VakGenAlloc& manager, long size) {
-  VakArrayOwner array = MakeIntegers(manager, size);
+inline VakArrayOwner VakMakeCounting(VakGenAlloc& manager, long size) {
+  VakArrayOwner array = VakMakeIntegers(manager, size);
   for (long i = 0; i < size; ++i) VakIntArray(array.get())[i] = i;
   return array;
 }
 
 /// The elements of an array, for comparisons.
 template <class T>
-std::vector<T> Elements(VakArray<T> array) {
+std::vector<T> VakElements(VakArray<T> array) {
   return std::vector<T>(begin(array), end(array));
 }
 
-inline std::vector<long> Integers(const VakArrayOwner& array) {
-  return Elements(VakArray<long>(array.get()));
+inline std::vector<long> VakIntegers(const VakArrayOwner& array) {
+  return VakElements(VakArray<long>(array.get()));
 }
 
 /// Number of chunks that an array has.
-inline long CountChunks(const VakArrayI& array) {
+inline long VakCountChunks(const VakArrayI& array) {
   long chunks = 0;
   if (array._data == nullptr) return 0;
   for (long k = 0; k <= array._mod; ++k) chunks += array._data[k] != nullptr ? 1 : 0;
@@ -49,7 +49,7 @@ inline long CountChunks(const VakArrayI& array) {
 }
 
 /// Gives each test an environment of its own, in the memory mode of the process.
-class ArrayEnvTest : public testing::Test {
+class VakArrayEnvTest : public testing::Test {
  protected:
   VakScopedEnv _scope;
   const VakEnv env = _scope.env;
@@ -57,7 +57,7 @@ class ArrayEnvTest : public testing::Test {
 
 /// The message of the exception of type Exception that `action` throws.
 template <class Exception>
-[[nodiscard]] std::string MessageOf(const auto& action) {
+[[nodiscard]] std::string VakMessageOf(const auto& action) {
   try {
     action();
   } catch (const Exception& exception) {

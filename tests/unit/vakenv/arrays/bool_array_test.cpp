@@ -10,9 +10,9 @@
 
 namespace {
 
-class BoolArray : public ArrayEnvTest {
+class BoolArray : public VakArrayEnvTest {
  protected:
-  std::vector<long> values(VakBoolArray array) { return Elements(array); }
+  std::vector<long> values(VakBoolArray array) { return VakElements(array); }
 };
 
 TEST_F(BoolArray, HoldsIntegersAndIsNoIntegerArray) {
@@ -29,7 +29,7 @@ TEST_F(BoolArray, TakesOneValueAsItIs) {
 
 TEST_F(BoolArray, OneValueForAnotherCountThrows) {
   for (const long n : {2L, 0L, -1L}) {
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakBoolArray(env, n, 1); }),
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakBoolArray(env, n, 1); }),
               "VakBoolArray::VakBoolArray: n != 1");
   }
 }
@@ -42,7 +42,7 @@ TEST_F(BoolArray, TakesAListOfLongs) {
 
 TEST_F(BoolArray, AListOfLessThanTwoThrows) {
   for (const long n : {1L, 0L, -5L}) {
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakBoolArray(env, n, 1, 0); }),
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakBoolArray(env, n, 1, 0); }),
               "VakBoolArray::VakBoolArray: n must be >= 2");
   }
 }

@@ -11,16 +11,16 @@
 
 namespace {
 
-class IntArray : public ArrayEnvTest {
+class IntArray : public VakArrayEnvTest {
  protected:
-  std::vector<long> values(VakIntArray array) { return Elements(array); }
+  std::vector<long> values(VakIntArray array) { return VakElements(array); }
   VakIntArray of(std::initializer_list<long> list) { return VakIntArray::From(env, list); }
 };
 
 TEST_F(IntArray, MakesZerosInAnEnvironmentOrAMemoryManager) {
   EXPECT_EQ(values(VakIntArray(env, 3)), std::vector<long>(3, 0));
   EXPECT_EQ(values(VakIntArray(env.getMemoryManager(), 3)), std::vector<long>(3, 0));
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakIntArray array(VakMemoryManager(&manager), 2);
   EXPECT_EQ(array.getImpl()->_memoryManager, &manager);
   array.end();
@@ -33,7 +33,7 @@ TEST_F(IntArray, TakesOneValue) {
 
 TEST_F(IntArray, OneValueForAnotherCountThrows) {
   for (const long n : {2L, 0L, -1L}) {
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakIntArray(env, n, 5); }),
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakIntArray(env, n, 5); }),
               "VakIntArray::VakIntArray: n != 1");
   }
 }
@@ -62,8 +62,8 @@ TEST_F(IntArray, AListOfLessThanTwoThrows) {
   const VakVarArgsInt second = 2;
   for (const long n : {1L, 0L, -5L}) {
     const char* text = "VakIntArray::VakIntArray: n must be >= 2";
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakIntArray(env, n, 5, second); }), text);
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakIntArray(env, n, 5L, second); }), text);
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakIntArray(env, n, 5, second); }), text);
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakIntArray(env, n, 5L, second); }), text);
   }
 }
 
@@ -95,7 +95,7 @@ TEST_F(IntArray, MinusOneIsNotBoolean) { EXPECT_FALSE(of({0, -1}).areElementsBoo
 
 TEST_F(IntArray, ToNumArrayConvertsEachElement) {
   const VakNumArray array = of({1, -2, (1L << 53) + 1}).toNumArray();
-  EXPECT_EQ(Elements(array), std::vector<double>({1, -2, 0x1p53}));
+  EXPECT_EQ(VakElements(array), std::vector<double>({1, -2, 0x1p53}));
   EXPECT_TRUE(array.getEnv() == env);
 }
 
@@ -127,7 +127,7 @@ TEST_F(IntArray, ToAnyArrayKeepsEveryBit) {
 }
 
 TEST_F(IntArray, ConversionsOfAForeignMemoryManagersArrayThrow) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakIntArray array(VakMemoryManager(&manager), 2);
   EXPECT_THROW((void)array.toNumArray(), VakEnv::IncompatibleMemoryManagerException);
   EXPECT_THROW((void)array.toAnyArray(), VakEnv::IncompatibleMemoryManagerException);
@@ -142,8 +142,8 @@ TEST_F(IntArray, ContainsFindsAValue) {
 
 TEST_F(IntArray, ContainsOnAnEmptyHandleThrows) {
   const char* text = "Empty Handle in VakIntArray::contains";
-  EXPECT_EQ(MessageOf<VakWrongUsage>([] { (void)VakIntArray().contains(1); }), text);
-  EXPECT_EQ(MessageOf<VakWrongUsage>([&] { (void)VakIntArray().contains(of({})); }), text);
+  EXPECT_EQ(VakMessageOf<VakWrongUsage>([] { (void)VakIntArray().contains(1); }), text);
+  EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { (void)VakIntArray().contains(of({})); }), text);
 }
 
 TEST_F(IntArray, ContainsOnAnEmptyArrayIsFalse) { EXPECT_FALSE(of({}).contains(0)); }
@@ -185,8 +185,8 @@ TEST_F(IntArray, DiscardOfItselfLeavesNothing) {
 
 TEST_F(IntArray, DiscardOnAnEmptyHandleThrowsAndNamesRemove) {
   const char* text = "Empty Handle in VakIntArray::remove";
-  EXPECT_EQ(MessageOf<VakWrongUsage>([] { VakIntArray().discard(1); }), text);
-  EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakIntArray().discard(of({1})); }), text);
+  EXPECT_EQ(VakMessageOf<VakWrongUsage>([] { VakIntArray().discard(1); }), text);
+  EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakIntArray().discard(of({1})); }), text);
 }
 
 }  // namespace

@@ -16,16 +16,16 @@ namespace {
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double Infinity = std::numeric_limits<double>::infinity();
 
-class NumArray : public ArrayEnvTest {
+class NumArray : public VakArrayEnvTest {
  protected:
-  std::vector<double> values(VakNumArray array) { return Elements(array); }
+  std::vector<double> values(VakNumArray array) { return VakElements(array); }
   VakNumArray of(std::initializer_list<double> list) { return VakNumArray::From(env, list); }
 };
 
 TEST_F(NumArray, MakesZerosInAnEnvironmentOrAMemoryManager) {
   EXPECT_EQ(values(VakNumArray(env, 3)), std::vector<double>(3, 0.0));
   EXPECT_EQ(values(VakNumArray(env.getMemoryManager(), 3)), std::vector<double>(3, 0.0));
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakNumArray array(VakMemoryManager(&manager), 2);
   EXPECT_EQ(array.getImpl()->_memoryManager, &manager);
   EXPECT_EQ(values(array), std::vector<double>(2, 0.0));
@@ -39,7 +39,7 @@ TEST_F(NumArray, TakesOneValue) {
 
 TEST_F(NumArray, OneValueForAnotherCountThrows) {
   for (const long n : {2L, 0L, -1L}) {
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1.5); }),
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1.5); }),
               "VakNumArray::VakNumArray: n != 1");
   }
 }
@@ -68,9 +68,9 @@ TEST_F(NumArray, TakesAListThatBeginsWithALong) {
 TEST_F(NumArray, AListOfLessThanTwoThrows) {
   for (const long n : {1L, 0L, -5L}) {
     const char* text = "VakNumArray::VakNumArray: n must be >=2";
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1.0, 2.0); }), text);
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1, 2.0); }), text);
-    EXPECT_EQ(MessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1L, 2.0); }), text);
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1.0, 2.0); }), text);
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1, 2.0); }), text);
+    EXPECT_EQ(VakMessageOf<VakWrongUsage>([&] { VakNumArray(env, n, 1L, 2.0); }), text);
   }
 }
 
@@ -97,7 +97,7 @@ TEST_F(NumArray, LongListsAreReadWhole) {
   ASSERT_EQ(array.getSize(), 20);
   for (long i = 0; i < 20; ++i) EXPECT_EQ(array[i], static_cast<double>(i + 1));
   EXPECT_EQ(array.getImpl()->_max, 64);
-  EXPECT_EQ(CountChunks(*array.getImpl()), 3);
+  EXPECT_EQ(VakCountChunks(*array.getImpl()), 3);
 }
 
 TEST_F(NumArray, ZerosAndOnesAreBoolean) {
@@ -155,7 +155,7 @@ TEST_F(NumArray, TheLastOfManyElementsIsLookedAt) {
 
 TEST_F(NumArray, ToIntArrayConvertsIntegralValues) {
   const VakIntArray array = of({2.0, -3.0}).toIntArray();
-  EXPECT_EQ(Elements(array), std::vector<long>({2, -3}));
+  EXPECT_EQ(VakElements(array), std::vector<long>({2, -3}));
   EXPECT_TRUE(array.getEnv() == env);
 }
 
@@ -171,12 +171,13 @@ TEST_F(NumArray, ToIntArrayConvertsManyElementsOfAnyGeometry) {
 }
 
 TEST_F(NumArray, ToIntArraySaturatesBeyondTheRangeOfIntegers) {
-  EXPECT_EQ(Elements(of({1e300, -Infinity}).toIntArray()), std::vector<long>({LONG_MAX, LONG_MIN}));
+  EXPECT_EQ(VakElements(of({1e300, -Infinity}).toIntArray()),
+            std::vector<long>({LONG_MAX, LONG_MIN}));
 }
 
 TEST_F(NumArray, ToIntArrayOfAFractionThrows) {
   const VakNumArray array = of({2.5});
-  EXPECT_EQ(MessageOf<VakBadConversion>([&] { (void)array.toIntArray(); }),
+  EXPECT_EQ(VakMessageOf<VakBadConversion>([&] { (void)array.toIntArray(); }),
             "Bad Conversion between an integer object and a numeric object.");
 }
 
@@ -189,7 +190,7 @@ TEST_F(NumArray, ContainsComparesExactly) {
 }
 
 TEST_F(NumArray, ContainsOnAnEmptyHandleThrows) {
-  EXPECT_EQ(MessageOf<VakWrongUsage>([] { (void)VakNumArray().contains(1.0); }),
+  EXPECT_EQ(VakMessageOf<VakWrongUsage>([] { (void)VakNumArray().contains(1.0); }),
             "Empty Handle in VakNumArray::contains");
 }
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-class OrderedIndex : public ArrayEnvTest {
+class OrderedIndex : public VakArrayEnvTest {
  protected:
   VakIntArray of(const std::vector<long>& values) { return VakIntArray::From(env, values); }
   VakIntArray counting(long n) {
@@ -18,7 +18,7 @@ class OrderedIndex : public ArrayEnvTest {
   }
   // The common values, in both orders of the arguments when that does not matter.
   std::vector<long> common(VakIntArray a, VakIntArray b) {
-    return Elements(intersectOrderedIndex(env, a, b));
+    return VakElements(intersectOrderedIndex(env, a, b));
   }
 };
 
@@ -26,7 +26,7 @@ using Values = std::vector<long>;
 
 TEST_F(OrderedIndex, CommonValuesComeInAscendingOrder) {
   const VakIntArray result = intersectOrderedIndex(env, of({1, 3, 5, 7}), of({3, 4, 5}));
-  EXPECT_EQ(Elements(result), Values({3, 5}));
+  EXPECT_EQ(VakElements(result), Values({3, 5}));
   EXPECT_TRUE(result.getEnv() == env);
   EXPECT_EQ(common(of({3, 4, 5}), of({1, 3, 5, 7})), Values({3, 5}));
 }
@@ -108,7 +108,7 @@ TEST_F(OrderedIndex, OnEqualSizesTheFirstIsTheLonger) {
 }
 
 TEST_F(OrderedIndex, TheResultComesFromTheGivenMemoryManager) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   VakIntArray result = intersectOrderedIndex(VakMemoryManager(&manager), of({1, 2}), of({2}));
   ASSERT_NE(result.getImpl(), nullptr);
   EXPECT_EQ(result.getImpl()->_memoryManager, &manager);
@@ -116,7 +116,7 @@ TEST_F(OrderedIndex, TheResultComesFromTheGivenMemoryManager) {
 }
 
 TEST_F(OrderedIndex, NothingIsAllocatedWhenNothingMatches) {
-  ArrayMemory manager;
+  VakArrayMemory manager;
   EXPECT_EQ(intersectOrderedIndex(&manager, of({1, 3, 5}), of({2, 4})).getImpl(), nullptr);
   EXPECT_EQ(intersectOrderedIndex(&manager, counting(1000), of({-5, 2000})).getImpl(), nullptr);
   EXPECT_EQ(manager.getRequestCount(), 0);
@@ -124,7 +124,7 @@ TEST_F(OrderedIndex, NothingIsAllocatedWhenNothingMatches) {
 
 TEST_F(OrderedIndex, AnEmptyEnvironmentThrows) {
   const VakEnv none(static_cast<VakEnvI*>(nullptr));
-  EXPECT_EQ(MessageOf<VakEmptyHandleException>(
+  EXPECT_EQ(VakMessageOf<VakEmptyHandleException>(
                 [&] { (void)intersectOrderedIndex(none, of({1}), of({1})); }),
             "VakEnv: Using empty handle");
 }

@@ -48,6 +48,17 @@ class Second : public Other, public Base {
   using Base::operator new;
 };
 
+// Everything about its deletion can be known to the compiler.
+template <class Base>
+class Final final : public Plain<Base> {
+ public:
+  explicit Final(VakEnvI* env) : Plain<Base>(env) {}
+  ~Final() override { _numbers[0] = 0; }
+
+ private:
+  long _numbers[2] = {1, 2};
+};
+
 template <class Base>
 class FailsToBegin : public Base {
  public:
@@ -91,6 +102,22 @@ TYPED_TEST(EnvObject, BalancesTheUsageOfItsEnvironment) {
   EXPECT_EQ(env->getMemoryUsage(), usage + 40);
   delete larger;
   EXPECT_EQ(env->getMemoryUsage(), usage);
+}
+
+TYPED_TEST(EnvObject, GivesItsMemoryBackWhenTheCompilerKnowsItsType) {
+  const VakScopedEnv env;
+  const long usage = env->getMemoryUsage();
+  for (int i = 0; i < 3; ++i) {
+    auto* object = VakCreate<Final<TypeParam>>(env.impl());
+    delete object;
+    TypeParam* base = VakCreate<Final<TypeParam>>(env.impl());
+    delete base;
+    EXPECT_EQ(env->getMemoryUsage(), usage);
+  }
+  const VakRecordedPath path(env.impl());
+  auto* object = VakCreate<Final<TypeParam>>(env.impl());
+  delete object;
+  EXPECT_THAT(path.local.calls, ElementsAre("alloc 32", "free 32"));
 }
 
 TYPED_TEST(EnvObject, GivesTheWholeObjectBackWhenItsBaseIsNotTheFirst) {

@@ -48,6 +48,17 @@ class Second : public Other, public Base {
   using Base::operator new;
 };
 
+// Everything about its deletion can be known to the compiler.
+template <class Base>
+class Final final : public Plain<Base> {
+ public:
+  explicit Final(VakMemoryManager manager) : Plain<Base>(manager) {}
+  ~Final() override { _numbers[0] = 0; }
+
+ private:
+  long _numbers[2] = {1, 2};
+};
+
 template <class Base>
 class FailsToBegin : public Base {
  public:
@@ -89,6 +100,20 @@ TYPED_TEST(MemoryManagerObject, GivesTheWholeObjectBackWhenDeletedThroughItsBase
   VakCheckingAllocator allocator;
   TypeParam* object = VakCreate<Larger<TypeParam>>(VakMemoryManager(&allocator));
   delete object;
+  expectGivenBack(allocator);
+}
+
+TYPED_TEST(MemoryManagerObject, GivesItsMemoryBackWhenTheCompilerKnowsItsType) {
+  const VakScopedEnv env;
+  const long usage = env->getMemoryUsage();
+  auto* object = VakCreate<Final<TypeParam>>(env.env.getMemoryManager());
+  delete object;
+  TypeParam* base = VakCreate<Final<TypeParam>>(env.env.getMemoryManager());
+  delete base;
+  EXPECT_EQ(env->getMemoryUsage(), usage);
+  VakCheckingAllocator allocator;
+  auto* other = VakCreate<Final<TypeParam>>(VakMemoryManager(&allocator));
+  delete other;
   expectGivenBack(allocator);
 }
 

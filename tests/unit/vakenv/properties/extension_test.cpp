@@ -172,6 +172,19 @@ TEST_F(Extension, DeletesTheSetThatItHeldForAnotherOrForNull) {
   extension.end(&allocator);
 }
 
+// Whoever passes the set that is held is left with a pointer to a deleted set, which this test
+// therefore takes out of the record again.
+TEST_F(Extension, DeletesTheSetThatItHeldEvenWhenItIsPassedAgain) {
+  VakExtension extension(&allocator, nullptr, this);
+  VakNamedPropertySetI* set = makeSet();
+  extension.setProperties(set);
+  extension.setProperties(set);
+  EXPECT_EQ(extension._objectExtension->_properties, set);
+  EXPECT_EQ(blocks(), 1);
+  extension._objectExtension->_properties = nullptr;
+  extension.end(&allocator);
+}
+
 TEST_F(Extension, CreatesASetWithoutDeletingTheOldOne) {
   VakExtension extension(&allocator, nullptr, this);
   VakExtension::VakObjectExtension* objects = extension._objectExtension;

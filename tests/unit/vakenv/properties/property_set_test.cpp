@@ -465,6 +465,8 @@ TEST(PropertySetHandle, ForwardsToTheSet) {
   set.fastAdd(VakNamedStringProperty(env.env, "size", "large"));
   EXPECT_TRUE(set.hasProperty("gap"));
   EXPECT_FALSE(set.hasProperty("none"));
+  EXPECT_TRUE(set.hasProperty(size));
+  EXPECT_FALSE(set.hasProperty(VakNamedIntProperty(env.env, "size", 3)));
   EXPECT_EQ(VakDisplayed(*set.getProperty("size").getImpl()), "size(large)");
   set.removeProperty("size");
   EXPECT_TRUE(set.getProperty("size") == size);
@@ -557,6 +559,7 @@ TEST(PropertySetHandle, NamesAnEmptyPropertyHandle) {
   EXPECT_EQ(messageOf([&] { set.addProperty(property); }), text);
   EXPECT_EQ(messageOf([&] { set.addClonedProperty(property); }), text);
   EXPECT_EQ(messageOf([&] { set.removeProperty(property); }), text);
+  EXPECT_EQ(messageOf([&] { static_cast<void>(set.hasProperty(property)); }), text);
 }
 
 // ---- Exceptions ---------------------------------------------------------------------------------
