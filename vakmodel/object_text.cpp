@@ -27,6 +27,11 @@ VakExtractableI* mutableObject(const VakExtractableI* object) {
   return const_cast<VakExtractableI*>(object);
 }
 
+// A sentence begins with a capital also when it begins with the kind of an object.
+void capitalize(char* text) {
+  if (text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
+}
+
 [[noreturn, gnu::cold]] void throwMismatch(const VakExtractableI* object,
                                            const VakExtractableI* user) {
   char text[VakErrorText::Capacity];
@@ -35,6 +40,7 @@ VakExtractableI* mutableObject(const VakExtractableI* object) {
       "%s belongs to another environment than %s. Use objects of one environment, or copy "
       "the model with a VakCopier.",
       VakObjectText(object).get(), VakObjectText(user, "the objects it is used with").get());
+  capitalize(text);
   throw VakModelMismatch(text, mutableObject(object));
 }
 
@@ -95,8 +101,7 @@ void VakThrowModelError(const VakExtractableI* object, const char* format, ...) 
   va_start(arguments, format);
   std::vsnprintf(text, sizeof(text), format, arguments);
   va_end(arguments);
-  // A sentence begins with a capital also when it begins with the kind of an object.
-  if (text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  capitalize(text);
   throw VakModelError(text, mutableObject(object));
 }
 
