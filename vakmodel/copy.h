@@ -23,7 +23,7 @@ class VakObjectMap {
  public:
   /// What `original` became, or an empty handle.
   template <class Handle>
-  [[nodiscard]] Handle operator()(Handle original) const {
+  [[nodiscard]] auto operator()(Handle original) const {
     return Handle::From(VakExtractable(find(original.VakExtractable::getImpl())));
   }
   [[nodiscard]] std::size_t getSize() const { return _entries; }
@@ -62,7 +62,7 @@ class VakCopier {
   /// again. Throws VakModelMismatch for an object of another environment than those copied before,
   /// VakModelError for one that was taken out of its environment.
   template <class Handle>
-  Handle copy(Handle original) {
+  auto copy(Handle original) {
     return Handle::From(copyObject(original));
   }
 
@@ -73,7 +73,7 @@ class VakCopier {
 
   /// What `original` became so far, or an empty handle.
   template <class Handle>
-  [[nodiscard]] Handle getCopy(Handle original) const {
+  [[nodiscard]] auto getCopy(Handle original) const {
     return Handle::From(findCopy(original));
   }
   /// All that was copied so far, substitutions included.

@@ -124,13 +124,24 @@ template <std::ranges::input_range R>
   return array;
 }
 
+/// Calls `action` with the objects of a range of handles as an array that lives as long as the
+/// call.
+template <std::ranges::input_range R, class Action>
+void VakWithExtractableArray(const R& handles, Action action) {
+  struct Guard {
+    VakExtractableArray array;
+    ~Guard() { array.end(); }
+  } guard{VakMakeExtractableArray(handles)};
+  action(guard.array);
+}
+
 /// Ends all objects of a range of handles, as in VakEndAll(model.variables()), in one removal.
 template <std::ranges::input_range R>
 void VakEndAll(const R& handles) {
-  VakExtractableArray array = VakMakeExtractableArray(handles);
-  struct Guard {
-    VakExtractableArray& array;
-    ~Guard() { array.end(); }
-  } guard{array};
-  VakEndAll(array);
+  VakWithExtractableArray(handles, [](VakExtractableArray array) { VakEndAll(array); });
+}
+/// Takes all objects of a range of handles out of everything in one removal; they live on.
+template <std::ranges::input_range R>
+void VakRemoveAllFromAll(const R& handles) {
+  VakWithExtractableArray(handles, [](VakExtractableArray array) { VakRemoveAllFromAll(array); });
 }

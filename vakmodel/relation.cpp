@@ -9,34 +9,34 @@
 VakRelation::VakRelation(VakVarEquality equality)
     : VakRelation(0, equality.getLeft() - equality.getRight(), 0) {}
 
-VakRelation VakRelation::LessOrEqual(VakExpr left, VakExpr right) {
+VakRelation VakRelation::LessOrEqual(VakExpr left, VakExpr right, bool leftIsNumber) {
+  if (right.isConstant() && !leftIsNumber) {
+    return VakRelation(-VakGetInfinity(), std::move(left), right.getConstant());
+  }
   if (left.isConstant()) {
     VakRelation relation(left.getConstant(), std::move(right), VakGetInfinity());
     relation._open = Open::Upper;
     return relation;
   }
-  if (right.isConstant()) {
-    return VakRelation(-VakGetInfinity(), std::move(left), right.getConstant());
-  }
   left -= right;
   return VakRelation(-VakGetInfinity(), std::move(left), 0);
 }
 
-VakRelation VakRelation::GreaterOrEqual(VakExpr left, VakExpr right) {
+VakRelation VakRelation::GreaterOrEqual(VakExpr left, VakExpr right, bool leftIsNumber) {
+  if (right.isConstant() && !leftIsNumber) {
+    return VakRelation(right.getConstant(), std::move(left), VakGetInfinity());
+  }
   if (left.isConstant()) {
     VakRelation relation(-VakGetInfinity(), std::move(right), left.getConstant());
     relation._open = Open::Lower;
     return relation;
   }
-  if (right.isConstant()) {
-    return VakRelation(right.getConstant(), std::move(left), VakGetInfinity());
-  }
   left -= right;
   return VakRelation(0, std::move(left), VakGetInfinity());
 }
 
-VakRelation VakRelation::Equal(VakExpr left, VakExpr right) {
-  if (left.isConstant()) std::swap(left, right);
+VakRelation VakRelation::Equal(VakExpr left, VakExpr right, bool leftIsNumber) {
+  if (leftIsNumber || (left.isConstant() && !right.isConstant())) std::swap(left, right);
   if (right.isConstant()) {
     const VakNum value = right.getConstant();
     return VakRelation(value, std::move(left), value);

@@ -24,11 +24,12 @@ class VakRelation {
   [[nodiscard]] VakNum getLB() const { return _lower; }
   [[nodiscard]] VakNum getUB() const { return _upper; }
 
-  // left <= right and left >= right. A side without terms is the bound of the other one; when it is
-  // the left one, a second comparison may follow.
-  [[nodiscard]] static VakRelation LessOrEqual(VakExpr left, VakExpr right);
-  [[nodiscard]] static VakRelation GreaterOrEqual(VakExpr left, VakExpr right);
-  [[nodiscard]] static VakRelation Equal(VakExpr left, VakExpr right);
+  // left <= right and left >= right. A side without terms is the bound of the other one; if neither
+  // has any, an expression stays on the side where a number is not, which `leftIsNumber` tells.
+  // When the left one is the bound, a second comparison may follow.
+  [[nodiscard]] static VakRelation LessOrEqual(VakExpr left, VakExpr right, bool leftIsNumber);
+  [[nodiscard]] static VakRelation GreaterOrEqual(VakExpr left, VakExpr right, bool leftIsNumber);
+  [[nodiscard]] static VakRelation Equal(VakExpr left, VakExpr right, bool leftIsNumber);
 
   // The second comparison of a two-sided relation. Throws VakModelError when the relation is not
   // one between a number and an expression, in this order, or has the bound already: then write two
@@ -55,13 +56,15 @@ std::ostream& operator<<(std::ostream& out, const VakRelation& relation);
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakRelation operator<=(A&& a, B&& b) {
-  return VakRelation::LessOrEqual(VakMakeExpr(std::forward<A>(a)), VakMakeExpr(std::forward<B>(b)));
+  return VakRelation::LessOrEqual(VakMakeExpr(std::forward<A>(a)), VakMakeExpr(std::forward<B>(b)),
+                                  VakNumber<std::remove_cvref_t<A>>);
 }
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakRelation operator>=(A&& a, B&& b) {
   return VakRelation::GreaterOrEqual(VakMakeExpr(std::forward<A>(a)),
-                                     VakMakeExpr(std::forward<B>(b)));
+                                     VakMakeExpr(std::forward<B>(b)),
+                                     VakNumber<std::remove_cvref_t<A>>);
 }
 /// Two variables have an operator of their own, which can also be read as a truth value.
 template <class A, class B>
@@ -69,7 +72,8 @@ requires(VakLinearOperands<A, B> && !(std::derived_from<std::remove_cvref_t<A>, 
                                       std::derived_from<std::remove_cvref_t<B>, VakNumVar>))
     [[nodiscard]] VakRelation
     operator==(A&& a, B&& b) {
-  return VakRelation::Equal(VakMakeExpr(std::forward<A>(a)), VakMakeExpr(std::forward<B>(b)));
+  return VakRelation::Equal(VakMakeExpr(std::forward<A>(a)), VakMakeExpr(std::forward<B>(b)),
+                            VakNumber<std::remove_cvref_t<A>>);
 }
 
 template <VakNumber N>

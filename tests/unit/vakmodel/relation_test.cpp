@@ -29,6 +29,19 @@ TEST_F(Relation, BringsVariablesToTheLeft) {
   EXPECT_EQ(VakTextOf(x + 1 == 2 * y), "x - 2 y + 1 == 0");
 }
 
+TEST_F(Relation, KeepsAnExpressionWithoutTermsOnItsSide) {
+  const VakExpr none;
+  EXPECT_EQ(VakTextOf(none <= 10), "0 <= 10");
+  EXPECT_EQ(VakTextOf(none >= 10), "0 >= 10");
+  EXPECT_EQ(VakTextOf(none == 10), "0 == 10");
+  EXPECT_EQ(VakTextOf(10 >= none), "0 <= 10");
+  EXPECT_EQ(VakTextOf(10 <= none), "0 >= 10");
+  EXPECT_EQ(VakTextOf(10 == none), "0 == 10");
+  EXPECT_EQ(VakTextOf(1 <= none <= 10), "1 <= 0 <= 10");
+  EXPECT_EQ(VakTextOf(none <= x), "x >= 0");
+  EXPECT_EQ(VakTextOf(none == x), "x == 0");
+}
+
 TEST_F(Relation, IsTwoSided) {
   EXPECT_EQ(VakTextOf(1 <= x + y <= 4), "1 <= x + y <= 4");
   EXPECT_EQ(VakTextOf(4 >= x + y >= 1), "1 <= x + y <= 4");
