@@ -3,6 +3,7 @@
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/registry/clone_manager.h"
+#include "vakmodel/annotations.h"
 #include "vakmodel/contract/expander.h"
 #include "vakmodel/contract/extractable.h"
 #include "vakmodel/env_check.h"
@@ -37,28 +38,15 @@ VakExtractable VakCopier::copyObject(VakExtractable original) {
   VakExtractableI* object = original.getImpl();
   checkOriginal(object);
   const VakInt level = _target->lockCloningLevel();
+  VakCloneNotesI notes;
   try {
     return VakExtractable(_substitutes.empty() ? _target->getClone(object)
                                                : _target->substitute(object));
   } catch (...) {
-    undo(level);
+    _target->unlockCloningLevel(level);
+    notes.deleteAll();
     throw;
   }
-}
-
-// The newest first, so that what refers to others goes before them. What was substituted is not
-// ours.
-void VakCopier::undo(VakInt level) {
-  const VakCloneManager* clones = _target->_cloneManager;
-  for (VakInt i = clones->ids.getSize(); i-- > level;) {
-    const VakInt id = clones->ids[i];
-    VakExtractableI* original = originalOf(id);
-    VakExtractableI* copy = _target->getClone(original);
-    const bool isMade =
-        _substitutes.empty() || _target->getExpander()->substitute(original) != copy;
-    if (isMade) delete copy;
-  }
-  _target->unlockCloningLevel(level);
 }
 
 VakExtractableI* VakCopier::originalOf(VakInt id) const {

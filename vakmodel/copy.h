@@ -94,7 +94,6 @@ class VakCopier {
   VakExtractable copyObject(VakExtractable original);
   [[nodiscard]] VakExtractable findCopy(VakExtractable original) const;
   void checkOriginal(VakExtractableI* original);
-  void undo(VakInt level);
   [[nodiscard]] VakExtractableI* originalOf(VakInt id) const;
 
   VakEnvI* _target;                      ///< Not owned.

@@ -1,8 +1,11 @@
 #include "vakmodel/extractable.h"
 
 #include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/id_manager.h"
 #include "vakenv/types/exceptions.h"
 #include "vakmodel/contract/extractable.h"
+#include "vakmodel/linear_impl.h"
+#include "vakmodel/model_impl.h"
 
 namespace {
 
@@ -10,17 +13,52 @@ void requireName(const char* name) {
   if (name == nullptr) throw VakEmptyHandleException("VakExtractable: Using empty string");
 }
 
-// Runs a removal of the environment. When it throws, nothing stays hidden.
-template <class Removal>
-void runRemoval(VakEnvI* env, Removal removal) {
-  if (env->isRemoving()) {
-    removal();
-    return;
+// Lets every object of a model drop what is hidden. A removal that was broken off may have reached
+// some of them only.
+void completeSweep(VakEnvI* env) noexcept {
+  const VakIdManager* ids = env->_idManager;
+  for (VakInt id = 0; id < ids->_size; ++id) {
+    if (!ids->isLive(id)) continue;
+    auto* object = static_cast<VakExtractableI*>(ids->_data[id]);
+    if (object->isType(VakLinearI::GetTypeInfo()) != 0) {
+      static_cast<VakLinearI*>(object)->dropHidden();
+    } else if (object->isType(VakModelI::GetTypeInfo()) != 0 ||
+               object->isType(VakNumLinExprI::GetTypeInfo()) != 0) {
+      object->removeHidden(0);
+    }
   }
+}
+
+// Runs a removal that destroys. When it throws, nothing stays hidden.
+template <class Removal>
+void runDestruction(VakEnvI* env, Removal removal) {
+  const bool isNested = env->isRemoving();
   try {
     removal();
   } catch (...) {
-    env->abandonRemoval();
+    if (!isNested && env->isRemoving()) {
+      completeSweep(env);
+      env->abandonRemoval();
+    }
+    throw;
+  }
+}
+
+// Removes registered objects from all others. When it throws, they are gone from all models
+// nevertheless; the environment shows them again before it passes the exception on.
+void removeFromAllObjects(VakEnvI* env, VakExtractableArray objects) {
+  try {
+    env->removeFromAll(objects);
+  } catch (...) {
+    const VakIdManager* ids = env->_idManager;
+    for (VakExtractableI* e : objects) {
+      if (ids->isInTable(e->id) && ids->_data[e->id] == e)
+        ids->_data[e->id] = VakIdManager::HiddenMark();
+    }
+    completeSweep(env);
+    for (VakExtractableI* e : objects) {
+      if (ids->isInTable(e->id) && ids->isHidden(e->id)) ids->_data[e->id] = e;
+    }
     throw;
   }
 }
@@ -39,14 +77,14 @@ VakExtractableArray withoutNull(VakEnvI* env, VakExtractableArray array) {
   return result;
 }
 
-// Calls `removal` with the environment and the objects of `array`.
-template <class Removal>
-void removeAll(VakExtractableArray array, Removal removal) {
+// Calls `action` with the environment and the registered objects of `array`.
+template <class Action>
+void withObjects(VakExtractableArray array, Action action) {
   if (array.isEmpty()) return;
   VakEnvI* env = array.getEnv().getImpl();
   VakExtractableArray objects = withoutNull(env, array);
   try {
-    if (!objects.isEmpty()) runRemoval(env, [&] { removal(env, objects); });
+    if (!objects.isEmpty()) action(env, objects);
   } catch (...) {
     objects.end();
     throw;
@@ -147,17 +185,15 @@ void VakExtractable::end() {
     delete object;
   } else {
     VakEnvI* env = object->_env;
-    runRemoval(env, [&] { env->removeFromAllAndDestroy(object, 0); });
+    runDestruction(env, [&] { env->removeFromAllAndDestroy(object, 0); });
   }
   _impl = nullptr;
 }
 
 void VakEndAll(VakExtractableArray array) {
-  removeAll(array, [](VakEnvI* env, VakExtractableArray objects) {
-    env->removeFromAllAndDestroy(objects, 0);
+  withObjects(array, [](VakEnvI* env, VakExtractableArray objects) {
+    runDestruction(env, [&] { env->removeFromAllAndDestroy(objects, 0); });
   });
 }
 
-void VakRemoveAllFromAll(VakExtractableArray array) {
-  removeAll(array, [](VakEnvI* env, VakExtractableArray objects) { env->removeFromAll(objects); });
-}
+void VakRemoveAllFromAll(VakExtractableArray array) { withObjects(array, removeFromAllObjects); }

@@ -83,9 +83,10 @@ class VakExtractable {
   ///   - a constraint that loses its last variable, unless it is kept when empty;
   ///   - the constraints and the objective of a model that ends.
   /// Algorithms are told of the removal once, then of the end of each object. Should one of them
-  /// throw, what was taken out stays out, what was not deleted yet lives on, and the exception
-  /// passes on. Costs one pass over everything in the environment: end many objects with
-  /// VakEndAll. The handle is empty afterwards; nothing for an empty one.
+  /// throw, or memory run out, what was taken out stays out, what was not deleted yet lives on, and
+  /// the exception passes on; the handle keeps its object then. Costs one pass over everything in
+  /// the environment: end many objects with VakEndAll. The handle is empty afterwards; nothing for
+  /// an empty one.
   void end();
 
  protected:

@@ -72,6 +72,11 @@ void VakLinearI::removeHidden(VakInt /*mode*/) {
   if (isPointless && _env->isDestroying()) _env->removeFromAllAndDestroy(this, 0);
 }
 
+void VakLinearI::dropHidden() noexcept {
+  _terms.removeHidden(_env);
+  if (IsHidden(_model)) leaveModel();
+}
+
 void VakLinearI::checkCoef(const VakModelVarI* var, VakNum coef) const {
   VakCheckUsable(var, _env, this);
   VakCheckCoef(var, this, coef);

@@ -28,6 +28,8 @@ class VakLinearI : public VakExtractableI {
   /// Drops the terms of hidden variables and leaves a hidden model. If the removal destroys and
   /// this leaves the object pointless, it asks for its own removal.
   void removeHidden(VakInt mode) override;
+  /// The first half of that: drops what is hidden and asks for nothing.
+  void dropHidden() noexcept;
 
   /// Gives one variable a coefficient; checked, reported, undone when the report throws.
   void setCoef(VakModelVarI* var, VakNum coef);
