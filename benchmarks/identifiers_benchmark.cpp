@@ -14,14 +14,23 @@
 
 namespace {
 
+// The pool outlives the managers, as the heap outlives the vectors.
+VakMemory& Pool() {
+  static VakMemory pool(1);
+  return pool;
+}
+
 class Manager {
  public:
+  Manager() = default;
+  ~Manager() { _ids.end(); }
+  Manager(const Manager&) = delete;
+  Manager& operator=(const Manager&) = delete;
   VakInt book(void* e) { return _ids.newId(static_cast<VakExtractableI*>(e)); }
   void release(VakInt id) { _ids.freeId(id); }
 
  private:
-  VakMemory _memory{1};
-  VakIdManager _ids{&_memory};
+  VakIdManager _ids{&Pool()};
 };
 
 class VectorWithStack {

@@ -5,6 +5,8 @@ include_guard(GLOBAL)
 
 #   vak_compile_with(objects NAME deletion_gcc_O3 COMPILER /usr/bin/g++ FLAGS -O3 SOURCES a_test.cpp ...)
 #
+# The warnings are those of the project. Each compiler passes over what only the other one knows.
+#
 # Sets `objects` in the caller to the object files. Sources are named relative to the current folder.
 function(vak_compile_with result)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "NAME;COMPILER" "FLAGS;SOURCES")
@@ -25,7 +27,7 @@ function(vak_compile_with result)
       COMMAND
         ${CMAKE_CXX_COMPILER_LAUNCHER} "${arg_COMPILER}" -std=c++20 "-I${PROJECT_SOURCE_DIR}"
         "$<$<BOOL:${includes}>:-idirafter$<JOIN:${includes},;-idirafter>>" ${VAK_WARNINGS} -Werror
-        ${arg_FLAGS} -MD -MF "${object}.d" -c "${path}" -o "${object}"
+        -Wno-unknown-warning-option ${VAK_GCC_FALSE_ALARMS} ${arg_FLAGS} -MD -MF "${object}.d" -c "${path}" -o "${object}"
       DEPENDS "${path}"
       DEPFILE "${object}.d"
       COMMENT "Compiling ${name} for ${arg_NAME}"

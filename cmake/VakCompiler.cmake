@@ -21,8 +21,9 @@ set(VAK_WARNINGS
 
 # False alarms of GCC 12, which are off: it takes a destroying operator delete for one that gives back the
 # address it is handed, and misjudges the lengths of std::string when a text is put before another.
+set(VAK_GCC_FALSE_ALARMS -Wno-free-nonheap-object -Wno-mismatched-new-delete -Wno-restrict)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  list(APPEND VAK_WARNINGS -Wno-free-nonheap-object -Wno-mismatched-new-delete -Wno-restrict)
+  list(APPEND VAK_WARNINGS ${VAK_GCC_FALSE_ALARMS})
 endif()
 
 # The library also refuses silent conversions of numbers; tests may write numbers freely.

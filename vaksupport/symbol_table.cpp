@@ -8,25 +8,25 @@ namespace {
 constexpr VakInt FirstEncoderCapacity = 16;  // symbols; doubled when it is used up
 
 // A symbol and its text are one block: the text stands behind the object.
-unsigned long BlockSize(VakInt length) {
+unsigned long blockSize(VakInt length) {
   return sizeof(VakSymbolI) + static_cast<unsigned long>(length) + 1;
 }
 
-unsigned long BytesOf(VakInt symbols) {
+unsigned long bytesOf(VakInt symbols) {
   return static_cast<unsigned long>(symbols) * sizeof(VakSymbolI*);
 }
 
 }  // namespace
 
-VakSymbolEncoder::~VakSymbolEncoder() { VakFreeIn(_env, _symbols, BytesOf(_capacity)); }
+VakSymbolEncoder::~VakSymbolEncoder() { VakFreeIn(_env, _symbols, bytesOf(_capacity)); }
 
 // Makes sure that one more symbol can be appended.
 void VakSymbolEncoder::makeRoom() {
   if (_size < _capacity) return;
   const VakInt capacity = std::max(FirstEncoderCapacity, 2 * _capacity);
-  VakSymbolI** symbols = static_cast<VakSymbolI**>(VakAllocateIn(_env, BytesOf(capacity)));
+  VakSymbolI** symbols = static_cast<VakSymbolI**>(VakAllocateIn(_env, bytesOf(capacity)));
   std::copy_n(_symbols, _size, symbols);
-  VakFreeIn(_env, _symbols, BytesOf(_capacity));
+  VakFreeIn(_env, _symbols, bytesOf(_capacity));
   _symbols = symbols;
   _capacity = capacity;
 }
@@ -69,14 +69,14 @@ VakSymbolI* VakSymbolTable::make(const char* name) {
 
 VakSymbolI* VakSymbolTable::makeSymbol(const char* name) {
   const VakInt length = static_cast<VakInt>(std::strlen(name));
-  void* block = VakAllocateIn(_env, BlockSize(length));
+  void* block = VakAllocateIn(_env, blockSize(length));
   char* text = static_cast<char*>(block) + sizeof(VakSymbolI);
   std::memcpy(text, name, static_cast<unsigned long>(length) + 1);
   return ::new (block) VakSymbolI(text, length, _encoder.getSize());
 }
 
 void VakSymbolTable::giveBackSymbol(VakSymbolI* symbol) {
-  VakFreeIn(_env, symbol, BlockSize(symbol->getLength()));
+  VakFreeIn(_env, symbol, blockSize(symbol->getLength()));
 }
 
 // FNV-1a over the characters.

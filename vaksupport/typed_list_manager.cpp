@@ -19,22 +19,7 @@ struct EnvMemory {
   void giveBack(void* p, unsigned long size) const { VakFreeIn(env, p, size); }
 };
 
-// Objects are at least 16 bytes apart, functions are aligned to 16.
-VakInt HashAddress(unsigned long address, VakInt size) {
-  return static_cast<VakInt>((address >> 4) & (static_cast<unsigned long>(size) - 1));
-}
-
-VakInt HashListed(VakExtractableI* e, VakInt size) {
-  return HashAddress(reinterpret_cast<unsigned long>(e), size);
-}
-VakInt CompareListed(VakExtractableI* a, VakExtractableI* b) { return a == b ? 1 : 0; }
-
-VakInt HashType(VakTypeInfo type, VakInt size) {
-  return HashAddress(reinterpret_cast<unsigned long>(type), size);
-}
-VakInt CompareTypes(VakTypeInfo a, VakTypeInfo b) { return a == b ? 1 : 0; }
-
-bool DescendsFrom(VakTypeInfo type, VakTypeInfo ancestor) {
+bool descendsFrom(VakTypeInfo type, VakTypeInfo ancestor) {
   while (type != nullptr && type != ancestor) type = VakGetBaseTypeInfo(type);
   return type != nullptr;
 }
@@ -84,8 +69,8 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
  public:
   explicit Lists(VakEnvI* env)
       : VakEnvObjectI(env),
-        _index(env, FirstBuckets, HashListed, CompareListed),
-        _classes(env, FirstBuckets, HashType, CompareTypes) {}
+        _index(env, FirstBuckets, VakHashAddress, VakCompareAddresses),
+        _classes(env, FirstBuckets, VakHashAddress, VakCompareAddresses) {}
 
   ~Lists() noexcept(false) override {
     for (Iterator* walk = _walks; walk != nullptr; walk = walk->_otherWalk) {
@@ -118,7 +103,7 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
     Entry* entry = nullptr;
     if (_index.find(e, entry) != VakHashDone) return;
     for (Iterator* walk = _walks; walk != nullptr; walk = walk->_otherWalk) {
-      if (walk->_next == entry) walk->_next = entryAfter(entry, walk->_type);
+      if (walk->_next == entry) walk->_next = EntryAfter(entry, walk->_type);
     }
     chainOf(entry).unlink(entry);
     _index.remove(e);
@@ -139,7 +124,7 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
   [[nodiscard]] VakInt count(VakTypeInfo type) const {
     VakInt listed = 0;
     for (const ClassList* list = _lastClass; list != nullptr; list = list->earlier) {
-      if (DescendsFrom(list->type, type)) listed += list->chain.length;
+      if (descendsFrom(list->type, type)) listed += list->chain.length;
     }
     return listed;
   }
@@ -148,13 +133,13 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
   // descendants.
   static Entry* FirstEntry(const ClassList* list, VakTypeInfo type) {
     for (; list != nullptr; list = list->earlier) {
-      if (list->chain.newest != nullptr && DescendsFrom(list->type, type)) {
+      if (list->chain.newest != nullptr && descendsFrom(list->type, type)) {
         return list->chain.newest;
       }
     }
     return nullptr;
   }
-  static Entry* entryAfter(const Entry* entry, VakTypeInfo type) {
+  static Entry* EntryAfter(const Entry* entry, VakTypeInfo type) {
     return entry->older != nullptr ? entry->older : FirstEntry(entry->list->earlier, type);
   }
   [[nodiscard]] Entry* firstEntry(VakTypeInfo type) const { return FirstEntry(_lastClass, type); }
@@ -268,7 +253,7 @@ VakTypedListManager::Iterator& VakTypedListManager::Iterator::operator++() {
   _e = nullptr;
   if (_next != nullptr) {
     _e = _next->e;
-    _next = Lists::entryAfter(_next, _type);
+    _next = Lists::EntryAfter(_next, _type);
   }
   return *this;
 }

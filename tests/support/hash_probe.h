@@ -19,20 +19,20 @@ inline VakInt VakCompareIntegers(VakInt a, VakInt b) { return a == b ? 1 : 0; }
 struct VakHashProbe {
   enum class Failure { None, Throws, BelowRange, AboveRange };
 
-  static void Reset(long failAt = 0, Failure failure = Failure::None, bool staysBroken = false) {
+  static void Reset(long call = 0, Failure kind = Failure::None, bool forGood = false) {
     calls = 0;
-    VakHashProbe::failAt = failAt;
-    VakHashProbe::failure = failure;
-    VakHashProbe::staysBroken = staysBroken;
+    failAt = call;
+    failure = kind;
+    staysBroken = forGood;
   }
 
   static VakInt Hash(VakInt key, VakInt size) {
-    if (!isDue()) return VakHashModulo(key, size);
+    if (!IsDue()) return VakHashModulo(key, size);
     if (failure == Failure::Throws) throw std::runtime_error("hash");
     return failure == Failure::BelowRange ? -1 : size;
   }
   static VakInt Compare(VakInt a, VakInt b) {
-    if (isDue() && failure == Failure::Throws) throw std::runtime_error("compare");
+    if (IsDue() && failure == Failure::Throws) throw std::runtime_error("compare");
     return VakCompareIntegers(a, b);
   }
 
@@ -42,7 +42,7 @@ struct VakHashProbe {
   static inline bool staysBroken = false;  ///< Every later call fails too.
 
  private:
-  static bool isDue() {
+  static bool IsDue() {
     ++calls;
     return failAt != 0 && (calls == failAt || (staysBroken && calls > failAt));
   }

@@ -5,12 +5,12 @@
 
 #include "vakenv/memory/env_object.h"
 #include "vakenv/memory/memory_manager_object.h"
-#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/memory/tarn_alloc.h"
 #include "vakenv/plugins/plugin.h"
 #include "vakenv/properties/extensible_object.h"
 #include "vakenv/properties/named_property_impl.h"
 #include "vakenv/registry/destroyable.h"
+#include "vaksupport/stack_gen_alloc.h"
 
 /// What one class says of itself, and what it is expected to say.
 struct VakTypeRow {

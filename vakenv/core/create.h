@@ -20,9 +20,9 @@ struct VakEnvMemory {
 };
 
 /// A new T in the memory of `env`. The constructor's first argument is `env`, or the environment's
-/// allocator for a class that holds a memory manager. Deleted with `delete`, or with the environment
-/// if it registers itself there, which is why the result may be ignored. Throws std::bad_alloc and
-/// whatever the constructor throws.
+/// allocator for a class that holds a memory manager. Deleted with `delete`, or with the
+/// environment if it registers itself there, which is why the result may be ignored. Throws
+/// std::bad_alloc and whatever the constructor throws.
 template <class T, class... Args>
 T* VakCreate(VakEnvI* env, Args&&... args) {
   if constexpr (std::is_constructible_v<T, VakEnvI*, Args...>) {

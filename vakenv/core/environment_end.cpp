@@ -117,10 +117,10 @@ void VakEnvI::endAlgorithms() {
     try {
       head->end();
     } catch (...) {
-      if (_algorithms == head) _algorithms = head->next;
+      if (_algorithms == head) removeAlgorithm(head);
       throw;
     }
-    if (_algorithms == head) _algorithms = head->next;
+    if (_algorithms == head) removeAlgorithm(head);
   }
 }
 

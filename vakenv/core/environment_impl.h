@@ -324,5 +324,5 @@ class VakEnvI {
   // Releases the recycle bin silently; nothing when there is none.
   void closeRecycleBin();
   // A block for this many identifiers, cleared. Throws VakMemoryException.
-  static void** newMarkArray(VakInt identifiers);
+  static void** NewMarkArray(VakInt identifiers);
 };

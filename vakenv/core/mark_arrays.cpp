@@ -28,7 +28,7 @@ void initBlock(void** block, VakInt identifiers) {
 
 }  // namespace
 
-void** VakEnvI::newMarkArray(VakInt identifiers) {
+void** VakEnvI::NewMarkArray(VakInt identifiers) {
   void** block = nullptr;
   try {
     block = new void*[static_cast<unsigned long>(identifiers + SpareMarks + HeaderSlots)];
@@ -53,7 +53,7 @@ void** VakEnvI::getMarkArray() {
   }
   // A block that is missing or too small is made before anything is unlinked.
   if (block == nullptr || capacityOf(block) < identifiers) {
-    void** fresh = newMarkArray(identifiers);
+    void** fresh = NewMarkArray(identifiers);
     if (block != nullptr) fresh[0] = block[0];
     if (previous != nullptr) {
       previous[0] = fresh;

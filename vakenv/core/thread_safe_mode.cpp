@@ -27,7 +27,7 @@ void VakEnvI::useMTSafeAllocation(VakInt on) {
 
 void VakEnvI::useMTSafeNormalization(VakInt on) {
   if (on != 0 && _mtSafeNormalization == 0) {
-    _markArray = newMarkArray(_idManager->_size);
+    _markArray = NewMarkArray(_idManager->_size);
   } else if (on == 0 && _mtSafeNormalization != 0) {
     freeMarks();
   }

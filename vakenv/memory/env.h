@@ -50,6 +50,10 @@ class VakEnv {
   [[nodiscard]] const char* getVersion() const;
 
   /// Switches thread-safe allocation on (non-zero) or off; see VakEnvI::useMTSafeAllocation.
+  ///
+  /// Deliberate: modelling objects made in this mode are not reached by removals, identifiers of
+  /// those that go in it stay booked, and destroyables made in it are not deleted by end().
+  /// VakEnvI::getUnreleasedIds and getUnlistedDestroyables count the last two.
   void useMTSafeAllocation(VakInt on) const;
   /// Switches thread-safe normalization on (non-zero) or off; see VakEnvI::useMTSafeNormalization.
   void useMTSafeNormalization(VakInt on) const;

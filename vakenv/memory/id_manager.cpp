@@ -7,7 +7,7 @@
 
 namespace {
 
-unsigned long BytesOf(VakInt slots) { return static_cast<unsigned long>(slots) * sizeof(void*); }
+unsigned long bytesOf(VakInt slots) { return static_cast<unsigned long>(slots) * sizeof(void*); }
 
 }  // namespace
 
@@ -17,12 +17,12 @@ VakIdManager::VakIdManager(VakMemory* memory)
 }
 
 VakInt VakIdManager::getMemoryUsage() const {
-  return _data == nullptr ? 0 : static_cast<VakInt>(BytesOf(_capacity));
+  return _data == nullptr ? 0 : static_cast<VakInt>(bytesOf(_capacity));
 }
 
 void VakIdManager::end() {
   if (_data == nullptr) return;
-  _memory->deallocate(_data, BytesOf(_capacity));
+  _memory->deallocate(_data, bytesOf(_capacity));
   _data = nullptr;
   _free = nullptr;
 }
@@ -39,10 +39,10 @@ void VakIdManager::startAnew() {
 // 3. let the free list begin at slot `oldCapacity`;
 // 4. link the slots from there to their next one, the last to itself.
 void VakIdManager::growData(VakInt newCapacity, VakInt oldCapacity) {
-  void** slots = static_cast<void**>(_memory->allocate(BytesOf(newCapacity)));
+  void** slots = static_cast<void**>(_memory->allocate(bytesOf(newCapacity)));
   if (_data != nullptr && _capacity != 0) {
     std::copy_n(_data, _capacity, slots);
-    _memory->deallocate(_data, BytesOf(_capacity));
+    _memory->deallocate(_data, bytesOf(_capacity));
   }
   _data = slots;
   _free = slots + oldCapacity;

@@ -37,6 +37,10 @@ void VakExtractableRoll::add(VakExtractableI* e, VakExtractableArray mirror) {
 
 void VakExtractableRoll::strike(const VakExtractableI* e) noexcept {
   if (_entries.empty()) return;
+  if (_isDistinct && !_isIndexed && _entries.back() == e) {
+    strikeAt(getSize() - 1);
+    return;
+  }
   if (getSize() <= LongestUnindexed || !makeIndex()) {
     for (VakInt i = 0; i < getSize(); ++i) {
       if ((*this)[i] == e) strikeAt(i);
@@ -81,6 +85,7 @@ void VakExtractableRoll::clear() {
   _entries.clear();
   _added = 0;
   _hasStruck = false;
+  _isDistinct = false;
   _mirror = VakExtractableArray();
 }
 

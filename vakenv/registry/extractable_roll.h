@@ -31,6 +31,9 @@ class VakExtractableRoll {
   /// True when an entry was struck since the roll was empty or compacted.
   [[nodiscard]] bool hasStruck() const { return _hasStruck; }
 
+  /// Says whether the caller adds no extractable twice until the next clear(); without that the
+  /// roll assumes that it may. Striking the last entry of a distinct roll needs no index.
+  void claimDistinct(bool isDistinct) { _isDistinct = isDistinct; }
   /// Number of entries added since the last clear(), dropped ones included.
   [[nodiscard]] VakInt getAdded() const { return _added; }
 
@@ -61,5 +64,6 @@ class VakExtractableRoll {
   VakInt _added = 0;            ///< Entries added since the last clear().
   bool _isIndexed = false;      ///< True when the two tables above are kept.
   bool _hasStruck = false;      ///< True when an entry was struck.
+  bool _isDistinct = false;     ///< True when no extractable is entered twice.
   VakExtractableArray _mirror;  ///< Repeats the entries; an empty handle for none; not owned.
 };

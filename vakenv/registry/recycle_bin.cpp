@@ -58,8 +58,10 @@ void VakRecycleBinI::endReleaseMode() {
   releaseMode = 0;
   pending.removeAll();
   registry.pending.clear();
+  registry.pending.claimDistinct(true);
   for (VakExtractableI* e : deferred) {
     if (e == nullptr) continue;
+    if (VakExtractableI::IsHidden(e)) registry.pending.claimDistinct(false);
     list(e, pending, registry.pending);
     hide(e);
   }

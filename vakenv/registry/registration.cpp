@@ -1,5 +1,7 @@
 // Registration of extractables and of algorithms.
 
+#include <cassert>
+
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/registry/clone_manager.h"
@@ -78,7 +80,9 @@ void VakEnvI::forgetExtractable(const VakExtractableI* e) {
 VakInt VakEnvI::getUnreleasedIds() const { return _registry.unreleasedIds; }
 
 void VakEnvI::addAlgorithm(VakAlgorithmI* a) {
+  assert(!a->_isAttached);
   a->next = _algorithms;
+  a->_isAttached = true;
   _algorithms = a;
 }
 
@@ -88,6 +92,7 @@ void VakEnvI::removeAlgorithm(VakAlgorithmI* a) {
   while (*link != a) link = &(*link)->next;
   *link = a->next;
   a->next = nullptr;
+  a->_isAttached = false;
   if (a != _expander) return;
   if (_cloneManager->expander == _expander) _cloneManager->expander = nullptr;
   _expander = nullptr;

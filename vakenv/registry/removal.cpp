@@ -199,6 +199,7 @@ void VakEnvI::openRecycleBin() {
   void* place = allocate(sizeof(VakRecycleBinI));
   try {
     _recycleBin = ::new (place) VakRecycleBinI(this);
+    _registry.pending.claimDistinct(true);  // what is hidden is not listed again
   } catch (...) {
     giveBack(place, sizeof(VakRecycleBinI));
     throw;

@@ -60,9 +60,3 @@ void VakAlgorithmI::attach() { _env->addAlgorithm(this); }
 void VakAlgorithmI::detach() {
   if (isAttached()) _env->removeAlgorithm(this);
 }
-
-bool VakAlgorithmI::isAttached() const {
-  const VakAlgorithmI* a = _env->_algorithms;
-  while (a != nullptr && a != this) a = a->next;
-  return a != nullptr;
-}

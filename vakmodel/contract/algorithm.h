@@ -83,8 +83,8 @@ class VakAlgorithmI {
   VakAlgorithmI(const VakAlgorithmI&) = delete;
   VakAlgorithmI& operator=(const VakAlgorithmI&) = delete;
 
-  /// Detaches the algorithm, which must be done on return, and deletes it. An algorithm that is not
-  /// its own owner overrides this to detach only.
+  /// Detaches the algorithm, which must be done on return, and deletes it. An algorithm that has
+  /// another owner overrides this to detach only; it may then outlive the environment.
   virtual void end();
   /// `extractable`, which was or is to be changed as `change` says. Refuses by throwing
   /// VakAlgorithm::CannotChangeException; other algorithms are told nevertheless. It may end or
@@ -100,10 +100,11 @@ class VakAlgorithmI {
   void attach();
   /// Detaches the algorithm if it is attached.
   void detach();
-  /// True while the algorithm is in its environment's list. Costs a walk of the list.
-  [[nodiscard]] bool isAttached() const;
+  /// True while the algorithm is in its environment's list.
+  [[nodiscard]] bool isAttached() const { return _isAttached; }
 
   VakAlgorithmI* next = nullptr;  ///< Attached before this one; null for none or when detached.
   VakEnvI* _env;                  ///< The environment served; not owned.
   VakModelEvaluatorI* _modelEvaluator = nullptr;  ///< Owned; null until made.
+  bool _isAttached = false;  ///< Kept by VakEnvI::addAlgorithm and removeAlgorithm.
 };

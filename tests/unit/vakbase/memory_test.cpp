@@ -201,6 +201,15 @@ TEST(VakMemory, DoublesTheBlocksOfAClassUpTo16KiB) {
   }
 }
 
+TEST(VakMemory, GrowsTheBlocksOfEachClassByItself) {
+  for (long size = 16; size <= 128; size += 8) {
+    VakMemory memory(1);
+    static_cast<void>(memory.obtainBlock(size - 8));
+    static_cast<void>(memory.obtainBlock(size - 8));
+    EXPECT_EQ(memory.obtainBlock(size).count, 256 / size) << size;
+  }
+}
+
 TEST(VakMemory, LetsAnAllocatorOfItsOwnAndTheClassOfThatSizeShareTheGrowthOfBlocks) {
   VakMemory memory(1);
   VakFixedSizeAllocatorI allocator(24);

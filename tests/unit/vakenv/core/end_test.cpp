@@ -288,16 +288,18 @@ TEST_F(End, DeletesEachDestroyableOnceAlsoWhenTheyDeleteEachOther) {
 }
 
 // Does not detach itself when it is ended.
-class StubbornAlgorithm : public VakAlgorithmWitness {
+class StubbornAlgorithm : public VakAlgorithmI {
  public:
-  StubbornAlgorithm(VakEnvI* env, VakEndLog* log) : VakAlgorithmWitness(env, log, "stubborn") {}
+  explicit StubbornAlgorithm(VakEnvI* env) : VakAlgorithmI(env) { attach(); }
   void end() override { ++ends; }
+  void change(const VakChange&, const VakExtractableI*) override {}
+  void change(const VakChange&) override {}
   int ends = 0;
 };
 
 TEST_F(End, UnlinksAnAlgorithmThatDoesNotDetachItself) {
   new VakAlgorithmWitness(env.get(), &log, "older");
-  StubbornAlgorithm stubborn(env.get(), &log);
+  StubbornAlgorithm stubborn(env.get());
   new VakAlgorithmWitness(env.get(), &log, "newer");
   env->end();
   EXPECT_EQ(stubborn.ends, 1);

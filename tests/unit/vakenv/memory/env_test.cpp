@@ -11,9 +11,9 @@
 #include "tests/support/scoped_env.h"
 #include "vakbase/allocation_stack.h"
 #include "vakenv/core/version.h"
-#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/properties.h"
 #include "vakenv/types/exceptions.h"
+#include "vaksupport/stack_gen_alloc.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 #include "tests/support/displayed.h"
 #include "tests/support/property_owners.h"
 #include "vakbase/allocation_stack.h"
-#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/properties/property_set.h"
 #include "vakenv/types/exceptions.h"
+#include "vaksupport/stack_gen_alloc.h"
 #include "vaksupport/symbol_table.h"
 
 namespace {

@@ -12,9 +12,9 @@
 #include "tests/support/displayed.h"
 #include "tests/support/scoped_env.h"
 #include "vakbase/allocation_stack.h"
-#include "vaksupport/stack_gen_alloc.h"
 #include "vakenv/properties/typed_properties.h"
 #include "vakenv/types/exceptions.h"
+#include "vaksupport/stack_gen_alloc.h"
 #include "vaksupport/symbol_table.h"
 
 namespace {

@@ -74,10 +74,9 @@ TEST(Destroy, LeavesTheObjectRegisteredWhenItsNotificationThrows) {
 TEST(Destroy, LeavesTheObjectRegisteredWhenAnAlgorithmRefuses) {
   World w;
   auto* a = w.node("A");
-  new VakTestAlgorithm(
-      w.env.impl(), w.script, "alg", [&w](VakTestAlgorithm& self, const VakChange&) {
-        throw VakAlgorithm::CannotChangeException(VakAlgorithm(&self), VakExtractableArray());
-      });
+  new VakTestAlgorithm(w.env.impl(), w.script, "alg", [](VakTestAlgorithm& self, const VakChange&) {
+    throw VakAlgorithm::CannotChangeException(VakAlgorithm(&self), VakExtractableArray());
+  });
   EXPECT_THROW(w.env->destroy(a, 0), VakAlgorithm::CannotChangeException);
   EXPECT_TRUE(w.live(a));
 }
