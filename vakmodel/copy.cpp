@@ -93,7 +93,7 @@ VakObjectMap VakCopier::getMap() const {
   const VakCloneManager* clones = _target->_cloneManager;
   for (VakInt i = 0; i < clones->ids.getSize(); ++i) {
     VakExtractableI* original = originalOf(clones->ids[i]);
-    if (original == nullptr) continue;
+    if (original == nullptr || _target->hasClone(original) == 0) continue;
     const auto id = static_cast<std::size_t>(original->id);
     if (id >= map._byId.size()) map._byId.resize(id + 1);
     map._byId[id] = {original, _target->getClone(original)};

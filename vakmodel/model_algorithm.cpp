@@ -35,7 +35,6 @@ void VakModelAlgorithmI::extract(VakModel model) {
   VakModelI* impl = model.checked();
   VakCheckUsable(impl, _env, nullptr);
   forgetModel();
-  if (!isAttached()) attach();
   _model = impl;
   try {
     loadModel();

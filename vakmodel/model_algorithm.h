@@ -27,8 +27,7 @@
 
 /// An algorithm with at most one model of its environment.
 ///
-/// Made with `new`, ended by end() or with the environment. It attaches itself at its first
-/// extraction. One thread at a time, except for abort().
+/// Made with `new`, ended by end() or with the environment. One thread at a time, except for abort().
 ///
 /// A hook refuses a change with refuse(), before it alters the problem; the model then takes the
 /// change back. A hook that throws anything else drops the problem, which is loaded anew when it is
@@ -45,7 +44,8 @@ class VakModelAlgorithmI : public VakAlgorithmI {
     VakNum coef;
   };
 
-  explicit VakModelAlgorithmI(VakEnvI* env) : VakAlgorithmI(env) {}
+  /// Attaches itself; what it is told before it has a model, it ignores.
+  explicit VakModelAlgorithmI(VakEnvI* env) : VakAlgorithmI(env) { attach(); }
   ~VakModelAlgorithmI() noexcept(false) override;
 
   /// Takes a model of the same environment in the place of the one it had, and loads it. Throws
