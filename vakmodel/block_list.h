@@ -21,7 +21,7 @@ class VakBlockList {
   explicit VakBlockList(VakEnvI* env) : _env(env) {}
   ~VakBlockList() {
     for (VakInt block = 0; block < _blocks; ++block) _env->giveBack(_table[block], BlockBytes);
-    _env->giveBack(_table, tableBytes(_tableSize));
+    _env->giveBack(_table, TableBytes(_tableSize));
   }
   VakBlockList(const VakBlockList&) = delete;
   VakBlockList& operator=(const VakBlockList&) = delete;
@@ -45,7 +45,7 @@ class VakBlockList {
   static constexpr VakInt Mask = (VakInt{1} << Shift) - 1;
   static constexpr unsigned long BlockBytes = sizeof(T) << Shift;
 
-  [[nodiscard]] static unsigned long tableBytes(VakInt size) {
+  [[nodiscard]] static unsigned long TableBytes(VakInt size) {
     return static_cast<unsigned long>(size) * sizeof(T*);
   }
 
@@ -57,9 +57,9 @@ class VakBlockList {
 
   void growTable() {
     const VakInt size = _tableSize == 0 ? 4 : 2 * _tableSize;
-    auto* table = static_cast<T**>(_env->allocate(tableBytes(size)));
-    if (_blocks != 0) std::memcpy(table, _table, tableBytes(_blocks));
-    _env->giveBack(_table, tableBytes(_tableSize));
+    auto* table = static_cast<T**>(_env->allocate(TableBytes(size)));
+    if (_blocks != 0) std::memcpy(table, _table, TableBytes(_blocks));
+    _env->giveBack(_table, TableBytes(_tableSize));
     _table = table;
     _tableSize = size;
   }

@@ -87,9 +87,9 @@ class VakIdTableI : private VakBlockList<std::int32_t> {
     if (static_cast<unsigned long>(id) >= static_cast<unsigned long>(size())) return 0;
     return VakBlockList::operator[](id);
   }
-  /// Makes room for `id`. Throws std::bad_alloc.
+  /// Makes room for `id`, so that there is a number at least. Throws std::bad_alloc.
   void reserve(VakInt id) {
-    while (size() <= id) add(0);
+    while (size() == 0 || size() <= id) add(0);
   }
   /// Room for `id` must have been made.
   void set(VakInt id, std::int32_t number) { VakBlockList::operator[](id) = number; }
