@@ -19,8 +19,7 @@
 
 namespace {
 
-// ---- Objects with one reference
-// -------------------------------------------------------------------
+// ---- Objects with one reference -----------------------------------------------------------------
 
 class Node : public VakExtractableI {
  public:
@@ -153,8 +152,7 @@ void endPeers(benchmark::State& state) {
   count(state);
 }
 
-// ---- Destroyables
-// ---------------------------------------------------------------------------------
+// ---- Destroyables -------------------------------------------------------------------------------
 
 class Mortal : public VakDestroyableI {
  public:
@@ -186,8 +184,7 @@ void ownAndEraseInAMap(benchmark::State& state) {
   count(state);
 }
 
-// ---- Terms
-// ----------------------------------------------------------------------------------------
+// ---- Terms --------------------------------------------------------------------------------------
 
 void takeAndRecycleTerms(benchmark::State& state) {
   VakEnv env;

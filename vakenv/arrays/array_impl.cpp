@@ -29,8 +29,7 @@ VakInt addCounts(VakInt a, VakInt b) {
 
 }  // namespace
 
-// ---- Construction
-// ---------------------------------------------------------------------------------
+// ---- Construction -------------------------------------------------------------------------------
 
 VakArrayI::VakArrayI(VakGenAlloc* alloc, VakInt size, VakInt elementSize)
     : VakMemoryManagerObjectI(alloc),
@@ -72,16 +71,15 @@ VakArrayI::VakArrayI(VakGenAlloc* alloc, VakArrayI* other)
       _data(nullptr) {
   allocData(_size);
   const unsigned long bytes = chunkBytes(_shift);
-  const VakInt chunks = (_size - 1) >> _shift;
-  for (VakInt k = 0; k <= chunks; ++k) std::memcpy(_data[k], other->_data[k], bytes);
+  const VakInt last = (std::max(_size, VakInt{0}) - 1) >> _shift;
+  for (VakInt k = 0; k <= last; ++k) std::memcpy(_data[k], other->_data[k], bytes);
 }
 
 VakArrayI::VakArrayI(VakEnvI* env, VakArrayI* other) : VakArrayI(env->_allocator, other) {}
 
 VakArrayI::~VakArrayI() noexcept(false) { clear(); }
 
-// ---- Geometry and storage
-// -------------------------------------------------------------------------
+// ---- Geometry and storage -----------------------------------------------------------------------
 
 void VakArrayI::setShiftMod() {
   if (_max > MaxElements) throw std::bad_alloc();
@@ -140,6 +138,7 @@ void VakArrayI::allocData(VakInt n) {
 }
 
 void VakArrayI::zeroData() {
+  if (_size <= 0) return;
   const unsigned long bytes = chunkBytes(_shift);
   const VakInt last = (_size - 1) >> _shift;
   for (VakInt k = 0; k <= last; ++k) std::memset(_data[k], 0, bytes);
@@ -153,8 +152,7 @@ void VakArrayI::clear() {
   _max = 0;
 }
 
-// ---- Growing
-// --------------------------------------------------------------------------------------
+// ---- Growing ------------------------------------------------------------------------------------
 
 void VakArrayI::grow(VakInt n) {
   n = std::max(n, VakInt{1});
@@ -174,7 +172,7 @@ void VakArrayI::growAhead(VakInt total) {
 
 // Allocates the chunks that `n` elements lack, from the last one downward.
 void VakArrayI::growWithinCapacity(VakInt n) {
-  const VakInt oldLast = (_size - 1) >> _shift;
+  const VakInt oldLast = (std::max(_size, VakInt{0}) - 1) >> _shift;
   const VakInt newLast = (n - 1) >> _shift;
   if (newLast <= oldLast || _data[newLast] != nullptr) return;
   VakInt existing = newLast - 1;
@@ -256,12 +254,14 @@ VakInt VakArrayI::moveChunks(char** table, VakInt shift) {
   return filled;
 }
 
-// ---- Editing
-// --------------------------------------------------------------------------------------
+// ---- Editing ------------------------------------------------------------------------------------
 
 void VakArrayI::remove(VakInt first, VakInt n) {
   if (first < 0) throw VakArrayError("invalid index for first element to remove");
-  if (n > _size - first) throw VakArrayError("Trying to remove to much elements");
+  VakInt left = 0;
+  // A difference that no integer can hold belongs to a size far below zero: nothing is left then.
+  if (__builtin_sub_overflow(_size, first, &left) || n > left)
+    throw VakArrayError("Trying to remove to much elements");
   // Elements move one by one in ascending order. Towards the front that is what block copies do;
   // towards the back (n below 0) it repeats the first -n elements, which runs of at most that
   // length do as well.
@@ -313,8 +313,7 @@ void VakArrayI::copyRuns(VakInt to, const VakArrayI* other, VakInt from, VakInt 
   }
 }
 
-// ---- Proof
-// ----------------------------------------------------------------------------------------
+// ---- Proof --------------------------------------------------------------------------------------
 
 std::string VakArrayI::check() const {
   if (_data == nullptr) {

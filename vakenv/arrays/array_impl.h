@@ -11,8 +11,8 @@
 //   element   a fixed number of bytes, of a type that only the handle knows
 //   chunk     a power of two of neighbouring elements, the chunk length L = 2^shift
 //   table     L pointers to chunks; those in use come first, the others are null
-//   capacity  L * L = 4^shift elements, what the table can reach; chunks are made as they are
-//   needed run       neighbouring elements within one chunk, which a block copy can move
+//   capacity  L * L = 4^shift elements, what the table can reach; chunks are made when needed
+//   run       neighbouring elements within one chunk, which a block copy can move
 //
 // An element is found with a shift, a mask and one load from the table. Growing past the capacity
 // doubles the length of table and chunks alike, so it moves whole chunks and never single elements.

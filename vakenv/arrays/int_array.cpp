@@ -85,9 +85,9 @@ bool VakIntArray::contains(VakIntArray other) const {
 
 void VakIntArray::discard(VakInt v) {
   if (_impl == nullptr) throw VakWrongUsage("Empty Handle in VakIntArray::remove");
-  for (VakInt i = getSize() - 1; i >= 0; --i) {
-    if ((*this)[i] == v) {
-      _impl->remove(i, 1);
+  for (VakInt i = getSize(); i > 0; --i) {
+    if ((*this)[i - 1] == v) {
+      _impl->remove(i - 1, 1);
       return;
     }
   }

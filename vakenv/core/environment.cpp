@@ -100,6 +100,7 @@ VakInt VakEnvI::getIdManagerMemoryUsage() const { return _idManager->getMemoryUs
 void VakEnvI::removeVerticalEnv(void* obj) {
   if (obj == nullptr) return;
   VakExtractableI* e = static_cast<VakExtractableI*>(obj);
+  if (_typedLists.isOn()) _typedLists.remove(e);
   forgetExtractable(e);
   _idManager->freeId(e->id);
   e->id = -1;

@@ -9,7 +9,7 @@
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/memory/tarn_alloc.h"
 #include "vakenv/plugins/plugin_manager.h"
-#include "vakenv/properties/extension.h"
+#include "vakenv/properties/extension_slot.h"
 #include "vakenv/registry/clone_manager.h"
 #include "vakenv/registry/destroyable.h"
 #include "vakenv/registry/recycle_bin.h"
@@ -88,17 +88,7 @@ void VakEnvI::runEndStep(VakInt step) {
   }
 }
 
-void VakEnvI::endExtension() {
-  if (_extension == nullptr) return;
-  try {
-    _extension->end(_allocator);
-  } catch (...) {
-    _extension = nullptr;
-    throw;
-  }
-  _allocator->free(_extension, sizeof(VakExtension));
-  _extension = nullptr;
-}
+void VakEnvI::endExtension() { VakExtensionSlot(_allocator, _extension).end(); }
 
 void VakEnvI::endDestroyables() {
   {
@@ -110,17 +100,19 @@ void VakEnvI::endDestroyables() {
 }
 
 // An algorithm that does not detach itself, or throws before it does, is unlinked here, so that the
-// end always comes. One that was deleted has detached itself in its destructor.
+// end always comes. Detaching moves every walk on, so a walk that still stands before the head
+// tells that it is the same algorithm, and not a new one at the address of one that is gone.
 void VakEnvI::endAlgorithms() {
   while (_algorithms != nullptr) {
     VakAlgorithmI* head = _algorithms;
+    VakWalk<VakAlgorithmI> walk(_registry.algorithmWalks, head);
     try {
       head->end();
     } catch (...) {
-      if (_algorithms == head) removeAlgorithm(head);
+      if (walk.next() == head) removeAlgorithm(head);
       throw;
     }
-    if (_algorithms == head) removeAlgorithm(head);
+    if (walk.next() == head) removeAlgorithm(head);
   }
 }
 
@@ -134,9 +126,10 @@ void VakEnvI::endExtractables() {
     void* slot = _idManager->_data[id];
     if (_idManager->isLink(slot)) continue;
     const bool live = _idManager->isLive(id);
+    VakExtractableI* e = static_cast<VakExtractableI*>(slot);
+    if (live) forgetExtractable(e);
     _idManager->freeId(id);
     if (!live) continue;
-    VakExtractableI* e = static_cast<VakExtractableI*>(slot);
     e->id = -1;
     delete e;
   }
@@ -149,10 +142,13 @@ void VakEnvI::endDomains() {
   _numDomains = nullptr;
 }
 
-// The manager goes when nothing is filed any more.
+// The manager goes when nothing is filed any more. Algorithms and a deleter that user destructors
+// brought in since their steps end here.
 void VakEnvI::endPlugIns() {
   const Raised ending(_ending);
   _plugInManager->end();
+  endAlgorithms();
+  unsetDeleter();
   delete _plugInManager;
 }
 

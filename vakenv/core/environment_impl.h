@@ -45,7 +45,8 @@ class VakEnvI {
   /// Throws VakMemoryException ("not enough memory"). Service objects of steps already done are
   /// then not released; the embedded members are.
   VakEnvI();
-  /// Ends the environment unless end() has run, then releases all pooled memory at once.
+  /// Ends the environment unless end() has run, then releases all pooled memory at once. The first
+  /// exception that a user destructor throws passes on when everything is released.
   ~VakEnvI() noexcept(false);
   VakEnvI(const VakEnvI&) = delete;
   VakEnvI& operator=(const VakEnvI&) = delete;

@@ -16,7 +16,7 @@ VakSymbolI* VakEnvI::makeSymbol(const char* name) { return _symbolTable->make(na
 bool VakEnvI::hasSymbol(const char* name) const {
   if (name == nullptr) return false;
   VakSymbolI* symbol = nullptr;
-  return _symbolTable->_table.find(name, symbol) == 0;
+  return _symbolTable->_table.find(name, symbol) == VakHashDone;
 }
 
 VakSymbolEncoder* VakEnvI::getSymbolEncoder() const { return _symbolTable->getEncoder(); }
@@ -47,7 +47,7 @@ VakUniqueRandomI* VakEnvI::createRandom() {
     random.store(VakCreate<VakUniqueRandomI>(static_cast<VakGenAlloc*>(_allocator), seed),
                  std::memory_order_release);
   }
-  return _random;
+  return random.load(std::memory_order_relaxed);
 }
 
 void VakEnvI::printTime() const {

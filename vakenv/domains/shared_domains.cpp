@@ -1,6 +1,7 @@
 // One shared domain for each distinct pair of bounds.
 
 #include <memory>
+#include <utility>
 
 #include "vakbase/globals.h"
 #include "vakenv/core/create.h"
@@ -45,10 +46,10 @@ VakVarDomainI* find(const VakSharedDomainHash<Range*>& table, Range* range) {
   return table.find(range, domain) == VakHashDone ? domain : nullptr;
 }
 
-// Files a new domain under `key`, which the table keeps. Neither remains when it fails.
+// Files `domain` under `key`, which the table keeps. Neither remains when it fails.
 template <class Range>
-VakVarDomainI* file(VakEnvI* env, VakSharedDomainHash<Range*>& table, std::unique_ptr<Range> key) {
-  std::unique_ptr<VakVarDomainI> domain(makeSharedDomain(env, *key));
+VakVarDomainI* file(VakSharedDomainHash<Range*>& table, std::unique_ptr<Range> key,
+                    std::unique_ptr<VakVarDomainI> domain) {
   table.add(key.get(), domain.get());
   static_cast<void>(key.release());
   return domain.release();
@@ -60,20 +61,25 @@ template <class Range>
 VakVarDomainI* findOrFile(VakEnvI* env, VakSharedDomainHash<Range*>& table,
                           std::unique_ptr<Range> temporary) {
   if (VakVarDomainI* found = find(table, temporary.get())) return found;
-  return file(env, table, std::move(temporary));
+  std::unique_ptr<VakVarDomainI> domain(makeSharedDomain(env, *temporary));
+  return file(table, std::move(temporary), std::move(domain));
 }
 
 template <class Range>
 VakVarDomainI* findOrFile(VakEnvI* env, VakSharedDomainHash<Range*>& table, Range* callers) {
   if (VakVarDomainI* found = find(table, callers)) return found;
-  return file(env, table, std::unique_ptr<Range>(callers->makeKey(env)));
+  std::unique_ptr<VakVarDomainI> domain(makeSharedDomain(env, *callers));
+  return file(table, std::unique_ptr<Range>(callers->makeKey(env)), std::move(domain));
 }
 
 }  // namespace
 
+// Late in the environment's end the tables are gone; what plug-ins ask for then is not shared
+// either.
+
 VakVarDomainI* VakEnvI::getOrMakeSharedDomain(VakNum lb, VakNum ub) {
   if (isDefault(lb, ub)) return nullptr;
-  if (_localEnv != nullptr) return makeDomain(this, lb, ub);
+  if (_localEnv != nullptr || _numDomains == nullptr) return makeDomain(this, lb, ub);
   return findOrFile(this, *_numDomains,
                     std::unique_ptr<VakNumRangeI>(VakCreate<VakNumRangeI>(this, lb, ub)));
 }
@@ -81,18 +87,22 @@ VakVarDomainI* VakEnvI::getOrMakeSharedDomain(VakNum lb, VakNum ub) {
 // Deliberate: unlike with bounds, the local environment is asked for first, so while it is
 // installed 0 and infinity give a domain too.
 VakVarDomainI* VakEnvI::getOrMakeSharedDomain(VakNumRangeI* r) {
-  if (_localEnv != nullptr) return makeDomain(this, r->getLB(), r->getUB());
+  if (_localEnv != nullptr || _numDomains == nullptr) {
+    return makeDomain(this, r->getLB(), r->getUB());
+  }
   if (isDefault(r->getLB(), r->getUB())) return nullptr;
   return findOrFile(this, *_numDomains, r);
 }
 
 VakVarDomainI* VakEnvI::getOrMakeSharedDomain(VakIntRangeI* r) {
-  if (_localEnv != nullptr) return makeDomain(this, r->getLB(), r->getUB());
+  if (_localEnv != nullptr || _intDomains == nullptr) {
+    return makeDomain(this, r->getLB(), r->getUB());
+  }
   return findOrFile(this, *_intDomains, r);
 }
 
 VakVarDomainI* VakEnvI::getOrMakeSharedDomain(VakInt lb, VakInt ub) {
-  if (_localEnv != nullptr) return makeDomain(this, lb, ub);
+  if (_localEnv != nullptr || _intDomains == nullptr) return makeDomain(this, lb, ub);
   return findOrFile(this, *_intDomains,
                     std::unique_ptr<VakIntRangeI>(VakCreate<VakIntRangeI>(this, lb, ub)));
 }

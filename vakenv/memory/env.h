@@ -31,8 +31,8 @@ class VakEnv {
   [[nodiscard]] VakEnvI* getImpl() const { return _impl; }
   friend bool operator==(VakEnv a, VakEnv b) { return a._impl == b._impl; }
 
-  /// Ends the environment with everything in it, then empties this handle. Exceptions of the
-  /// destructors of user objects pass on when everything is released.
+  /// Ends the environment with everything in it, then empties this handle. The first exception of
+  /// the destructors of user objects passes on when everything is released.
   void end();
 
   /// The environment's own memory manager; lives as long as the environment.

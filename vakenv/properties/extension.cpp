@@ -23,22 +23,25 @@ char* copyText(VakGenAlloc* allocator, const char* text) {
 
 }  // namespace
 
-// ---- VakObjectExtension
-// ---------------------------------------------------------------------------
+// ---- VakObjectExtension -------------------------------------------------------------------------
 
 void VakExtension::VakObjectExtension::createProperties(VakGenAlloc* allocator) {
   _properties = VakCreate<VakNamedPropertySetI>(allocator);
 }
 
 void VakExtension::VakObjectExtension::end() {
-  VakNamedPropertySetI* held = _properties;
-  _properties = nullptr;
+  // A property's destructor may still read the user object, and may add a property, which makes
+  // another set. The pointer never stays on a set that is being deleted.
+  try {
+    while (VakNamedPropertySetI* held = std::exchange(_properties, nullptr)) delete held;
+  } catch (...) {
+    _object = nullptr;
+    throw;
+  }
   _object = nullptr;
-  delete held;
 }
 
-// ---- VakExtension
-// ---------------------------------------------------------------------------------
+// ---- VakExtension -------------------------------------------------------------------------------
 
 VakExtension::VakExtension(VakGenAlloc* allocator, const char* name, void* object)
     : VakExtension() {
@@ -90,25 +93,38 @@ void VakExtension::setObject(VakGenAlloc* allocator, void* object) {
 
 void VakExtension::setObject(VakEnvI* env, void* object) { setObject(env->_allocator, object); }
 
-// The pointer is emptied while the old set is deleted, so that an exception out of a property's
-// destructor does not leave it on a half-deleted set.
+// The new set is taken over also when deleting the old one throws. The pointer is empty meanwhile,
+// so that it never stays on a half-deleted set; a set that a property's destructor makes there goes
+// as well.
 void VakExtension::setProperties(VakNamedPropertySetI* set) {
   if (_objectExtension == nullptr) {
     if (set != nullptr) getOrMakeObjectExtension(set->_memoryManager)->_properties = set;
     return;
   }
-  VakNamedPropertySetI* held = _objectExtension->_properties;
-  _objectExtension->_properties = nullptr;
-  delete held;
-  _objectExtension->_properties = set;
+  VakNamedPropertySetI*& place = _objectExtension->_properties;
+  try {
+    while (VakNamedPropertySetI* held = std::exchange(place, nullptr)) delete held;
+  } catch (...) {
+    place = set;
+    throw;
+  }
+  place = set;
 }
 
 void VakExtension::end(VakGenAlloc* allocator) {
-  if (_objectExtension != nullptr) {
-    _objectExtension->end();
-    allocator->free(_objectExtension, sizeof(VakObjectExtension));
-    _objectExtension = nullptr;
+  try {
+    if (_objectExtension != nullptr) _objectExtension->end();
+  } catch (...) {
+    giveBackRecords(allocator);
+    throw;
   }
+  giveBackRecords(allocator);
+}
+
+// What a property's destructor threw is no reason to keep the records.
+void VakExtension::giveBackRecords(VakGenAlloc* allocator) {
+  allocator->free(_objectExtension, sizeof(VakObjectExtension));
+  _objectExtension = nullptr;
   freeText(allocator, _name);
   _name = nullptr;
 }

@@ -42,6 +42,7 @@ class VakExtension {
   VakObjectExtension* _objectExtension;  ///< Owned; null until first needed.
 
  private:
+  void giveBackRecords(VakGenAlloc* allocator);
   friend class VakExtensionSlot;
   VakExtension() : _name(nullptr), _objectExtension(nullptr) {}
   VakObjectExtension* getOrMakeObjectExtension(VakGenAlloc* allocator);

@@ -4,8 +4,7 @@
 #include "vakenv/memory/gen_alloc.h"
 #include "vakenv/properties/property_set.h"
 
-// ---- Reading
-// --------------------------------------------------------------------------------------
+// ---- Reading ------------------------------------------------------------------------------------
 
 const char* VakExtensionSlot::GetName(const VakExtension* extension) {
   return extension == nullptr ? nullptr : extension->_name;
@@ -32,8 +31,7 @@ VakNamedPropertyI* VakExtensionSlot::GetProperty(const VakExtension* extension, 
   return set->getProperty(name);
 }
 
-// ---- Writing
-// --------------------------------------------------------------------------------------
+// ---- Writing ------------------------------------------------------------------------------------
 
 void VakExtensionSlot::setName(const char* name) const {
   if (*_slot == nullptr && name == nullptr) return;
@@ -54,6 +52,7 @@ void VakExtensionSlot::setProperties(VakNamedPropertySetI* set) const {
 
 VakNamedPropertySetI* VakExtensionSlot::getOrMakeSet() const {
   if (VakNamedPropertySetI* held = GetProperties(*_slot)) return held;
+  VakExtension::getOrMake(_allocator, _slot);
   auto* set = VakCreate<VakNamedPropertySetI>(_allocator);
   try {
     setProperties(set);
@@ -93,7 +92,16 @@ void VakExtensionSlot::removeProperty(VakNamedPropertyI* property) const {
 
 void VakExtensionSlot::end() const {
   if (*_slot == nullptr) return;
-  (*_slot)->end(_allocator);
-  _allocator->free(*_slot, sizeof(VakExtension));
-  *_slot = nullptr;
+  VakExtension* extension = *_slot;
+  const auto giveBack = [&] {
+    *_slot = nullptr;
+    _allocator->free(extension, sizeof(VakExtension));
+  };
+  try {
+    extension->end(_allocator);
+  } catch (...) {
+    giveBack();
+    throw;
+  }
+  giveBack();
 }

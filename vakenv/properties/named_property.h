@@ -17,7 +17,7 @@
 /// Handle of a named property of any kind: one pointer, copied freely, never an owner; null when
 /// empty. The property itself lives until the last set that holds it lets it go, or until end().
 ///
-/// getName, isKind and end throw VakEmptyHandleException ("VakNamedProperty: Using empty handle")
+/// getName and end throw VakEmptyHandleException ("VakNamedProperty: Using empty handle")
 /// on an empty handle; display, makeClone and operator<< do not test the handle.
 class VakNamedProperty {
  public:

@@ -18,8 +18,7 @@ void displayValue(std::ostream& out, const char* name, T value) {
 
 }  // namespace
 
-// ---- VakNamedPropertyI
-// ----------------------------------------------------------------------------
+// ---- VakNamedPropertyI --------------------------------------------------------------------------
 
 VakNamedPropertyI::Exception::Exception(const char* message) : VakException(message, 0) {}
 VakNamedPropertyI::Exception::~Exception() = default;
@@ -57,8 +56,7 @@ void VakNamedPropertyI::operator delete(void* p, unsigned long size) noexcept(fa
   VakRttiMemoryManagerObjectI::operator delete(p, size);
 }
 
-// ---- VakPreNamedPropertyI
-// -------------------------------------------------------------------------
+// ---- VakPreNamedPropertyI -----------------------------------------------------------------------
 
 VakPreNamedPropertyI::VakPreNamedPropertyI(VakMemoryManager manager, const char* name)
     : VakNamedPropertyI(manager), _name(manager.getImpl()->intern(name)) {}
@@ -71,8 +69,7 @@ VakNamedPropertyI* VakPreNamedPropertyI::makeClone(VakMemoryManager manager) con
   return VakCreate<VakPreNamedPropertyI>(manager, getName());
 }
 
-// ---- The kinds
-// ------------------------------------------------------------------------------------
+// ---- The kinds ----------------------------------------------------------------------------------
 
 VakNamedIntPropertyI::VakNamedIntPropertyI(VakMemoryManager manager, const char* name, VakInt value)
     : VakPreNamedPropertyI(manager, name), _value(value) {}

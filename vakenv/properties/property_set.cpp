@@ -15,8 +15,7 @@ VakNamedPropertyI* required(VakNamedProperty property) {
 
 }  // namespace
 
-// ---- Exceptions
-// -----------------------------------------------------------------------------------
+// ---- Exceptions ---------------------------------------------------------------------------------
 
 VakNamedPropertySet::BadType::BadType(const char* name) : VakException(name, 0) {}
 VakNamedPropertySet::BadType::~BadType() = default;
@@ -50,8 +49,7 @@ void VakNamedPropertySet::NotPresent::print(std::ostream& out) const {
   out << "> not present";
 }
 
-// ---- The handle
-// -----------------------------------------------------------------------------------
+// ---- The handle ---------------------------------------------------------------------------------
 
 VakNamedPropertySet::VakNamedPropertySet(VakMemoryManager manager)
     : _impl(VakCreate<VakNamedPropertySetI>(manager)) {}
@@ -104,6 +102,7 @@ VakNamedPropertySet VakNamedPropertySet::makeDeepCopy(VakMemoryManager manager) 
 VakNamedPropertySet::Range VakNamedPropertySet::all() const { return Range(_impl); }
 
 void VakNamedPropertySet::end() {
-  delete &impl();
+  VakNamedPropertySetI* set = &impl();
   _impl = nullptr;
+  delete set;
 }

@@ -12,8 +12,7 @@ VakNamedPropertySetI::VakNamedPropertySetI(VakMemoryManager manager)
 
 VakNamedPropertySetI::~VakNamedPropertySetI() noexcept(false) { removeAllProperties(); }
 
-// ---- Insertion
-// ------------------------------------------------------------------------------------
+// ---- Insertion ----------------------------------------------------------------------------------
 
 VakNamedPropertySetI::PropertyList* VakNamedPropertySetI::makeEntry(
     VakNamedPropertyI* property) const {
@@ -48,8 +47,7 @@ void VakNamedPropertySetI::addClonedProperty(VakNamedPropertyI* property) {
   }
 }
 
-// ---- Lookup
-// ---------------------------------------------------------------------------------------
+// ---- Lookup -------------------------------------------------------------------------------------
 
 VakNamedPropertySetI::PropertyList* VakNamedPropertySetI::getElem(const char* name) const {
   if (name == nullptr) return nullptr;
@@ -74,8 +72,7 @@ VakNamedPropertyI* VakNamedPropertySetI::getProperty(const char* name) const {
   return entry->_property;
 }
 
-// ---- Removal
-// --------------------------------------------------------------------------------------
+// ---- Removal ------------------------------------------------------------------------------------
 
 void VakNamedPropertySetI::removeProperty(const char* name) {
   PropertyList* entry = getElem(name);
@@ -103,8 +100,7 @@ void VakNamedPropertySetI::removeAllProperties() {
   while (_first != nullptr) remove(_first);
 }
 
-// ---- Copies
-// ---------------------------------------------------------------------------------------
+// ---- Copies -------------------------------------------------------------------------------------
 
 // A new entry with a copy of `property` in this set's memory manager, linked to nothing and holding
 // nothing. Nothing remains when it fails.

@@ -62,7 +62,8 @@ class VakNamedPropertySetI : public VakMemoryManagerObjectI {
 
   /// A new set in the memory of `manager` with copies of all properties in the same order, owned by
   /// the caller. Deliberate: the entries have no previous links and do not hold their properties,
-  /// so removing an entry never deletes the copy and removing any but the first does not unlink it.
+  /// so removing an entry does not delete the copy, unless another set has come to hold it, whose
+  /// hold it then takes away; and removing any but the first does not unlink it.
   /// makeDeepCopy makes an ordinary set. What was built so far remains when a copy fails.
   [[nodiscard]] VakNamedPropertySetI* makeClone(VakMemoryManager manager) const;
   /// A new set in the memory of `manager` that holds copies of all properties in the same order,

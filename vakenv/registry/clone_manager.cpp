@@ -108,10 +108,21 @@ VakInt VakCloneManager::hasClone(VakExtractableI* e) const {
   return e->id >= 0 && e->id < clones->_size && entry(e->id) != nullptr ? 1 : 0;
 }
 
-// The result is held here while the lock, and with it the table, goes. Copying makes other copies,
+// The result is held here while the lock, and with it the table, goes. When copying throws, an
+// expander that was pushed before is pushed again, unless it has ended. Copying makes other copies,
 // so the entry is looked up again; an object that went meanwhile has none.
 VakExtractableI* VakCloneManager::getClone(VakExtractableI* e) {
-  const Locked lock(*this);
+  VakExpanderI* const pushed = expander;
+  try {
+    const Locked lock(*this);
+    return findOrCopy(e);
+  } catch (...) {
+    if (pushed == env->_expander) expander = pushed;
+    throw;
+  }
+}
+
+VakExtractableI* VakCloneManager::findOrCopy(VakExtractableI* e) {
   const VakInt id = e->id;
   if (id < 0) return makeCopy(e);
   setMaxId(id);
@@ -172,12 +183,22 @@ VakExtractableI* VakEnvI::getClone(VakExtractableI* e) { return _cloneManager->g
 
 void VakEnvI::setClone(VakExtractableI* e, VakExtractableI* c) { _cloneManager->setClone(e, c); }
 
-// An expander that was pushed outside stays pushed, although getClone() clears it with the table.
+// An expander that was pushed outside stays pushed, although getClone() clears it with the table,
+// unless it has ended meanwhile.
 VakExtractableI* VakEnvI::substitute(VakExtractableI* e) {
   if (e == nullptr) return nullptr;
   const bool isPushedHere = _cloneManager->pushExpander() != 0;
   VakExpanderI* expander = _cloneManager->expander;
-  const Exchanged<VakExpanderI*> pushed(_cloneManager->expander, expander,
-                                        isPushedHere ? nullptr : expander);
-  return _cloneManager->getClone(e);
+  const auto putBack = [&] {
+    const bool isStillThere = !isPushedHere && _expander == expander;
+    _cloneManager->expander = isStillThere ? expander : nullptr;
+  };
+  try {
+    VakExtractableI* result = _cloneManager->getClone(e);
+    putBack();
+    return result;
+  } catch (...) {
+    putBack();
+    throw;
+  }
 }

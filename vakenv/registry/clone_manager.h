@@ -59,6 +59,7 @@ class VakCloneManager {
 
  private:
   [[nodiscard]] VakExtractableI*& entry(VakInt id) const;
+  [[nodiscard]] VakExtractableI* findOrCopy(VakExtractableI* e);
   [[nodiscard]] VakExtractableI* makeCopy(VakExtractableI* e);
   void record(VakInt id, VakExtractableI* copy);
 };

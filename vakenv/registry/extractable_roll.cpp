@@ -41,7 +41,7 @@ void VakExtractableRoll::strike(const VakExtractableI* e) noexcept {
     strikeAt(getSize() - 1);
     return;
   }
-  if (getSize() <= LongestUnindexed || !makeIndex()) {
+  if (!_isIndexed && (getSize() <= LongestUnindexed || !makeIndex())) {
     for (VakInt i = 0; i < getSize(); ++i) {
       if ((*this)[i] == e) strikeAt(i);
     }

@@ -96,7 +96,7 @@ void VakRecycleBinI::Sweep(VakEnvI* env, VakExtractableArray listed) {
   VakInt before = 0;
   do {
     before = added();
-    for (VakInt id = 0; id < ids->_size; ++id) {
+    for (VakInt id = 0; id < ids->_size && ids->isInTable(id); ++id) {
       if (ids->isLive(id)) static_cast<VakExtractableI*>(ids->_data[id])->removeHidden(0);
     }
   } while (added() > before);

@@ -36,11 +36,12 @@ struct VakRegistryState {
 
   VakWalk<VakAlgorithmI>* algorithmWalks = nullptr;  ///< Walks that tell algorithms of a change.
   VakPlugInManager::VakRunning plugIns;              ///< Walks of the plug-in manager.
-  VakWatch<VakExtractableI>* watches = nullptr;      ///< Extractables that a call goes on to use.
-  CallRoll* callRolls = nullptr;                     ///< Rolls of calls under way, newest first.
-  VakExtractableRoll pending;   ///< What the recycle bin lists as pending, in its order.
-  VakExtractableRoll deferred;  ///< What the recycle bin lists as deferred, in its order.
-  VakExtractableRoll nested;    ///< What removals within the running one hid without listing it.
+  VakWatch<VakExtractableI>* watches = nullptr;      ///< Lost when a registration ends.
+  VakWatch<VakExtractableI>* deletionWatches = nullptr;  ///< Lost when an extractable is deleted.
+  CallRoll* callRolls = nullptr;  ///< Rolls of calls under way, newest first.
+  VakExtractableRoll pending;     ///< What the recycle bin lists as pending, in its order.
+  VakExtractableRoll deferred;    ///< What the recycle bin lists as deferred, in its order.
+  VakExtractableRoll nested;      ///< What removals within the running one hid without listing it.
 
   bool isDestroying = false;  ///< True while a removal runs that destroys what it takes out.
 

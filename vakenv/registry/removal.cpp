@@ -96,10 +96,10 @@ class ArrayRemoval {
 // 2. It is unregistered.
 // 3. A running removal remembers an expression that others still use, so that they can release it.
 // 4. It is deleted.
-// Whoever is told may unregister or destroy it; there is nothing left to do then.
+// Whoever is told may unregister it, or delete it; in the second case there is nothing left to do.
 void VakEnvI::destroy(VakExtractableI* e, VakInt keep) {
   {
-    const VakWatch<VakExtractableI> watch(_registry.watches, e);
+    const VakWatch<VakExtractableI> watch(_registry.deletionWatches, e);
     e->notify(VakDestroyExtractable(e));
     if (watch.isGone()) return;
   }
@@ -189,7 +189,8 @@ void VakEnvI::abandonRemoval() {
   for (const VakExtractableRoll* roll : {&_registry.pending, &_registry.nested}) {
     for (VakInt i = 0; i < roll->getSize(); ++i) {
       VakExtractableI* e = (*roll)[i];
-      if (e != nullptr && _idManager->isHidden(e->id)) _idManager->_data[e->id] = e;
+      if (e == nullptr || !_idManager->isInTable(e->id)) continue;
+      if (_idManager->isHidden(e->id)) _idManager->_data[e->id] = e;
     }
   }
   closeRecycleBin();

@@ -76,9 +76,9 @@ class VakHashItem {
 /// Invariant: every item is chained in bucket _hash(key, _size), no two keys are equal, and
 /// _nbItems is the sum of the lengths of the chains. Without buckets there are no items.
 ///
-/// What a hash or equality function throws passes on unchanged, and the table is then as before;
-/// so it is when memory runs out. The functions must answer the same for the same arguments and
-/// must not change the table.
+/// What a hash or equality function throws passes on unchanged, and the table then holds what it
+/// held before, perhaps in another order within its chains; so it is when memory runs out. The
+/// functions must answer the same for the same arguments and must not change the table.
 template <class Table, class K, class V>
 class VakChainedTable {
  public:

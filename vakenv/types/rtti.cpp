@@ -22,10 +22,9 @@ VakTypeInfo VakRtti::getTypeInfo() const { return GetTypeInfo(); }
 VakInt VakRtti::isType(VakTypeInfo type) const { return type == GetTypeInfo() ? 1 : 0; }
 
 void VakRtti::AssignTypeIndex(VakInt& index) {
-  if (VakEnvI::Mutex != nullptr) VakEnvI::Mutex->lock();
+  const VakMutexGuard guard(VakEnvI::Mutex);
   std::atomic_ref<VakInt> word(index);
   if (word.load(std::memory_order_relaxed) == 0) {
     word.store(++_counter, std::memory_order_release);
   }
-  if (VakEnvI::Mutex != nullptr) VakEnvI::Mutex->unlock();
 }

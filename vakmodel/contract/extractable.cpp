@@ -7,7 +7,10 @@ VakExtractableI::VakExtractableI(VakEnvI* env) : VakExtensibleRttiEnvObjectI(env
   env->init(this);
 }
 
-VakExtractableI::~VakExtractableI() noexcept(false) { unregister(); }
+VakExtractableI::~VakExtractableI() noexcept(false) {
+  VakWatch<VakExtractableI>::Lose(_env->_registry.deletionWatches, this);
+  unregister();
+}
 
 void VakExtractableI::notify(const VakChange& change) { _env->change(this, change); }
 

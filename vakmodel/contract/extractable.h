@@ -14,7 +14,8 @@
 /// environment, which releases pooled memory without running destructors.
 ///
 /// Invariant: id is -1 exactly while the object is not registered. Everything that ends a
-/// registration (finit, removeVerticalEnv, the end of the environment) sets it to -1, and the
+/// registration (finit, removeVerticalEnv, the end of an environment without pooled memory) sets it
+/// to -1, and the
 /// destructor unregisters only what still has an identifier. So no slot ever holds a dead object,
 /// whoever deletes, and nothing is unregistered twice.
 ///

@@ -77,6 +77,17 @@ TEST(VakAllocationStack, GrowsByChunksAndShrinksAgain) {
   EXPECT_LE(VakFailingNew::CountBlocks(), blocks + 3);
 }
 
+TEST(VakAllocationStack, AsksTheHeapEverMoreSeldomForChunksOfUpTo1MiB) {
+  VakAllocationStack stack;
+  const VakFailingNew counting(0);
+  for (int turn = 0; turn < 200'000; ++turn) {
+    static_cast<void>(stack.allocate(96));
+    ASSERT_LE(stack.getTotalMemoryUsage(), 102 * stack.getMemoryUsage() / 100 + (1L << 20));
+  }
+  // Eight doublings to a chunk of 1 MiB, and 19 MB in such chunks.
+  EXPECT_LE(counting.count(), 8 + 20);
+}
+
 TEST(VakAllocationStack, DoesNotGoToTheHeapForWorkAtTheEdgeOfAChunk) {
   VakAllocationStack stack;
   static_cast<void>(stack.allocate(3000));
@@ -106,6 +117,8 @@ TEST(VakAllocationStack, GivesNullForASizeOf0AndIgnoresIt) {
   stack.free(block, 0);
   stack.free(nullptr, 16);
   EXPECT_EQ(stack.getMemoryUsage(), 16);
+  EXPECT_EQ(stack.check(), "");
+  EXPECT_NE(stack.allocate(16), block);
 }
 
 TEST(VakAllocationStack, RefusesSizesThatNoHeapHasAndChangesNothing) {
@@ -154,6 +167,7 @@ TEST(VakAllocationStack, IgnoresMemoryThatItDidNotHandOut) {
   char foreign[32];
   stack.free(foreign, 32);
   stack.free(block + 32, 32);
+  stack.free(block + 64, 32);
   stack.free(block, 64);
   stack.free(block, std::numeric_limits<unsigned long>::max());
   EXPECT_EQ(stack.getMemoryUsage(), 32);

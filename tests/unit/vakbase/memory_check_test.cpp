@@ -68,6 +68,15 @@ TEST_F(VakMemoryCheckTest, FindsAFreeListWithoutPooling) {
 TEST_F(VakMemoryCheckTest, FindsACountThatIsNotOneOfWholeElements) {
   _words._bytesInUse = 25;
   EXPECT_EQ(_memory.check(), "24-byte elements: a count of bytes is not one of whole elements");
+  _words._bytesInUse = 24;
+  _words._bytesObtained = 1;
+  EXPECT_EQ(_memory.check(), "24-byte elements: a count of bytes is not one of whole elements");
+}
+
+TEST_F(VakMemoryCheckTest, FindsAnElementSizeThatIsNotOfWholeWords) {
+  VakFixedSizeAllocatorI other(24);
+  other._elementSize = 20;
+  EXPECT_EQ(_memory.check({&other}), "20-byte elements: the size is not one of whole words");
 }
 
 TEST_F(VakMemoryCheckTest, FindsAWrongElementSize) {

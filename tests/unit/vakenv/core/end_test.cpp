@@ -186,20 +186,26 @@ TEST_F(End, RunsInTheDestructorWhenItWasNotCalled) {
   EXPECT_GE(log.sightings.size(), 5U);
 }
 
+// Tells how much memory its environment uses when it goes.
+class MeasuringPlugIn : public VakPlugIn {
+ public:
+  MeasuringPlugIn(VakEnvI* env, long* usage) : VakPlugIn(env), _usage(usage) {}
+  ~MeasuringPlugIn() override { *_usage = _env->getMemoryUsage(); }
+
+ private:
+  long* _usage;
+};
+
 TEST_F(End, GivesTheGeneratorBackBeforePlugInsGo) {
-  const long usage = env->getMemoryUsage();
-  env->createRandom();
-  ASSERT_GT(env->getMemoryUsage(), usage);
-  class Plug : public VakPlugIn {
-   public:
-    Plug(VakEnvI* env, long* usageAtTheEnd) : VakPlugIn(env), _usageAtTheEnd(usageAtTheEnd) {}
-    ~Plug() override { *_usageAtTheEnd = _env->getMemoryUsage(); }
-    long* _usageAtTheEnd;
+  const auto usageSeenByPlugIn = [](bool withGenerator) {
+    long usage = -1;
+    VakEnvI environment;
+    environment._plugInManager->add(VakCreate<MeasuringPlugIn>(&environment, &usage), "kit");
+    if (withGenerator) environment.createRandom();
+    environment.end();
+    return usage;
   };
-  long usageAtTheEnd = 0;
-  env->_plugInManager->add(VakCreate<Plug>(env.get(), &usageAtTheEnd), "kit");
-  env->end();
-  EXPECT_LT(usageAtTheEnd, usage);
+  EXPECT_EQ(usageSeenByPlugIn(true), usageSeenByPlugIn(false));
 }
 
 // What the objects of one step reach that earlier steps took away. An expression is not looked at
@@ -372,6 +378,15 @@ TEST_F(End, GivesUpARemovalThatAnExceptionBrokeOff) {
   env->_recycleBin = VakCreate<VakRecycleBinI>(env.get());
   env->end();
   EXPECT_EQ(env->_recycleBin, nullptr);
+}
+
+TEST_F(End, DeletesWhatIsListedAlsoWhileThreadSafeModeIsOn) {
+  VakCreate<VakDestroyableWitness>(env.get(), &log, "before");
+  env->useMTSafeAllocation(1);
+  VakCreate<VakDestroyableWitness>(env.get(), &log, "during");
+  env->end();
+  EXPECT_THAT(log.names(), ElementsAre("before"));
+  EXPECT_EQ(env->_localEnv, nullptr);
 }
 
 TEST_F(End, ReleasesTypedListsMarksAndTermsThatAreStillInUse) {

@@ -12,10 +12,6 @@
 #include "tests/support/scoped_env.h"
 #include "vakenv/core/create.h"
 
-// GCC 12 takes a deletion that destroys for one that only frees, and warns of a base that does not
-// stand at the start of its object.
-#pragma GCC diagnostic ignored "-Wfree-nonheap-object"
-
 namespace {
 
 using testing::ElementsAre;

@@ -13,10 +13,6 @@
 #include "vakenv/memory/env.h"
 #include "vaksupport/stack_gen_alloc.h"
 
-// GCC 12 takes a deletion that destroys for one that only frees, and warns of a base that does not
-// stand at the start of its object.
-#pragma GCC diagnostic ignored "-Wfree-nonheap-object"
-
 namespace {
 
 // The same tests for both forms.

@@ -228,8 +228,7 @@ TEST(CloneManager, KeepsAnOuterLockWhenCopyingThrows) {
   w.env->unlockCloning();
 }
 
-// ---- substitution
-// -----------------------------------------------------------------------------------
+// ---- substitution -------------------------------------------------------------------------------
 
 TEST(Substitute, OfNullIsNull) {
   World w;

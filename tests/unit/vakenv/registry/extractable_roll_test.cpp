@@ -97,6 +97,30 @@ TEST(ExtractableRoll, TakesNullAndUnregisteredEntries) {
   delete w.nodes[0];
 }
 
+TEST(ExtractableRoll, StrikesADistinctListFromItsEndAndAnywhereElse) {
+  World w(60);
+  w.roll.claimDistinct(true);
+  for (int i = 0; i < 60; ++i) w.add(i);
+  for (int i = 59; i >= 50; --i) {
+    w.strike(i);
+    w.roll.trim();
+    EXPECT_EQ(w.roll.getSize(), i);
+  }
+  w.strike(10);
+  w.strike(49);
+  w.strike(48);
+  w.roll.trim();
+  w.add(55);
+  w.strike(55);
+  w.roll.trim();
+  EXPECT_EQ(w.roll.getSize(), 48);
+  EXPECT_EQ(w.roll[10], nullptr);
+  EXPECT_EQ(w.roll[11], w.nodes[11]);
+  w.roll.compact();
+  EXPECT_EQ(w.roll.getSize(), 47);
+  EXPECT_EQ(w.mirror.getSize(), 47);
+}
+
 // Long rolls keep an index, short ones do not; both behave as a plain list does.
 TEST(ExtractableRoll, BehavesAsAPlainListUnderRandomUse) {
   for (const unsigned seed : {1U, 2U, 3U, 4U}) {

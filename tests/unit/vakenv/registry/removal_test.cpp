@@ -41,8 +41,7 @@ struct World {
   void listen() { new VakTestAlgorithm(env.impl(), script, "alg"); }
 };
 
-// ---- destroy
-// --------------------------------------------------------------------------------------
+// ---- destroy ------------------------------------------------------------------------------------
 
 TEST(Destroy, NotifiesUnregistersAndDeletes) {
   World w;
@@ -143,8 +142,7 @@ TEST(Destroy, RecordsAnExpressionOnceEvenIfItIsKeptAndDestroyedTwice) {
   delete used;
 }
 
-// ---- removeFromAll of one
-// -------------------------------------------------------------------------
+// ---- removeFromAll of one -----------------------------------------------------------------------
 
 TEST(RemoveFromAll, DropsReferencesAndKeepsTheObject) {
   World w;
@@ -326,8 +324,7 @@ TEST(RemoveFromAll, BinLeftByAnExceptionIsReleasedAtTheEnd) {
   EXPECT_EQ(w.env.impl(), nullptr);
 }
 
-// ---- removeFromAll of an array
-// --------------------------------------------------------------------
+// ---- removeFromAll of an array ------------------------------------------------------------------
 
 TEST(RemoveFromAllOfArray, DropsReferencesRestoresAndReports) {
   World w;
@@ -489,8 +486,7 @@ TEST(RemoveFromAllOfArray, OfManyDoesNotSlowDownWhenTheyDieInAnyOrder) {
   EXPECT_EQ(reported, count / 2);
 }
 
-// ---- identifiers and slots
-// ------------------------------------------------------------------------
+// ---- identifiers and slots ----------------------------------------------------------------------
 
 TEST(Removal, SweepsOverSixHundredExtractablesThatAreCreatedMeanwhile) {
   World w;
@@ -555,8 +551,7 @@ TEST(Removal, DoesNotShowAnExtractableThatWentInThreadSafeMode) {
   EXPECT_EQ(w.ids._data[0], nullptr);
 }
 
-// ---- deleter
-// --------------------------------------------------------------------------------------
+// ---- deleter ------------------------------------------------------------------------------------
 
 TEST(Removal, GoesToTheDeleterWhenThereIsOne) {
   World w;
