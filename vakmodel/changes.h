@@ -11,6 +11,10 @@
 //     object that it has is one that just joined the model;
 //   - takes what brings it back to a state that it had before: a refusal of that is dropped.
 //
+// While it is told, a listener may read everything, and ask for objects to be ended, but must not
+// change or end what the change is about. A coefficient that was set to 0 is still among the terms
+// of its object until everybody was told.
+//
 // A change is passed with the extractable it is about if there is exactly one, else without. Its
 // spans are valid during the call only.
 //

@@ -176,6 +176,9 @@ void VakModelI::add(std::span<const VakRelation> relations, std::span<VakConstra
 
 // ---- Columns ------------------------------------------------------------------------------------
 
+/// So many entries before a row is needed it is fetched; about as long as memory takes.
+constexpr std::size_t LookAhead = 24;
+
 /// Variables that are made with their coefficients in objects that are there. For each column:
 /// make(), what it gets, finish().
 class VakModelI::ColumnMaker {
@@ -207,8 +210,13 @@ class VakModelI::ColumnMaker {
 
   void addCoef(VakConstraint row, VakNum coef) {
     VakConstraintI* constraint = row.checked();
-    __builtin_prefetch(&constraint->_terms, 1);
+    Prefetch(constraint);
     add(constraint, coef);
+  }
+
+  /// Has a row fetched into the caches that will be needed soon; `row` may be empty.
+  static void Prefetch(const VakConstraintI* row) {
+    if (row != nullptr) __builtin_prefetch(&row->_terms, 1);
   }
 
   // The rows were looked at one after the other, so that waiting for them overlaps.
@@ -343,6 +351,9 @@ void VakModelI::addColumns(const VakColumns& columns, std::span<VakNumVar> made)
   checkOptional(operation, count, made.size());
   checkSparse(operation, columns.matrix, count, columns.rows.size());
   const VakSparse& matrix = columns.matrix;
+  const auto rowOf = [&](std::size_t i) {
+    return columns.rows[static_cast<std::size_t>(matrix.members[i])];
+  };
   ColumnMaker maker(this);
   for (std::size_t j = 0; j < count; ++j) {
     const VakVarKind kind = valueOr(columns.kinds, j, VakVarKind::Continuous);
@@ -353,7 +364,9 @@ void VakModelI::addColumns(const VakColumns& columns, std::span<VakNumVar> made)
     if (!matrix.starts.empty()) {
       for (auto i = static_cast<std::size_t>(matrix.starts[j]);
            i < static_cast<std::size_t>(matrix.starts[j + 1]); ++i) {
-        maker.addCoef(columns.rows[static_cast<std::size_t>(matrix.members[i])], matrix.coefs[i]);
+        const std::size_t later = std::min(i + LookAhead, matrix.members.size() - 1);
+        ColumnMaker::Prefetch(rowOf(later).getImpl());
+        maker.addCoef(rowOf(i), matrix.coefs[i]);
       }
     }
     maker.finish();

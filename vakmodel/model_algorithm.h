@@ -27,7 +27,8 @@
 
 /// An algorithm with at most one model of its environment.
 ///
-/// Made with `new`, ended by end() or with the environment. One thread at a time, except for abort().
+/// Made with `new`, ended by end() or with the environment. One thread at a time, except for
+/// abort().
 ///
 /// A hook refuses a change with refuse(), before it alters the problem; the model then takes the
 /// change back. A hook that throws anything else drops the problem, which is loaded anew when it is

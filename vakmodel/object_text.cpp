@@ -1,11 +1,8 @@
 #include "vakmodel/object_text.h"
 
-#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
-#include "vakbase/globals.h"
-#include "vakenv/core/environment_impl.h"
 #include "vakmodel/errors.h"
 #include "vakmodel/expr.h"
 #include "vakmodel/linear_impl.h"
@@ -30,57 +27,6 @@ VakExtractableI* mutableObject(const VakExtractableI* object) {
 // A sentence begins with a capital also when it begins with the kind of an object.
 void capitalize(char* text) {
   if (text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
-}
-
-[[noreturn, gnu::cold]] void throwMismatch(const VakExtractableI* object,
-                                           const VakExtractableI* user) {
-  char text[VakErrorText::Capacity];
-  std::snprintf(
-      text, sizeof(text),
-      "%s belongs to another environment than %s. Use objects of one environment, or copy "
-      "the model with a VakCopier.",
-      VakObjectText(object).get(), VakObjectText(user, "the objects it is used with").get());
-  capitalize(text);
-  throw VakModelMismatch(text, mutableObject(object));
-}
-
-[[noreturn, gnu::cold]] void throwUnusable(const VakExtractableI* object) {
-  if (object->id == -1) {
-    VakThrowModelError(object, "%s was taken out of its environment. Make a new one in its place.",
-                       VakObjectText(object).get());
-  }
-  VakThrowModelError(object, "%s is being removed. Do not use it until the removal is over.",
-                     VakObjectText(object).get());
-}
-
-[[noreturn, gnu::cold]] void throwBounds(const VakExtractableI* user, const char* what, VakNum lb,
-                                         VakNum ub) {
-  const VakObjectText name(user, what);
-  if (std::isnan(lb) || std::isnan(ub)) {
-    VakThrowModelError(user,
-                       "The bounds of %s: the %s bound is NaN. Give a number, or VakGetInfinity() "
-                       "with its sign where there is no bound.",
-                       name.get(), std::isnan(lb) ? "lower" : "upper");
-  }
-  if (lb > ub) {
-    VakThrowModelError(
-        user,
-        "The bounds of %s: the lower bound %g is above the upper bound %g. Give both "
-        "in order; setBounds changes them together.",
-        name.get(), lb, ub);
-  }
-  VakThrowModelError(
-      user,
-      "The bounds of %s: the %s bound is %s infinity. Give a number, or the infinity "
-      "of the other sign where there is no bound.",
-      name.get(), lb > 0 ? "lower" : "upper", lb > 0 ? "plus" : "minus");
-}
-
-[[noreturn, gnu::cold]] void throwCoef(const VakExtractableI* object, const VakExtractableI* user,
-                                       VakNum coef) {
-  VakThrowModelError(object, "The coefficient of %s in %s is %s. Give a finite number.",
-                     VakObjectText(object).get(), VakObjectText(user, "an expression").get(),
-                     std::isnan(coef) ? "NaN" : "infinite");
 }
 
 }  // namespace
@@ -114,29 +60,57 @@ void VakCheckSizes(const char* operation, std::size_t a, std::size_t b) {
   if (a != b) VakThrowSizeMismatch(operation, a, b);
 }
 
-void VakCheckUsable(const VakExtractableI* object, const VakEnvI* env,
-                    const VakExtractableI* user) {
-  if (object->_env != env) [[unlikely]]
-    throwMismatch(object, user);
-  if (object->id == -1 || (env->_recycleBin != nullptr && VakExtractableI::IsHidden(object)))
-      [[unlikely]]
-    throwUnusable(object);
-}
-
-void VakCheckBounds(const VakExtractableI* user, const char* what, VakNum lb, VakNum ub) {
-  const VakNum infinity = VakGetInfinity();
-  if (!(lb <= ub) || lb == infinity || ub == -infinity) [[unlikely]]
-    throwBounds(user, what, lb, ub);
-}
-
-void VakCheckCoef(const VakExtractableI* object, const VakExtractableI* user, VakNum coef) {
-  if (!std::isfinite(coef)) [[unlikely]]
-    throwCoef(object, user, coef);
-}
-
 void VakCheckConstant(const VakExtractableI* user, const char* what, VakNum constant) {
   if (!std::isfinite(constant)) [[unlikely]] {
     VakThrowModelError(user, "The constant of %s is %s. Give a finite number.",
                        VakObjectText(user, what).get(), std::isnan(constant) ? "NaN" : "infinite");
   }
+}
+
+void VakThrowMismatch(const VakExtractableI* object, const VakExtractableI* user) {
+  char text[VakErrorText::Capacity];
+  std::snprintf(
+      text, sizeof(text),
+      "%s belongs to another environment than %s. Use objects of one environment, or copy "
+      "the model with a VakCopier.",
+      VakObjectText(object).get(), VakObjectText(user, "the objects it is used with").get());
+  capitalize(text);
+  throw VakModelMismatch(text, mutableObject(object));
+}
+
+void VakThrowUnusable(const VakExtractableI* object) {
+  if (object->id == -1) {
+    VakThrowModelError(object, "%s was taken out of its environment. Make a new one in its place.",
+                       VakObjectText(object).get());
+  }
+  VakThrowModelError(object, "%s is being removed. Do not use it until the removal is over.",
+                     VakObjectText(object).get());
+}
+
+void VakThrowBounds(const VakExtractableI* user, const char* what, VakNum lb, VakNum ub) {
+  const VakObjectText name(user, what);
+  if (std::isnan(lb) || std::isnan(ub)) {
+    VakThrowModelError(user,
+                       "The bounds of %s: the %s bound is NaN. Give a number, or VakGetInfinity() "
+                       "with its sign where there is no bound.",
+                       name.get(), std::isnan(lb) ? "lower" : "upper");
+  }
+  if (lb > ub) {
+    VakThrowModelError(
+        user,
+        "The bounds of %s: the lower bound %g is above the upper bound %g. Give both "
+        "in order; setBounds changes them together.",
+        name.get(), lb, ub);
+  }
+  VakThrowModelError(
+      user,
+      "The bounds of %s: the %s bound is %s infinity. Give a number, or the infinity "
+      "of the other sign where there is no bound.",
+      name.get(), lb > 0 ? "lower" : "upper", lb > 0 ? "plus" : "minus");
+}
+
+void VakThrowCoef(const VakExtractableI* object, const VakExtractableI* user, VakNum coef) {
+  VakThrowModelError(object, "The coefficient of %s in %s is %s. Give a finite number.",
+                     VakObjectText(object).get(), VakObjectText(user, "an expression").get(),
+                     std::isnan(coef) ? "NaN" : "infinite");
 }

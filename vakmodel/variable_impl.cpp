@@ -1,13 +1,13 @@
 #include "vakmodel/variable_impl.h"
 
 #include <cmath>
+#include <limits>
 
 #include "vakbase/globals.h"
 #include "vakenv/core/create.h"
 #include "vakenv/domains/shared_domain_hash.h"
 #include "vakmodel/annotations.h"
 #include "vakmodel/changes.h"
-#include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
 
 namespace {
@@ -58,44 +58,31 @@ VakModelVarI* VakModelVarI::Make(VakEnvI* env, VakVarKind kind, VakNum lb, VakNu
   return variable;
 }
 
-void VakModelVarI::CheckBounds(const VakModelVarI* var, VakVarKind kind, VakNum lb, VakNum ub) {
-  VakCheckBounds(var, "a new variable", lb, ub);
-  if (kind == VakVarKind::Boolean && (lb < 0 || ub > 1)) [[unlikely]] {
-    VakThrowModelError(
-        var,
-        "The bounds of %s: %g and %g do not lie within 0 and 1, as those of a Boolean "
-        "variable must. Make it an integer variable.",
-        VakObjectText(var, "a new variable").get(), lb, ub);
-  }
+void VakModelVarI::ThrowBoolean(const VakModelVarI* var, VakNum lb, VakNum ub) {
+  VakThrowModelError(var,
+                     "The bounds of %s: %g and %g do not lie within 0 and 1, as those of a Boolean "
+                     "variable must. Make it an integer variable.",
+                     VakObjectText(var, "a new variable").get(), lb, ub);
 }
 
 VakModelVarI::~VakModelVarI() noexcept(false) { GiveBackOwn(_env, _domain); }
 
-VakNum VakModelVarI::getLB() const {
-  if ((_domain & OwnBit) != 0) return own()->lb;
-  return shared() == nullptr ? 0 : shared()->getLB();
-}
+VakNum VakModelVarI::getSharedLB() const { return shared() == nullptr ? 0 : shared()->getLB(); }
 
-VakNum VakModelVarI::getUB() const {
-  if ((_domain & OwnBit) != 0) return own()->ub;
+VakNum VakModelVarI::getSharedUB() const {
   if (shared() != nullptr) return shared()->getUB();
   return getKind() == VakVarKind::Boolean ? 1 : VakGetInfinity();
 }
 
-VakModelVarI::State VakModelVarI::getState() const { return {_domain, getLB(), getUB()}; }
-
 void VakModelVarI::assign(VakVarKind kind, VakNum lb, VakNum ub) {
-  if ((_domain & OwnBit) == 0) {
-    const std::uintptr_t plain = _domain & PointerBits;
-    if (plain == 0 && isUsual(kind, lb, ub) && isUsual(getKind(), lb, ub)) {
-      _domain = static_cast<std::uintptr_t>(kind);
-      return;
-    }
-    _domain = MakeOwn(_env, kind, lb, ub);
+  if (hasOwn()) {
+    *own() = {lb, ub};
+    _domain = (_domain & ~KindBits) | static_cast<std::uintptr_t>(kind);
     return;
   }
-  *own() = {lb, ub};
-  _domain = (_domain & ~KindBits) | static_cast<std::uintptr_t>(kind);
+  const bool staysUsual =
+      shared() == nullptr && isUsual(kind, lb, ub) && isUsual(getKind(), lb, ub);
+  _domain = staysUsual ? static_cast<std::uintptr_t>(kind) : MakeOwn(_env, kind, lb, ub);
 }
 
 void VakModelVarI::restore(const State& state) noexcept {
@@ -107,13 +94,21 @@ void VakModelVarI::restore(const State& state) noexcept {
   _domain = state.domain;
 }
 
+// The usual path: bounds of its own, nobody listens, and nothing is wrong.
 void VakModelVarI::setBounds(VakNum lb, VakNum ub) {
-  VakCheckUsable(this, _env, nullptr);
-  CheckBounds(this, getKind(), lb, ub);
-  if ((_domain & OwnBit) != 0 && !VakHasListeners(_env)) {
+  constexpr VakNum infinity = std::numeric_limits<VakNum>::infinity();
+  const bool isSound = lb <= ub && lb < infinity && ub > -infinity;
+  const bool isPlain = hasOwn() && getKind() != VakVarKind::Boolean && id != -1;
+  if (isSound && isPlain && !_env->isRemoving() && !VakHasListeners(_env)) {
     *own() = {lb, ub};
     return;
   }
+  changeBounds(lb, ub);
+}
+
+void VakModelVarI::changeBounds(VakNum lb, VakNum ub) {
+  VakCheckUsable(this, _env, nullptr);
+  CheckBounds(this, getKind(), lb, ub);
   const State before = getState();
   if (before.lb == lb && before.ub == ub) return;
   assign(getKind(), lb, ub);

@@ -18,6 +18,7 @@
 
 #include "vakmodel/contract/expression.h"
 #include "vakmodel/fwd.h"
+#include "vakmodel/object_text.h"
 
 /// Bounds that belong to one variable.
 struct VakOwnBoundsI {
@@ -38,15 +39,19 @@ class VakModelVarI final : public VakNumVarI {
                                           const char* name = nullptr);
   /// Throws VakModelError unless these are bounds for a variable of this kind. `var` is the one
   /// that is to get them, null for a new one.
-  static void CheckBounds(const VakModelVarI* var, VakVarKind kind, VakNum lb, VakNum ub);
+  static void CheckBounds(const VakModelVarI* var, VakVarKind kind, VakNum lb, VakNum ub) {
+    VakCheckBounds(var, "a new variable", lb, ub);
+    if (kind == VakVarKind::Boolean && (lb < 0 || ub > 1)) [[unlikely]]
+      ThrowBoolean(var, lb, ub);
+  }
 
   /// For Make: kind and bounds as the word above. Takes bounds of its own over.
   VakModelVarI(VakEnvI* env, std::uintptr_t domain) : VakNumVarI(env), _domain(domain) {}
   ~VakModelVarI() noexcept(false) override;
 
   [[nodiscard]] VakVarKind getKind() const { return static_cast<VakVarKind>(_domain & KindBits); }
-  [[nodiscard]] VakNum getLB() const;
-  [[nodiscard]] VakNum getUB() const;
+  [[nodiscard]] VakNum getLB() const { return hasOwn() ? own()->lb : getSharedLB(); }
+  [[nodiscard]] VakNum getUB() const { return hasOwn() ? own()->ub : getSharedUB(); }
 
   /// What restore() needs.
   struct State {
@@ -54,7 +59,7 @@ class VakModelVarI final : public VakNumVarI {
     VakNum lb;
     VakNum ub;
   };
-  [[nodiscard]] State getState() const;
+  [[nodiscard]] State getState() const { return {_domain, getLB(), getUB()}; }
   /// Sets kind and bounds, which were checked; tells nobody. Throws std::bad_alloc, having changed
   /// nothing.
   void assign(VakVarKind kind, VakNum lb, VakNum ub);
@@ -73,10 +78,15 @@ class VakModelVarI final : public VakNumVarI {
   static constexpr std::uintptr_t OwnBit = 4;
   static constexpr std::uintptr_t PointerBits = ~std::uintptr_t{7};
 
+  [[gnu::noinline]] void changeBounds(VakNum lb, VakNum ub);
+  [[noreturn, gnu::cold]] static void ThrowBoolean(const VakModelVarI* var, VakNum lb, VakNum ub);
   [[nodiscard]] static std::uintptr_t ChooseDomain(VakEnvI* env, VakVarKind kind, VakNum lb,
                                                    VakNum ub);
   [[nodiscard]] static std::uintptr_t MakeOwn(VakEnvI* env, VakVarKind kind, VakNum lb, VakNum ub);
   static void GiveBackOwn(VakEnvI* env, std::uintptr_t domain);
+  [[nodiscard]] bool hasOwn() const { return (_domain & OwnBit) != 0; }
+  [[nodiscard]] VakNum getSharedLB() const;
+  [[nodiscard]] VakNum getSharedUB() const;
   [[nodiscard]] VakOwnBoundsI* own() const {
     return reinterpret_cast<VakOwnBoundsI*>(_domain & PointerBits);
   }
