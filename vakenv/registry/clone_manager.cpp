@@ -90,7 +90,8 @@ void VakCloneManager::clear() {
 void VakCloneManager::clearLevel(VakInt level) {
   const VakInt size = ids.getSize();
   if (level >= size) return;
-  for (VakInt i = level; i < size; ++i) entry(ids[i]) = nullptr;
+  // The table is shorter than the log when it lost its storage for want of memory.
+  for (VakInt i = level; i < size; ++i) forget(ids[i]);
   ids.remove(level, size - level);
 }
 
@@ -151,9 +152,18 @@ VakExtractableI* VakCloneManager::makeCopy(VakExtractableI* e) {
   return substitute != nullptr ? substitute : e->makeClone(env);
 }
 
-// The identifier is logged first, so that no entry is without it when memory runs out.
+// The identifier is logged first, so that no entry is without it when memory runs out. The log may
+// lose its storage then; no copy is known any more in that case.
 void VakCloneManager::record(VakInt id, VakExtractableI* copy) {
-  ids.add(id);
+  const VakInt size = ids.getSize();
+  try {
+    ids.add(id);
+  } catch (...) {
+    if (ids.getSize() != size) {
+      for (VakInt i = 0; i < clones->_size; ++i) entry(i) = nullptr;
+    }
+    throw;
+  }
   entry(id) = copy;
 }
 

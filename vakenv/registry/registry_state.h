@@ -43,6 +43,8 @@ struct VakRegistryState {
   VakExtractableRoll deferred;    ///< What the recycle bin lists as deferred, in its order.
   VakExtractableRoll nested;      ///< What removals within the running one hid without listing it.
 
+  bool isDestroying = false;  ///< True while a removal runs that destroys what it takes out.
+
   std::atomic<VakInt> liveDestroyables = 0;  ///< Destroyables constructed and not yet destroyed.
   std::atomic<VakInt> unreleasedIds = 0;     ///< Identifiers that thread-safe mode never releases.
 

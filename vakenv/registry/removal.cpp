@@ -168,6 +168,7 @@ void VakEnvI::removeFromAllAndDestroy(VakExtractableArray a, VakInt flag) {
 // first, then those that were asked for meanwhile, until nobody asks. `pending` shrinks with each.
 void VakEnvI::finishRemoval() {
   VakRecycleBinI* bin = _recycleBin;
+  _registry.isDestroying = true;
   bin->removeFromAll();
   bin->startReleaseMode();
   while (!bin->pending.isEmpty()) {
@@ -210,6 +211,7 @@ void VakEnvI::closeRecycleBin() {
   VakRecycleBinI* bin = _recycleBin;
   if (bin == nullptr) return;
   _recycleBin = nullptr;
+  _registry.isDestroying = false;
   _registry.pending.clear();
   _registry.deferred.clear();
   _registry.nested.clear();

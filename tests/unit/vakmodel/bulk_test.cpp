@@ -1,0 +1,308 @@
+// Building models from arrays.
+
+#include <limits>
+#include <random>
+
+#include "tests/support/model_listener.h"
+#include "tests/support/scoped_env.h"
+#include "tests/unit/vakmodel/model_text.h"
+#include "vakmodel/model.h"
+
+namespace {
+
+struct Bulk : testing::Test {
+  VakScopedEnv scope;
+  VakEnv env = scope.env;
+  VakModel m{env, "m"};
+  std::vector<VakConstraint> rows = {m.add(VakExpr() <= 10, "a"), m.add(VakExpr() >= 1, "b"),
+                                     m.add(VakExpr() == 3, "c")};
+
+  // Columns: 1 a + 2 c; nothing; 3 b + 4 a + 5 a.
+  const std::vector<VakInt> starts = {0, 2, 2, 5};
+  const std::vector<int> members = {0, 2, 1, 0, 0};
+  const std::vector<VakNum> coefs = {1, 2, 3, 4, 5};
+};
+
+TEST_F(Bulk, AddsOneColumn) {
+  auto* listener = new VakModelListener(env);
+  const std::vector<VakNum> two = {2, 3};
+  VakNumVar x = m.addColumn(0, 5, 7, std::span(rows).first(2), two, VakVarKind::Integer);
+  x.setName("x");
+  EXPECT_EQ(VakTextOf(m),
+            "minimize: 7 x\na: 2 x <= 10\nb: 3 x >= 1\nc: 0 == 3\nx in [0, 5] integer\n");
+  EXPECT_EQ(m.check(), "");
+  EXPECT_EQ(listener->takeLog(),
+            "add m variables [VakModelVarI] objective VakObjectiveI coefs "
+            "[VakObjectiveI:VakModelVarI=7 a:VakModelVarI=2 b:VakModelVarI=3] / m");
+}
+
+TEST_F(Bulk, AddsColumnsInOneChange) {
+  auto* listener = new VakModelListener(env);
+  std::vector<VakNumVar> made(3);
+  const std::vector<VakNum> lbs = {0, -1, 2};
+  const std::vector<VakNum> ubs = {1, 1, 9};
+  const std::vector<VakVarKind> kinds = {VakVarKind::Boolean, VakVarKind::Continuous,
+                                         VakVarKind::Integer};
+  const std::vector<VakNum> objective = {0, 0, 5};
+  VakColumns columns;
+  columns.count = 3;
+  columns.lbs = lbs;
+  columns.ubs = ubs;
+  columns.kinds = kinds;
+  columns.objective = objective;
+  columns.rows = rows;
+  columns.matrix = {starts, members, coefs};
+  m.addColumns(columns, made);
+  made[0].setName("x");
+  made[1].setName("y");
+  made[2].setName("z");
+  EXPECT_EQ(VakTextOf(m),
+            "minimize: 5 z\n"
+            "a: 9 z + x <= 10\n"
+            "b: 3 z >= 1\n"
+            "c: 2 x == 3\n"
+            "x in [0, 1] Boolean\n"
+            "y in [-1, 1]\n"
+            "z in [2, 9] integer\n");
+  EXPECT_EQ(m.check(), "");
+  const std::string log = listener->takeLog();
+  EXPECT_EQ(log.find('\n'), std::string::npos);
+  EXPECT_NE(log.find("a:VakModelVarI=9"), std::string::npos);
+}
+
+TEST_F(Bulk, GivesWhatIsLeftOutItsUsualValue) {
+  VakColumns columns;
+  columns.count = 2;
+  m.addColumns(columns);
+  const std::vector<VakVarKind> kinds = {VakVarKind::Boolean, VakVarKind::Integer};
+  columns.kinds = kinds;
+  m.addColumns(columns);
+  VakRows free;
+  free.count = 1;
+  m.addRows(free);
+  EXPECT_EQ(m.getVariableCount(), 4);
+  std::vector<VakNumVar> vars;
+  for (const VakNumVar x : m.variables()) vars.push_back(x);
+  EXPECT_EQ(vars[0].getUB(), VakGetInfinity());
+  EXPECT_EQ(vars[2].getUB(), 1);
+  EXPECT_EQ(vars[3].getUB(), VakGetInfinity());
+  EXPECT_TRUE(m.getObjective().isEmpty());
+  EXPECT_EQ(m.getConstraintCount(), 4);
+}
+
+TEST_F(Bulk, AddsUpTheCoefficientsOfARepeatedRow) {
+  const std::vector<VakConstraint> twice = {rows[0], rows[1], rows[0], rows[2], rows[2]};
+  const std::vector<VakNum> five = {1, 2, 3, 4, -4};
+  VakNumVar x = m.addColumn(0, 1, 0, twice, five);
+  EXPECT_EQ(rows[0].getCoef(x), 4);
+  EXPECT_EQ(rows[1].getCoef(x), 2);
+  EXPECT_EQ(rows[2].getTermCount(), 0);
+  std::vector<VakConstraint> many;
+  std::vector<VakNum> ones;
+  for (int i = 0; i < 60; ++i) {
+    many.push_back(rows[static_cast<std::size_t>(i % 3)]);
+    ones.push_back(1);
+  }
+  VakNumVar y = m.addColumn(0, 1, 0, many, ones);
+  EXPECT_EQ(rows[2].getCoef(y), 20);
+  EXPECT_EQ(m.check(), "");
+}
+
+TEST_F(Bulk, AddsRowsInOneChange) {
+  std::vector<VakNumVar> vars = {VakNumVar(env, "x"), VakNumVar(env, "y"), VakNumVar(env, "z")};
+  auto* listener = new VakModelListener(env);
+  std::vector<VakConstraint> made(3);
+  const std::vector<VakNum> lbs = {0, 0, 0};
+  const std::vector<VakNum> ubs = {1, 2, 3};
+  VakRows block;
+  block.count = 3;
+  block.lbs = lbs;
+  block.ubs = ubs;
+  block.columns = vars;
+  block.matrix = {starts, members, coefs};
+  m.addRows(block, made);
+  EXPECT_EQ(VakTextOf(made[0]), "0 <= x + 2 z <= 1");
+  EXPECT_EQ(VakTextOf(made[1]), "0 <= 0 <= 2");
+  EXPECT_EQ(VakTextOf(made[2]), "0 <= 3 y + 9 x <= 3");
+  EXPECT_EQ(
+      listener->takeLog(),
+      "add m variables [x z y] constraints [VakConstraintI VakConstraintI VakConstraintI] / m");
+  EXPECT_EQ(m.check(), "");
+  m.addRows(block);
+  EXPECT_EQ(m.getConstraintCount(), 9);
+  EXPECT_EQ(m.check(), "");
+}
+
+TEST_F(Bulk, RefusesArraysThatDoNotFit) {
+  const std::string before = VakTextOf(m);
+  VakColumns columns;
+  columns.count = 3;
+  columns.rows = rows;
+  columns.matrix = {starts, members, std::span(coefs).first(4)};
+  EXPECT_EQ(VakMessageOf<VakModelError>([&] { m.addColumns(columns); }),
+            "VakModel::addColumns: 5 and 4 elements do not go together. Give equally many.");
+  const std::vector<int> wrongMembers = {0, 2, 1, 3, 0};
+  columns.matrix = {starts, wrongMembers, coefs};
+  EXPECT_EQ(VakMessageOf<VakModelError>([&] { m.addColumns(columns); }),
+            "VakModel::addColumns: entry 3 has the index 3. Indices lie from 0 below 3.");
+  const std::vector<VakInt> wrongStarts = {0, 4, 2, 5};
+  columns.matrix = {wrongStarts, members, coefs};
+  EXPECT_EQ(VakMessageOf<VakModelError>([&] { m.addColumns(columns); }),
+            "VakModel::addColumns: start 2 is 2. Starts must not fall and lie from 0 to the number "
+            "of entries, which is 5.");
+  columns.matrix = {starts, members, coefs};
+  columns.count = 4;
+  EXPECT_THROW(m.addColumns(columns), VakModelError);
+  columns.count = 3;
+  const std::vector<VakNum> short2 = {1, 2};
+  columns.lbs = short2;
+  EXPECT_THROW(m.addColumns(columns), VakModelError);
+  EXPECT_EQ(VakMessageOf<VakModelError>([&] { m.addColumn(0, 1, 0, rows, short2); }),
+            "VakModel::addColumn: 3 and 2 elements do not go together. Give equally many.");
+  EXPECT_EQ(VakTextOf(m), before);
+}
+
+TEST_F(Bulk, LeavesNothingBehindWhenAnElementIsWrong) {
+  VakNumVar old = m.addColumn(0, 1, 1, std::span(rows).first(1), std::vector<VakNum>{1});
+  old.setName("old");
+  const std::string before = VakTextOf(m);
+  const VakInt usage = env.getMemoryUsage();
+  const std::vector<VakNum> wrongBounds = {0, 0, 5};
+  const std::vector<VakNum> ubs = {1, 1, 4};
+  const std::vector<VakNum> objective = {1, 2, 3};
+  VakColumns columns;
+  columns.count = 3;
+  columns.lbs = wrongBounds;
+  columns.ubs = ubs;
+  columns.objective = objective;
+  columns.rows = rows;
+  columns.matrix = {starts, members, coefs};
+  EXPECT_THROW(m.addColumns(columns), VakModelError);
+  EXPECT_EQ(VakTextOf(m), before);
+  columns.lbs = {};
+  std::vector<VakNum> wrongCoefs = coefs;
+  wrongCoefs[4] = std::numeric_limits<VakNum>::infinity();
+  columns.matrix = {starts, members, wrongCoefs};
+  EXPECT_EQ(VakMessageOf<VakModelError>([&] { m.addColumns(columns); }).substr(0, 28),
+            "The coefficient of variable ");
+  EXPECT_EQ(VakTextOf(m), before);
+  VakConstraint foreign(env, 0, 1, "d");
+  const std::vector<VakConstraint> wrongRows = {rows[0], foreign, rows[1]};
+  columns.rows = wrongRows;
+  columns.matrix = {starts, members, coefs};
+  EXPECT_EQ(VakMessageOf<VakModelError>([&] { m.addColumns(columns); }),
+            "Constraint \"d\" is not in model \"m\". Add it there first.");
+  foreign.end();
+  EXPECT_EQ(VakTextOf(m), before);
+  EXPECT_EQ(m.check(), "");
+  EXPECT_LE(env.getMemoryUsage() - usage, 2048);
+}
+
+TEST_F(Bulk, TakesBackWhatIsRefused) {
+  const std::string before = VakTextOf(m);
+  auto* listener = new VakModelListener(env);
+  VakColumns columns;
+  columns.count = 3;
+  const std::vector<VakNum> objective = {1, 2, 3};
+  columns.objective = objective;
+  columns.rows = rows;
+  columns.matrix = {starts, members, coefs};
+  listener->refuseNext({rows[0]});
+  EXPECT_EQ(VakRefusalOf([&] { m.addColumns(columns); }), "[a]");
+  EXPECT_EQ(VakTextOf(m), before);
+  EXPECT_EQ(m.check(), "");
+  std::vector<VakNumVar> vars = {VakNumVar(env), VakNumVar(env), VakNumVar(env)};
+  VakRows block;
+  block.count = 3;
+  block.columns = vars;
+  block.matrix = {starts, members, coefs};
+  listener->refuseNext({rows[0]});
+  EXPECT_EQ(VakRefusalOf([&] { m.addRows(block); }), "[a]");
+  EXPECT_EQ(VakTextOf(m), before);
+  EXPECT_EQ(m.check(), "");
+}
+
+TEST_F(Bulk, RefusesWrongRows) {
+  std::vector<VakNumVar> vars = {VakNumVar(env, "x"), VakNumVar(), VakNumVar(env, "z")};
+  VakRows block;
+  block.count = 3;
+  block.columns = vars;
+  block.matrix = {starts, members, coefs};
+  EXPECT_THROW(m.addRows(block), VakEmptyHandleException);
+  vars[1] = VakNumVar(env, "y");
+  std::vector<VakNum> wrong = coefs;
+  wrong[1] = std::numeric_limits<VakNum>::quiet_NaN();
+  block.matrix.coefs = wrong;
+  EXPECT_EQ(VakMessageOf<VakModelError>([&] { m.addRows(block); }),
+            "The coefficient of variable \"z\" in an expression is NaN. Give a finite number.");
+  block.matrix.coefs = coefs;
+  const std::vector<VakNum> lbs = {0, 0, 4};
+  const std::vector<VakNum> ubs = {1, 1, 3};
+  block.lbs = lbs;
+  block.ubs = ubs;
+  EXPECT_THROW(m.addRows(block), VakModelError);
+  EXPECT_EQ(m.getConstraintCount(), 3);
+  EXPECT_EQ(m.getVariableCount(), 0);
+}
+
+// The same model by rows, by columns, one by one and with operators.
+TEST_F(Bulk, GivesTheSameModelByRowsByColumnsAndByOperators) {
+  std::mt19937 random(7);
+  constexpr int rowCount = 20;
+  constexpr int columnCount = 30;
+  std::vector<std::vector<VakNum>> dense(rowCount, std::vector<VakNum>(columnCount, 0));
+  for (int k = 0; k < 120; ++k) dense[random() % rowCount][random() % columnCount] = 1 + k % 5;
+  const auto check = [&](const std::vector<VakConstraint>& c, const std::vector<VakNumVar>& x) {
+    for (std::size_t i = 0; i < rowCount; ++i) {
+      for (std::size_t j = 0; j < columnCount; ++j) ASSERT_EQ(c[i].getCoef(x[j]), dense[i][j]);
+    }
+  };
+  std::vector<VakInt> rowStarts = {0};
+  std::vector<int> rowMembers;
+  std::vector<VakNum> rowCoefs;
+  for (const auto& row : dense) {
+    for (int j = 0; j < columnCount; ++j) {
+      if (row[static_cast<std::size_t>(j)] == 0) continue;
+      rowMembers.push_back(j);
+      rowCoefs.push_back(row[static_cast<std::size_t>(j)]);
+    }
+    rowStarts.push_back(static_cast<VakInt>(rowMembers.size()));
+  }
+  VakModel byRows(env);
+  std::vector<VakNumVar> x;
+  for (int j = 0; j < columnCount; ++j) x.emplace_back(env, 0, 1);
+  std::vector<VakConstraint> c(rowCount);
+  VakRows block;
+  block.count = rowCount;
+  block.columns = x;
+  block.matrix = {rowStarts, rowMembers, rowCoefs};
+  byRows.addRows(block, c);
+  check(c, x);
+
+  VakModel byColumns(env);
+  VakRows empty;
+  empty.count = rowCount;
+  byColumns.addRows(empty, c);
+  for (std::size_t j = 0; j < columnCount; ++j) {
+    std::vector<VakConstraint> columnRows;
+    std::vector<VakNum> columnCoefs;
+    for (std::size_t i = 0; i < rowCount; ++i) {
+      if (dense[i][j] == 0) continue;
+      columnRows.push_back(c[i]);
+      columnCoefs.push_back(dense[i][j]);
+    }
+    x[j] = byColumns.addColumn(0, 1, 0, columnRows, columnCoefs);
+  }
+  check(c, x);
+
+  VakModel byOperators(env);
+  for (std::size_t i = 0; i < rowCount; ++i) {
+    VakExpr sum;
+    for (std::size_t j = 0; j < columnCount; ++j) sum += dense[i][j] * x[j];
+    c[i] = byOperators.add(sum <= 1);
+  }
+  check(c, x);
+  EXPECT_EQ(byOperators.check() + byRows.check() + byColumns.check(), "");
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+#include "vakmodel/errors.h"
+
+#include <cstring>
+
+#include "vakmodel/extractable.h"
+
+VakErrorText::VakErrorText(const char* text) {
+  std::strncpy(_text, text, Capacity - 1);
+  _text[Capacity - 1] = '\0';
+}
+
+// The message of the base always points into the text of the same object.
+
+VakModelError::VakModelError(const char* text, VakExtractableI* object)
+    : VakErrorText(text), VakWrongUsage(VakErrorText::text()), _object(object) {}
+
+VakModelError::VakModelError(const VakModelError& other)
+    : VakErrorText(other), VakWrongUsage(VakErrorText::text()), _object(other._object) {}
+
+VakModelError& VakModelError::operator=(const VakModelError& other) {
+  VakErrorText::operator=(other);
+  _object = other._object;
+  return *this;
+}
+
+VakModelError::~VakModelError() = default;
+
+VakExtractable VakModelError::getObject() const { return VakExtractable(_object); }
+
+VakModelMismatch::VakModelMismatch(const char* text, VakExtractableI* object)
+    : VakErrorText(text), VakEnvironmentMismatch(VakErrorText::text()), _object(object) {}
+
+VakModelMismatch::VakModelMismatch(const VakModelMismatch& other)
+    : VakErrorText(other), VakEnvironmentMismatch(VakErrorText::text()), _object(other._object) {}
+
+VakModelMismatch& VakModelMismatch::operator=(const VakModelMismatch& other) {
+  VakErrorText::operator=(other);
+  _object = other._object;
+  return *this;
+}
+
+VakModelMismatch::~VakModelMismatch() = default;
+
+VakExtractable VakModelMismatch::getObject() const { return VakExtractable(_object); }

@@ -1,0 +1,148 @@
+#pragma once
+
+// The handle of any object of a model, with what all of them have: a name, a user object, named
+// properties, an identifier, and two ways out of the models.
+
+#include <ranges>
+
+#include "vakenv/memory/env.h"
+#include "vakenv/properties/property_set.h"
+#include "vakenv/properties/typed_properties.h"
+#include "vakmodel/contract/extractable_array.h"
+#include "vakmodel/fwd.h"
+
+/// Handle of a modelling object: one pointer, copied freely, never an owner; null when empty.
+///
+/// Objects live until they are ended, or as long as their environment. Ending one ends all handles
+/// on it; only the handle that was used becomes empty, the others dangle.
+///
+/// Every operation but getImpl, isEmpty, end and the comparison throws VakEmptyHandleException on
+/// an empty handle, with the name of the handle's class: "VakExtractable: Using empty handle" for
+/// the operations here. One thread at a time uses an environment and everything in it.
+class VakExtractable {
+ public:
+  VakExtractable() = default;
+  /// A handle on an existing object; null makes an empty handle.
+  explicit VakExtractable(VakExtractableI* impl) : _impl(impl) {}
+
+  [[nodiscard]] VakExtractableI* getImpl() const { return _impl; }
+  [[nodiscard]] bool isEmpty() const { return _impl == nullptr; }
+  /// True when both handles hold the same object.
+  [[nodiscard]] bool is(VakExtractable other) const { return _impl == other._impl; }
+  friend bool operator==(VakExtractable a, VakExtractable b) { return a._impl == b._impl; }
+
+  /// The environment the object belongs to.
+  [[nodiscard]] VakEnv getEnv() const;
+  /// The object's number among the objects of its environment; -1 when it was taken out of the
+  /// environment. Numbers of ended objects are used again.
+  [[nodiscard]] VakInt getId() const;
+
+  /// The object's own copy of its name; null when it has none. Names need not be unique.
+  [[nodiscard]] const char* getName() const;
+  /// Stores a copy of `name`; null clears the name. Not a change of the model: nobody is told.
+  void setName(const char* name) const;
+  /// The user object, which is not owned; null for none.
+  [[nodiscard]] VakAny getObject() const;
+  void setObject(VakAny object) const;
+
+  // Named properties. A null name throws VakEmptyHandleException
+  // "VakExtractable: Using empty string".
+
+  /// The set of the object's properties, or an empty handle; creates nothing.
+  [[nodiscard]] VakNamedPropertySet getProperties() const;
+  [[nodiscard]] bool hasProperty(const char* name) const;
+  /// Throws VakNamedPropertySet::NotPresent when there is none of this name.
+  [[nodiscard]] VakNamedProperty getProperty(const char* name) const;
+  /// The value of a property by its C++ type, as in x.getProperty<VakNum>("weight"). Throws
+  /// NotPresent, or BadType when the property is of another kind.
+  template <class T>
+  [[nodiscard]] auto getProperty(const char* name) const {
+    return VakReadProperty<T>(*this, name);
+  }
+  /// The same, with the value to return when there is no property of this name.
+  template <class T>
+  [[nodiscard]] auto getProperty(const char* name, T fallback) const {
+    return VakReadProperty<T>(*this, name, fallback);
+  }
+  // Change the property of this name or add one; throw BadType when it is of another kind.
+  void setIntProperty(const char* name, VakInt value) const;
+  void setNumProperty(const char* name, VakNum value) const;
+  void setAnyProperty(const char* name, VakAny value) const;
+  void setStringProperty(const char* name, const char* value) const;
+  /// Adds copies of all properties of `set`, which must not be an empty handle.
+  void addProperties(VakNamedPropertySet set) const;
+  /// Throws NotPresent when there is none of this name.
+  void removeProperty(const char* name) const;
+  void removeAllProperties() const;
+
+  /// Takes the object out of every model, constraint, objective and expression; it lives on and can
+  /// be used again. Algorithms are told afterwards, of all objects at once; what they refuse is
+  /// done nevertheless. Costs one pass over everything in the environment.
+  void removeFromAll() const;
+  /// Takes the object out of everything and deletes it, with all that becomes pointless:
+  ///   - a constraint that loses its last variable, unless it is kept when empty;
+  ///   - the constraints and the objective of a model that ends.
+  /// Algorithms are told of the removal once, then of the end of each object. Should one of them
+  /// throw, or memory run out, what was taken out stays out, what was not deleted yet lives on, and
+  /// the exception passes on; the handle keeps its object then. Costs one pass over everything in
+  /// the environment: end many objects with VakEndAll. The handle is empty afterwards; nothing for
+  /// an empty one.
+  void end();
+
+ protected:
+  /// The object; throws VakEmptyHandleException when there is none.
+  [[nodiscard]] VakExtractableI* impl() const {
+    if (_impl == nullptr) [[unlikely]]
+      ThrowEmpty("VakExtractable: Using empty handle");
+    return _impl;
+  }
+  [[noreturn]] static void ThrowEmpty(const char* message);
+
+  VakExtractableI* _impl = nullptr;  ///< The object, not owned; null when the handle is empty.
+};
+
+/// Ends all objects of `array` in one removal; empty handles are passed over. The array stays, and
+/// its elements dangle. Throws as VakExtractable::end does.
+void VakEndAll(VakExtractableArray array);
+/// Takes all objects of `array` out of everything in one removal; they live on.
+void VakRemoveAllFromAll(VakExtractableArray array);
+
+/// The objects of a range of handles as an array in the environment of the first one, for the
+/// caller to end; an empty handle when there are none.
+template <std::ranges::input_range R>
+[[nodiscard]] VakExtractableArray VakMakeExtractableArray(const R& handles) {
+  VakExtractableArray array;
+  for (const VakExtractable handle : handles) {
+    if (handle.isEmpty()) continue;
+    if (array.getImpl() == nullptr) array = VakExtractableArray(handle.getEnv());
+    try {
+      array.add(handle.getImpl());
+    } catch (...) {
+      array.end();
+      throw;
+    }
+  }
+  return array;
+}
+
+/// Calls `action` with the objects of a range of handles as an array that lives as long as the
+/// call.
+template <std::ranges::input_range R, class Action>
+void VakWithExtractableArray(const R& handles, Action action) {
+  struct Guard {
+    VakExtractableArray array;
+    ~Guard() { array.end(); }
+  } guard{VakMakeExtractableArray(handles)};
+  action(guard.array);
+}
+
+/// Ends all objects of a range of handles, as in VakEndAll(model.variables()), in one removal.
+template <std::ranges::input_range R>
+void VakEndAll(const R& handles) {
+  VakWithExtractableArray(handles, [](VakExtractableArray array) { VakEndAll(array); });
+}
+/// Takes all objects of a range of handles out of everything in one removal; they live on.
+template <std::ranges::input_range R>
+void VakRemoveAllFromAll(const R& handles) {
+  VakWithExtractableArray(handles, [](VakExtractableArray array) { VakRemoveAllFromAll(array); });
+}

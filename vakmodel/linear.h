@@ -1,0 +1,92 @@
+#pragma once
+
+// What constraints, objectives and stored expressions have in common: terms that can be read,
+// walked over and changed.
+
+#include <cstddef>
+#include <iterator>
+
+#include "vakmodel/expr.h"
+
+/// The terms of a linear object in their order, for a range-based loop; each is a VakTerm. Changing
+/// the terms invalidates iterators. Walking costs nothing but the walk: no copy is made.
+class VakTermRange {
+ public:
+  class Iterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = VakTerm;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const VakTerm*;
+    using reference = VakTerm;
+
+    Iterator() = default;
+    explicit Iterator(const VakNumLinExprTermI* term) : _term(term) {}
+    VakTerm operator*() const;
+    Iterator& operator++();
+    Iterator operator++(int) {
+      const Iterator before = *this;
+      ++*this;
+      return before;
+    }
+    friend bool operator==(Iterator a, Iterator b) { return a._term == b._term; }
+
+   private:
+    const VakNumLinExprTermI* _term = nullptr;  ///< The present term; null behind the last.
+  };
+
+  explicit VakTermRange(const VakNumLinExprTermI* first) : _first(first) {}
+  [[nodiscard]] Iterator begin() const { return Iterator(_first); }
+  [[nodiscard]] Iterator end() const { return Iterator(); }
+
+ private:
+  const VakNumLinExprTermI* _first;  ///< Not owned; null for no terms.
+};
+
+/// Handle of a constraint or an objective; see VakExtractable.
+///
+/// Each variable stands in one term at most, and no coefficient is zero. Wrong use throws and
+/// changes nothing: a coefficient that is NaN or infinite (VakModelError), a variable that was
+/// taken out of its environment (VakModelError) or belongs to another one (VakModelMismatch).
+///
+/// When the object is in a model, variables that are new to the model join it. Each change is
+/// reported once; when an algorithm refuses it or anything else throws, everything gets its old
+/// state back, whoever had accepted is told of that, and the exception passes on.
+class VakLinear : public VakExtractable {
+ public:
+  VakLinear() = default;
+  explicit VakLinear(VakLinearI* impl);
+  [[nodiscard]] VakLinearI* getImpl() const;
+
+  /// The model the object is in, or an empty handle. It is in one at most.
+  [[nodiscard]] VakModel getModel() const;
+
+  [[nodiscard]] VakInt getTermCount() const;
+  [[nodiscard]] VakTermRange terms() const;
+  /// The coefficient of `x`, 0 when it does not occur. Costs a walk over the terms.
+  [[nodiscard]] VakNum getCoef(VakNumVar x) const;
+
+  /// Gives `x` this coefficient; 0 takes the term away. Costs a walk over the terms, unless `x` was
+  /// made after all variables that are in the terms, which is then noticed.
+  void setCoef(VakNumVar x, VakNum coef) const;
+  /// Adds `coef` to the coefficient of `x`. Costs as setCoef.
+  void addTerm(VakNumVar x, VakNum coef) const;
+  /// Gives several variables their coefficients in one change. The spans must be equally long; of a
+  /// variable that stands there twice the last coefficient counts. Costs one walk over the terms
+  /// and time and memory in the number of variables.
+  void setCoefs(std::span<const VakNumVar> vars, std::span<const VakNum> coefs) const;
+
+ protected:
+  [[nodiscard]] VakLinearI* linear() const;
+};
+
+/// One coefficient of a matrix: that of `var` in `linear`.
+struct VakCoef {
+  VakLinear linear;
+  VakNumVar var;
+  VakNum coef = 0;
+};
+
+/// Gives all these coefficients in one change, as setCoefs does for a single object. Costs one walk
+/// over the terms of each object that occurs, if the coefficients of an object stand together.
+void VakSetCoefs(std::span<const VakCoef> coefs);

@@ -1,0 +1,50 @@
+#pragma once
+
+// Objectives.
+//
+//   model.minimize(3 * x + 2 * y);
+//   VakObjective cost = VakMinimize(env, 3 * x + 2 * y, "cost");   model.add(cost);
+
+#include "vakmodel/linear.h"
+
+/// Handle of an objective: terms and a constant to be minimised or maximised; see VakLinear.
+class VakObjective : public VakLinear {
+ public:
+  VakObjective() = default;
+  explicit VakObjective(VakObjectiveI* impl);
+  /// A new objective, in no model yet. Throws VakEmptyHandleException
+  /// ("VakEnv: Using empty handle") for an empty environment, VakModelError for a constant that is
+  /// NaN or infinite.
+  VakObjective(VakEnv env, VakSense sense, const VakExpr& expr = {}, const char* name = nullptr);
+
+  /// The object as an objective; an empty handle when it is something else.
+  [[nodiscard]] static VakObjective From(VakExtractable object);
+  [[nodiscard]] VakObjectiveI* getImpl() const;
+  /// The same; throws "VakObjective: Using empty handle" when there is none.
+  [[nodiscard]] VakObjectiveI* checked() const;
+
+  [[nodiscard]] VakSense getSense() const;
+  void setSense(VakSense sense) const;
+  [[nodiscard]] VakNum getConstant() const;
+  void setConstant(VakNum constant) const;
+  [[nodiscard]] VakExpr getExpr() const;
+  /// Replaces terms and constant in one change.
+  void setExpr(const VakExpr& expr) const;
+};
+
+/// A new objective that is to be minimised.
+class VakMinimize : public VakObjective {
+ public:
+  explicit VakMinimize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)
+      : VakObjective(env, VakSense::Minimize, expr, name) {}
+};
+
+/// A new objective that is to be maximised.
+class VakMaximize : public VakObjective {
+ public:
+  explicit VakMaximize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)
+      : VakObjective(env, VakSense::Maximize, expr, name) {}
+};
+
+/// Writes it as in "minimize cost: 3 x + 2 y".
+std::ostream& operator<<(std::ostream& out, VakObjective objective);

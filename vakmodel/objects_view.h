@@ -1,0 +1,62 @@
+#pragma once
+
+// A view of a row of pointers to modelling objects, wherever they lie.
+
+#include <cstddef>
+#include <iterator>
+#include <span>
+
+#include "vakmodel/block_list.h"
+#include "vakmodel/fwd.h"
+
+/// Objects of class T, not owned, in plain memory or in a list of extractables. Valid as long as
+/// that memory; the elements are not null. T must be complete where elements are read.
+template <class T>
+class VakObjectsView {
+ public:
+  class Iterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = T*;
+    using difference_type = std::ptrdiff_t;
+    using pointer = T* const*;
+    using reference = T*;
+
+    Iterator() = default;
+    Iterator(const VakObjectsView* view, VakInt index) : _view(view), _index(index) {}
+    T* operator*() const { return (*_view)[_index]; }
+    Iterator& operator++() {
+      ++_index;
+      return *this;
+    }
+    Iterator operator++(int) { return Iterator(_view, _index++); }
+    friend bool operator==(Iterator a, Iterator b) { return a._index == b._index; }
+
+   private:
+    const VakObjectsView* _view = nullptr;
+    VakInt _index = 0;
+  };
+
+  /// No objects.
+  VakObjectsView() = default;
+  VakObjectsView(std::span<T* const> objects)
+      : _plain(objects.data()), _size(static_cast<VakInt>(objects.size())) {}
+  /// The places of a list from `from` on and before `to`. Their memory need only be there, so they
+  /// may have been dropped.
+  VakObjectsView(const VakBlockList<VakExtractableI*>* list, VakInt from, VakInt to)
+      : _list(list), _from(from), _size(to - from) {}
+
+  [[nodiscard]] VakInt size() const { return _size; }
+  [[nodiscard]] bool empty() const { return _size == 0; }
+  [[nodiscard]] T* operator[](VakInt i) const {
+    return _list == nullptr ? _plain[i] : static_cast<T*>((*_list)[_from + i]);
+  }
+  [[nodiscard]] Iterator begin() const { return Iterator(this, 0); }
+  [[nodiscard]] Iterator end() const { return Iterator(this, _size); }
+
+ private:
+  T* const* _plain = nullptr;  ///< The pointers in plain memory; null for a list.
+  const VakBlockList<VakExtractableI*>* _list = nullptr;  ///< Null for plain memory.
+  VakInt _from = 0;                                       ///< First place in the list.
+  VakInt _size = 0;                                       ///< Number of objects.
+};

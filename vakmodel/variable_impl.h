@@ -1,0 +1,100 @@
+#pragma once
+
+// Variables: the implementation behind VakNumVar.
+//
+// A variable is 48 bytes, of which one word says all about its kind and bounds:
+//
+//   bits 0 and 1   the kind (VakVarKind)
+//   bit 2          set: the rest points to bounds of the variable's own (VakOwnBoundsI)
+//   the rest       0: the usual bounds of the kind: [0, infinity), for Boolean [0, 1]
+//                  otherwise, with bit 2 clear: a domain that the environment shares among all
+//                  variables with these bounds
+//
+// New variables share domains as long as few different bounds are about; a variable whose bounds
+// are changed gets bounds of its own. So a model with a handful of bounds pays nothing for them,
+// and one in which every bound is different does not fill the tables of the environment.
+
+#include <cstdint>
+
+#include "vakmodel/contract/expression.h"
+#include "vakmodel/fwd.h"
+#include "vakmodel/object_text.h"
+
+/// Bounds that belong to one variable.
+struct VakOwnBoundsI {
+  VakNum lb;
+  VakNum ub;
+};
+
+/// A variable of the modelling layer. Made with Make; ends as every extractable does.
+class VakModelVarI final : public VakNumVarI {
+  VAK_RTTI(VakModelVarI, VakNumVarI);
+
+  /// Domains that the table of one sort may hold before new variables get bounds of their own.
+  static constexpr VakInt MostSharedDomains = 1024;
+
+  /// A new variable in the memory of `env`, with bounds that were checked. Throws std::bad_alloc
+  /// and what registration throws. `name` may be null.
+  [[nodiscard]] static VakModelVarI* Make(VakEnvI* env, VakVarKind kind, VakNum lb, VakNum ub,
+                                          const char* name = nullptr);
+  /// Throws VakModelError unless these are bounds for a variable of this kind. `var` is the one
+  /// that is to get them, null for a new one.
+  static void CheckBounds(const VakModelVarI* var, VakVarKind kind, VakNum lb, VakNum ub) {
+    VakCheckBounds(var, "a new variable", lb, ub);
+    if (kind == VakVarKind::Boolean && (lb < 0 || ub > 1)) [[unlikely]]
+      ThrowBoolean(var, lb, ub);
+  }
+
+  /// For Make: kind and bounds as the word above. Takes bounds of its own over.
+  VakModelVarI(VakEnvI* env, std::uintptr_t domain) : VakNumVarI(env), _domain(domain) {}
+  ~VakModelVarI() noexcept(false) override;
+
+  [[nodiscard]] VakVarKind getKind() const { return static_cast<VakVarKind>(_domain & KindBits); }
+  [[nodiscard]] VakNum getLB() const { return hasOwn() ? own()->lb : getSharedLB(); }
+  [[nodiscard]] VakNum getUB() const { return hasOwn() ? own()->ub : getSharedUB(); }
+
+  /// What restore() needs.
+  struct State {
+    std::uintptr_t domain;
+    VakNum lb;
+    VakNum ub;
+  };
+  [[nodiscard]] State getState() const { return {_domain, getLB(), getUB()}; }
+  /// Sets kind and bounds, which were checked; tells nobody. Throws std::bad_alloc, having changed
+  /// nothing.
+  void assign(VakVarKind kind, VakNum lb, VakNum ub);
+  /// Brings kind and bounds back as they were at getState(), with assign() alone since.
+  void restore(const State& state) noexcept;
+
+  /// Checked, reported, undone when the report throws.
+  void setBounds(VakNum lb, VakNum ub);
+  void setKind(VakVarKind kind);
+
+  /// A variable of the same kind and bounds with copies of name and properties.
+  [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
+
+ private:
+  static constexpr std::uintptr_t KindBits = 3;
+  static constexpr std::uintptr_t OwnBit = 4;
+  static constexpr std::uintptr_t PointerBits = ~std::uintptr_t{7};
+
+  [[gnu::noinline]] void changeBounds(VakNum lb, VakNum ub);
+  [[noreturn, gnu::cold]] static void ThrowBoolean(const VakModelVarI* var, VakNum lb, VakNum ub);
+  [[nodiscard]] static std::uintptr_t ChooseDomain(VakEnvI* env, VakVarKind kind, VakNum lb,
+                                                   VakNum ub);
+  [[nodiscard]] static std::uintptr_t MakeOwn(VakEnvI* env, VakVarKind kind, VakNum lb, VakNum ub);
+  static void GiveBackOwn(VakEnvI* env, std::uintptr_t domain);
+  [[nodiscard]] bool hasOwn() const { return (_domain & OwnBit) != 0; }
+  [[nodiscard]] VakNum getSharedLB() const;
+  [[nodiscard]] VakNum getSharedUB() const;
+  [[nodiscard]] VakOwnBoundsI* own() const {
+    return reinterpret_cast<VakOwnBoundsI*>(_domain & PointerBits);
+  }
+  [[nodiscard]] VakVarDomainI* shared() const {
+    return reinterpret_cast<VakVarDomainI*>(_domain & PointerBits);
+  }
+
+  std::uintptr_t _domain;  ///< Kind and bounds, as told at the top.
+};
+
+static_assert(sizeof(VakModelVarI) == 48, "a million variables are 48 MB");
