@@ -177,8 +177,8 @@ class VakEnvI {
   void removeAndDelete(VakExtractableArray a, VakInt flag);
   /// True while a removal runs, or one was broken off by an exception and not yet abandoned.
   [[nodiscard]] bool isRemoving() const { return _recycleBin != nullptr; }
-  /// True while a removal runs that destroys what it takes out: objects that it leaves pointless may
-  /// ask for their own.
+  /// True while a removal runs that destroys what it takes out: objects that it leaves pointless
+  /// may ask for their own.
   [[nodiscard]] bool isDestroying() const { return _registry.isDestroying; }
   /// Gives up a removal that an exception broke off: shows what is still hidden again and releases
   /// the bin. Nothing when none is in progress. Must not be called from within a removal.

@@ -64,9 +64,7 @@ TEST_F(ModelFault, AddingIsAllOrNothing) {
   m.remove(z);
   failEach([&] { m.add(z); });
   m.remove(z);
-  failEach([&] {
-    m.add(loose);
-  });
+  failEach([&] { m.add(loose); });
   m.remove(loose);
   m.remove(o);
   failEach([&] { m.add(o); });
@@ -121,11 +119,14 @@ TEST_F(ModelFault, EndingCanBeRepeated) {
                    EXPECT_EQ(m.check(), "");
                  });
   EXPECT_EQ(c.getTermCount(), 1);
-  VakFailEachNew([&] { VakEndAll(std::vector<VakNumVar>{x, z}); },
-                 [&](const std::exception_ptr&) {
-                   EXPECT_FALSE(scope->isRemoving());
-                   EXPECT_EQ(m.check(), "");
-                 });
+  VakFailEachNew(
+      [&] {
+        VakEndAll(std::vector<VakNumVar>{x, z});
+      },
+      [&](const std::exception_ptr&) {
+        EXPECT_FALSE(scope->isRemoving());
+        EXPECT_EQ(m.check(), "");
+      });
   // A constraint stays when memory ran out as it was about to ask for its own end.
   for (const VakConstraint empty : m.constraints()) EXPECT_EQ(empty.getTermCount(), 0);
 }
