@@ -6,6 +6,8 @@ set -euo pipefail
 packages=(
   # Build.
   g++ cmake ninja-build ccache
+  # The solver, which brings the readers and writers of model files.
+  pkg-config coinor-libcbc-dev coinor-libcgl-dev coinor-libclp-dev coinor-libcoinutils-dev coinor-libosi-dev
   # Test: the libraries, the second compiler and linkers, what reads the tree, the sanitizers' symbols.
   libgtest-dev libgmock-dev libbenchmark-dev
   clang lld binutils libclang-rt-dev llvm python3 valgrind
