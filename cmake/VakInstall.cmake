@@ -28,17 +28,20 @@ else()
   set(VAK_PC_INCLUDEDIR "\${prefix}/${VAK_INSTALL_INCLUDEDIR}")
 endif()
 
-# Installs a static library with its headers, its exported target and its pkg-config file, of which
-# packaging/pkg-config/ holds the pattern.
+# Installs a static library with its headers of the application and extension tiers, its exported target
+# and its pkg-config file, of which packaging/pkg-config/ holds the pattern.
 #
-#   vak_install_library(vak COMPONENT dev EXPORT VakTargets PKG_CONFIG vak HEADERS exception.h ...)
+#   vak_install_library(vak COMPONENT dev EXPORT VakTargets PKG_CONFIG vak)
 function(vak_install_library target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT;EXPORT;PKG_CONFIG" "HEADERS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT;EXPORT;PKG_CONFIG" "")
+  string(TOUPPER ${target} property)
+  get_property(headers GLOBAL PROPERTY ${property}_HEADERS)
+  get_property(extension_headers GLOBAL PROPERTY ${property}_EXTENSION_HEADERS)
   target_sources(
     ${target}
     PUBLIC FILE_SET HEADERS
            BASE_DIRS "${PROJECT_SOURCE_DIR}"
-           FILES ${arg_HEADERS})
+           FILES ${headers} ${extension_headers})
   install(
     TARGETS ${target}
     EXPORT ${arg_EXPORT}
@@ -61,24 +64,11 @@ function(vak_install_library target)
   install(FILES "${pc}" DESTINATION "${VAK_INSTALL_PKGCONFIGDIR}" COMPONENT ${arg_COMPONENT})
 endfunction()
 
-# The headers of the application and extension tiers; the solver's belong to its own library.
-get_property(headers GLOBAL PROPERTY VAK_HEADERS)
-get_property(extension_headers GLOBAL PROPERTY VAK_EXTENSION_HEADERS)
-set(vak_headers ${headers} ${extension_headers})
-set(vak_solver_headers ${vak_headers})
-list(FILTER vak_headers EXCLUDE REGEX "/vaksolver/[^/]*$")
-list(FILTER vak_solver_headers INCLUDE REGEX "/vaksolver/[^/]*$")
-
-vak_install_library(vak COMPONENT dev EXPORT VakTargets PKG_CONFIG vak HEADERS ${vak_headers})
+vak_install_library(vak COMPONENT dev EXPORT VakTargets PKG_CONFIG vak)
 if(TARGET vak_solver)
-  # What vaksolver/ asks pkg-config for.
+  get_target_property(VAK_SOLVER_PKG_CONFIG_MODULES vak_solver VAK_PKG_CONFIG_MODULES)
   string(REPLACE ";" " " VAK_SOLVER_PKG_CONFIG_MODULES "${VAK_SOLVER_PKG_CONFIG_MODULES}")
-  vak_install_library(
-    vak_solver
-    COMPONENT solver_dev
-    EXPORT VakSolverTargets
-    PKG_CONFIG vak-solver
-    HEADERS ${vak_solver_headers})
+  vak_install_library(vak_solver COMPONENT solver_dev EXPORT VakSolverTargets PKG_CONFIG vak-solver)
   configure_file("${PROJECT_SOURCE_DIR}/packaging/VakSolverConfig.cmake.in"
                  "${PROJECT_BINARY_DIR}/packaging/VakSolverConfig.cmake" @ONLY)
   install(

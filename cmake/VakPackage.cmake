@@ -9,9 +9,10 @@ set(VAK_PACKAGE_MAINTAINER
 set(CPACK_PACKAGE_NAME vak)
 set(CPACK_PACKAGE_VENDOR "Vak developers")
 set(CPACK_PACKAGE_CONTACT "${VAK_PACKAGE_MAINTAINER}")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "modelling library for mathematical optimisation")
 set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+# CPack puts a summary of its own making aside, so that each package begins with its own.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_NAME} built using CMake")
 set(CPACK_GENERATOR TGZ DEB)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
@@ -50,7 +51,7 @@ endif()
 #
 #   vak_debian_package(dev NAME libvak-dev SECTION libdevel DEPENDS ... DESCRIPTION text)
 macro(vak_debian_package component)
-  cmake_parse_arguments(arg "SHLIBDEPS" "NAME;SECTION;DEPENDS;SUGGESTS;SUMMARY;DESCRIPTION" "" ${ARGN})
+  cmake_parse_arguments(arg "SHLIBDEPS;ALL" "NAME;SECTION;DEPENDS;SUGGESTS;SUMMARY;DESCRIPTION" "" ${ARGN})
   string(TOUPPER "${component}" upper)
   list(APPEND CPACK_COMPONENTS_ALL ${component})
   set(CPACK_COMPONENT_${upper}_DESCRIPTION "${arg_SUMMARY}\n${arg_DESCRIPTION}")
@@ -59,6 +60,9 @@ macro(vak_debian_package component)
   set(CPACK_DEBIAN_${upper}_PACKAGE_DEPENDS "${arg_DEPENDS}")
   set(CPACK_DEBIAN_${upper}_PACKAGE_SUGGESTS "${arg_SUGGESTS}")
   set(CPACK_DEBIAN_${upper}_PACKAGE_SHLIBDEPS ${arg_SHLIBDEPS})
+  if(arg_ALL)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_ARCHITECTURE all)
+  endif()
   install(
     FILES "${PROJECT_SOURCE_DIR}/packaging/debian/copyright"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${arg_NAME}"
@@ -108,6 +112,7 @@ vak_debian_package(
   debug
   NAME vak-gdb
   SECTION debug
+  ALL
   DEPENDS "gdb"
   SUMMARY "GDB printers for the modelling library Vak"
   DESCRIPTION
