@@ -19,6 +19,9 @@
 /// Every operation but getImpl, isEmpty, end and the comparison throws VakEmptyHandleException on
 /// an empty handle, with the name of the handle's class: "VakExtractable: Using empty handle" for
 /// the operations here. One thread at a time uses an environment and everything in it.
+///
+/// With GCC 12, in `h = f()` an `f` that throws may leave `h` overwritten, a fault of that compiler
+/// with trivially copyable classes: do not read `h` afterwards in the same function.
 class VakExtractable {
  public:
   VakExtractable() = default;

@@ -178,7 +178,7 @@ void VakConstraintI::setBounds(VakNum lb, VakNum ub) {
   const VakNum oldLB = std::exchange(_lb, lb);
   const VakNum oldUB = std::exchange(_ub, ub);
   const std::array<VakConstraintI*, 1> self = {this};
-  const VakUnsettledObjectsI unsettled(self, _model);
+  const VakUnsettledObjectsI unsettled(self);
   const VakRowBoundsChange change(self);
   try {
     VakReport(_env, this, change);
@@ -239,7 +239,7 @@ void VakObjectiveI::setSense(VakSense sense) {
   VakCheckUsable(this, _env, nullptr);
   if (sense == _sense) return;
   const std::array<VakObjectiveI*, 1> self = {this};
-  const VakUnsettledObjectsI unsettled(self, _model);
+  const VakUnsettledObjectsI unsettled(self);
   const VakSense before = std::exchange(_sense, sense);
   const VakSenseChange change(this);
   try {
@@ -256,7 +256,7 @@ void VakObjectiveI::setConstant(VakNum constant) {
   VakCheckConstant(this, nullptr, constant);
   if (constant == _constant) return;
   const std::array<VakObjectiveI*, 1> self = {this};
-  const VakUnsettledObjectsI unsettled(self, _model);
+  const VakUnsettledObjectsI unsettled(self);
   const VakNum before = std::exchange(_constant, constant);
   const VakConstantChange change(this);
   try {

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-#include "vakenv/fwd.h"
+#include "vakmodel/model_impl.h"
 
 /// A change under way; made on the stack by whoever reports it, on the thread of its environment.
 class VakUnsettledI {
@@ -50,7 +50,7 @@ class VakUnsettledI {
   VakUnsettledI* _outer;  ///< The change that was under way before; null for none.
 };
 
-/// A change that is about some objects and, unless it is null, about their model.
+/// A change that is about some objects and their models, and about `model` unless that is null.
 template <class Objects>
 class VakUnsettledObjectsI final : private VakUnsettledI {
  public:
@@ -61,7 +61,10 @@ class VakUnsettledObjectsI final : private VakUnsettledI {
  private:
   [[nodiscard]] bool holds(const VakExtractableI* e) const noexcept override {
     return e == _model || std::any_of(_objects.begin(), _objects.end(), [e](const auto* object) {
-             return static_cast<const VakExtractableI*>(object) == e;
+             if constexpr (requires { object->_model; }) {
+               if (object->_model == e) return true;
+             }
+             return object == e;
            });
   }
 

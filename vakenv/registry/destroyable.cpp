@@ -1,14 +1,6 @@
 #include "vakenv/registry/destroyable.h"
 
-#include <cstdint>
-
 #include "vakenv/core/environment_impl.h"
-
-namespace {
-
-constexpr int HashShift = 5;  // neighbouring objects share the lower bits of their addresses
-
-}  // namespace
 
 VakDestroyableI::VakDestroyableI(VakEnvI* env) : VakRttiEnvObjectI(env) {
   if (env->_localEnv == nullptr) env->addDestroyable(this);
@@ -100,12 +92,11 @@ std::string VakDestroyableList::check() const {
 }
 
 VakInt VakDestroyableList::HashPointer(VakDestroyableI* p, VakInt size) {
-  const auto address = reinterpret_cast<std::uintptr_t>(p);
-  return static_cast<VakInt>((address >> HashShift) & static_cast<std::uintptr_t>(size - 1));
+  return VakHashAddress(p, size);
 }
 
 VakInt VakDestroyableList::ComparePointers(VakDestroyableI* a, VakDestroyableI* b) {
-  return a == b ? 1 : 0;
+  return VakCompareAddresses(a, b);
 }
 
 std::unique_lock<std::mutex> VakDestroyableList::guard() const {

@@ -1,19 +1,11 @@
 #include "vakenv/registry/recycle_bin.h"
 
-#include <cstdint>
-
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/env.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/memory/tarn_alloc.h"
 #include "vakmodel/contract/change.h"
 #include "vakmodel/contract/extractable.h"
-
-namespace {
-
-constexpr int HashShift = 5;  // neighbouring objects share the lower bits of their addresses
-
-}  // namespace
 
 VakRecycleBinI::VakRecycleBinI(VakEnvI* env)
     : releaseMode(0), destroyed(&HashExtractable, &CompareExtractables, 1) {
@@ -77,12 +69,11 @@ void VakRecycleBinI::removeFromAll() {
 }
 
 VakInt VakRecycleBinI::HashExtractable(VakExtractableI* p, VakInt size) {
-  const auto address = reinterpret_cast<std::uintptr_t>(p);
-  return static_cast<VakInt>((address >> HashShift) & static_cast<std::uintptr_t>(size - 1));
+  return VakHashAddress(p, size);
 }
 
 VakInt VakRecycleBinI::CompareExtractables(VakExtractableI* a, VakExtractableI* b) {
-  return a == b ? 1 : 0;
+  return VakCompareAddresses(a, b);
 }
 
 // Table and size are read afresh for every identifier, because a removal operation may make the

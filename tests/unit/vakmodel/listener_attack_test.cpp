@@ -148,6 +148,7 @@ TEST_F(ListenerAttack, EndingWhatAChangeIsAboutIsRefused) {
                                    {[&] { c.setUB(1); }, c, "Constraint \"c\""},
                                    {[&] { c.setUB(1); }, m, "Model \"m\""},
                                    {[&] { VakSetBounds(rows, 1, 1); }, d, "Constraint \"d\""},
+                                   {[&] { VakSetBounds(rows, 1, 1); }, m, "Model \"m\""},
                                    {[&] { c.setCoef(x, 9); }, x, "Variable \"x\""},
                                    {[&] { c.setCoef(x, 9); }, c, "Constraint \"c\""},
                                    {[&] { c.setCoef(x, 9); }, m, "Model \"m\""},
