@@ -18,6 +18,7 @@ STOPS = [
         "counts": r"VakIntArray of 20 = {0, 1, 4, .*, 324, 361}",
         "none": r"empty VakBoolArray",
         "rows": r"VakNumArray2 of 1 = {VakNumArray of 3 = {3, 4\.5, -1}}",
+        "torn": r"VakNumArray of 2 = {.*[Cc]annot access memory at address 0x10.*}",
         "*profits._impl": r"VakArrayI: 3 elements of 8 bytes, capacity 4",
     },
     {
