@@ -27,7 +27,7 @@ constexpr VakInt PooledMemoryFlag = 1;  // bit 0 of _flags
 constexpr VakInt SymbolTableSize = 31;  // buckets of a fresh symbol table
 
 // Links what debuggers read into every program that has an environment.
-[[gnu::used, gnu::retain]] const VakDebuggerTypes* const describedTypes = &VakDescribedTypes;
+[[gnu::used, gnu::retain]] const VakDebuggerTypes* const DescribedTypes = &VakDescribedTypes;
 
 bool usesPooledMemory() { return std::getenv("VAK_NO_MEMORY_MANAGER") == nullptr; }
 
