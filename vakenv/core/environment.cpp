@@ -72,6 +72,7 @@ void VakEnvI::makeTermAllocator() {
   _termSize = TermSize;
   _termAllocator = new VakFixedSizeAllocatorI(_termSize);
   _termAllocator->_pooled = _useMemoryManager;
+  _memory.countFor(_termAllocator);
   if (_useMemoryManager == 0 && _termAllocator->_list == nullptr) {
     _termAllocator->_list = new VakAllocationList;
   }
