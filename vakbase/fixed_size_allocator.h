@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "vakbase/allocation_list.h"
+#include "vakbase/memory_ledger.h"
 #include "vakbase/poison.h"
 
 class VakMemory;
@@ -48,6 +49,7 @@ class VakFixedSizeAllocatorI {
 
   /// Does the same for a caller who knows the element size of this allocator.
   [[nodiscard]] void* allocate(VakMemory* memory, long elementSize) {
+    if constexpr (VakChecksMemory) return allocateChecked(memory);
     void* element = _free;
     if (element == nullptr) [[unlikely]]
       return allocateSlow(memory);
@@ -59,6 +61,9 @@ class VakFixedSizeAllocatorI {
 
   /// Does the same for a caller who knows the element size of this allocator.
   void deallocate(void* element, long elementSize) {
+    if constexpr (VakChecksMemory) {
+      if (!VakMemoryLedger::GiveBack(element, elementSize)) return;
+    }
     if (_pooled == 0) [[unlikely]] {
       deallocateToList(element);
       return;
@@ -101,6 +106,7 @@ class VakFixedSizeAllocatorI {
     _free = element;
   }
 
+  void* allocateChecked(VakMemory* memory);
   [[gnu::cold, gnu::noinline]] void* allocateSlow(VakMemory* memory);
   [[gnu::cold, gnu::noinline]] void deallocateToList(void* element);
 };
