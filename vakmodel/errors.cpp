@@ -1,13 +1,6 @@
 #include "vakmodel/errors.h"
 
-#include <cstring>
-
 #include "vakmodel/extractable.h"
-
-VakErrorText::VakErrorText(const char* text) {
-  std::strncpy(_text, text, Capacity - 1);
-  _text[Capacity - 1] = '\0';
-}
 
 // The message of the base always points into the text of the same object.
 

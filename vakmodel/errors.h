@@ -6,23 +6,10 @@
 // An operation on an empty handle throws VakEmptyHandleException instead, with a text that names
 // the handle's class: "VakNumVar: Using empty handle". Memory that runs out is std::bad_alloc.
 
+#include "vakbase/error_text.h"
 #include "vakbase/exception.h"
 #include "vakenv/types/exceptions.h"
 #include "vakmodel/fwd.h"
-
-/// A text made at run time that lives in the exception itself, so that throwing needs no memory and
-/// nobody has to end the exception.
-class VakErrorText {
- public:
-  static constexpr int Capacity = 480;  ///< Bytes with the terminator; a longer text is cut.
-
-  /// Copies `text`.
-  explicit VakErrorText(const char* text);
-  [[nodiscard]] const char* text() const { return _text; }
-
- private:
-  char _text[Capacity];  ///< Terminated.
-};
 
 /// A modelling object was used in a way that makes no sense: a bound that is NaN, a lower bound
 /// above the upper one, an object that was removed, and the like.

@@ -5,6 +5,8 @@
 // A set is a doubly linked list, newest entry first. Its entries come from the set's memory
 // manager; the properties are shared with other sets by counting holds.
 
+#include <string_view>
+
 #include "vakenv/fwd.h"
 #include "vakenv/memory/memory_manager_object.h"
 
@@ -41,13 +43,16 @@ class VakNamedPropertySetI : public VakMemoryManagerObjectI {
 
   /// The newest entry whose property has this name, or null; a null name finds nothing.
   [[nodiscard]] PropertyList* getElem(const char* name) const;
+  [[nodiscard]] PropertyList* getElem(std::string_view name) const;
   /// The newest entry of this very property, or null.
   [[nodiscard]] PropertyList* getElem(const VakNamedPropertyI* property) const;
   /// The property of this name. Throws VakNamedPropertySet::NotPresent when there is none.
   [[nodiscard]] VakNamedPropertyI* getProperty(const char* name) const;
+  [[nodiscard]] VakNamedPropertyI* getProperty(std::string_view name) const;
 
   /// Unlinks the entry of this name and drops its hold. Throws VakNamedPropertySet::NotPresent.
   void removeProperty(const char* name);
+  void removeProperty(std::string_view name);
   /// The same for the newest entry of this very property.
   void removeProperty(VakNamedPropertyI* property);
   /// Unlinks `entry`, which must belong to this set, gives its storage back and drops its hold; a
