@@ -41,7 +41,13 @@ LAYERS = {
 SOLVER_LAYER = LAYERS["vaksolver"]
 ENVIRONMENT_IMPLEMENTATION = "vakenv/core/environment_impl.h"
 MAY_LOOK_INTO_ENVIRONMENT = (1, 2)
-SYSTEM_HEADERS = {"cxxabi.h", "sanitizer/asan_interface.h", "sys/times.h", "unistd.h"}
+SYSTEM_HEADERS = {
+    "cxxabi.h",
+    "sanitizer/asan_interface.h",
+    "sys/mman.h",
+    "sys/times.h",
+    "unistd.h",
+}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 
