@@ -6,6 +6,8 @@
 // An operation on an empty handle throws VakEmptyHandleException instead, with a text that names
 // the handle's class: "VakNumVar: Using empty handle". Memory that runs out is std::bad_alloc.
 
+#include <string_view>
+
 #include "vakbase/error_text.h"
 #include "vakbase/exception.h"
 #include "vakenv/types/exceptions.h"
@@ -16,7 +18,7 @@
 class VakModelError : private VakErrorText, public VakWrongUsage {
  public:
   /// Copies `text`. `object` is what the text is about; null for none.
-  VakModelError(const char* text, VakExtractableI* object);
+  VakModelError(std::string_view text, VakExtractableI* object);
   VakModelError(const VakModelError& other);
   VakModelError& operator=(const VakModelError& other);
   ~VakModelError() override;
@@ -31,7 +33,7 @@ class VakModelError : private VakErrorText, public VakWrongUsage {
 /// Objects of two environments met in one operation.
 class VakModelMismatch : private VakErrorText, public VakEnvironmentMismatch {
  public:
-  VakModelMismatch(const char* text, VakExtractableI* object);
+  VakModelMismatch(std::string_view text, VakExtractableI* object);
   VakModelMismatch(const VakModelMismatch& other);
   VakModelMismatch& operator=(const VakModelMismatch& other);
   ~VakModelMismatch() override;

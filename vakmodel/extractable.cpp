@@ -5,7 +5,6 @@
 #include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
-#include "vakenv/properties/extension_slot.h"
 #include "vakenv/types/exceptions.h"
 #include "vakmodel/contract/extractable.h"
 #include "vakmodel/linear_impl.h"
@@ -170,42 +169,37 @@ void VakExtractable::removeProperty(const char* name) const {
 
 void VakExtractable::removeAllProperties() const { impl()->removeAllProperties(); }
 
-void VakExtractable::setName(std::string_view name) const {
-  impl()->setName(VakTerminatedText(name).get());
-}
+void VakExtractable::setName(std::string_view name) const { impl()->setName(name); }
 
 bool VakExtractable::hasProperty(std::string_view name) const {
-  return VakExtensionSlot::HasProperty(impl()->_extension, name) != 0;
+  return impl()->hasProperty(name) != 0;
 }
 
 VakNamedProperty VakExtractable::getProperty(std::string_view name) const {
-  return VakNamedProperty(VakExtensionSlot::GetProperty(impl()->_extension, name));
+  return VakNamedProperty(impl()->getProperty(name));
 }
 
 void VakExtractable::setIntProperty(std::string_view name, VakInt value) const {
-  VakSetPropertyValueI<VakNamedIntProperty>(name, impl(), value);
+  impl()->setPropertyValue<VakNamedIntProperty>(name, value);
 }
 
 void VakExtractable::setNumProperty(std::string_view name, VakNum value) const {
-  VakSetPropertyValueI<VakNamedNumProperty>(name, impl(), value);
+  impl()->setPropertyValue<VakNamedNumProperty>(name, value);
 }
 
 void VakExtractable::setAnyProperty(std::string_view name, VakAny value) const {
-  VakSetPropertyValueI<VakNamedAnyProperty>(name, impl(), value);
+  impl()->setPropertyValue<VakNamedAnyProperty>(name, value);
 }
 
 void VakExtractable::setStringProperty(std::string_view name, const char* value) const {
-  VakSetPropertyValueI<VakNamedStringProperty>(name, impl(), value);
+  impl()->setPropertyValue<VakNamedStringProperty>(name, value);
 }
 
 void VakExtractable::setStringProperty(std::string_view name, std::string_view value) const {
   setStringProperty(name, VakTerminatedText(value).get());
 }
 
-void VakExtractable::removeProperty(std::string_view name) const {
-  VakExtractableI* object = impl();
-  VakExtensionSlot(VakGetOwnerAllocator(object), object->_extension).removeProperty(name);
-}
+void VakExtractable::removeProperty(std::string_view name) const { impl()->removeProperty(name); }
 
 std::ostream& operator<<(std::ostream& out, VakExtractable object) {
   if (object.isEmpty()) return out << VakEmptyHandleText;

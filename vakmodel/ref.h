@@ -99,6 +99,8 @@ class VakAnyRef {
 /// rule of their environment; when it has ended, they may be used from any thread.
 template <class Handle>
 class VakRef : public VakAnyRef {
+  static_assert(std::derived_from<Handle, VakExtractable>, "a reference is to a modelling object");
+
  public:
   /// An empty reference.
   VakRef() = default;

@@ -9,6 +9,8 @@
 // All lists are newest first. Cells, names and nodes come from the environment's memory and stay
 // as long as the manager, except that a notified plug-in's node goes with its removal.
 
+#include <string_view>
+
 #include "vakenv/fwd.h"
 #include "vakenv/plugins/walk.h"
 #include "vakenv/types/rtti.h"
@@ -64,6 +66,7 @@ class VakPlugInManager {
   VakCell* findOrCreateCell(const char* name);
   /// The cell of exactly this name, or null.
   [[nodiscard]] VakCell* findCell(const char* name) const;
+  [[nodiscard]] VakCell* findCell(std::string_view name) const;
 
   /// Files `p` under `name` and tells the add-ons of that name. When one throws, `p` stays filed.
   void add(VakPlugIn* p, const char* name);
@@ -88,6 +91,7 @@ class VakPlugInManager {
   /// 1 when an add-on of exactly this type is filed under `name`, else 0. Deliberate: plug-ins are
   /// not looked at.
   [[nodiscard]] VakInt isCreated(VakTypeInfo type, const char* name) const;
+  [[nodiscard]] VakInt isCreated(VakTypeInfo type, std::string_view name) const;
 
   VakCell* first;             ///< Newest cell; null for none.
   VakEnvI* env;               ///< The environment served; not owned.

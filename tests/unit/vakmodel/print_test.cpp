@@ -161,4 +161,18 @@ TEST_F(Print, ReadsPropertiesByViewsAndStrings) {
             "VakExtractable: Using empty handle");
 }
 
+TEST_F(Print, ReadsPropertiesOfImplementationsByViews) {
+  VakTestScript script;
+  VakTestNode* node = VakMakeNode(scope.impl(), script, "A");
+  node->setName(Cost);
+  EXPECT_STREQ(node->getName(), "cost");
+  node->setPropertyValue<VakNamedIntProperty>(Cost, 3);
+  EXPECT_EQ(node->getPropertyValue<VakNamedIntProperty>(Cost), 3);
+  EXPECT_EQ(node->getProperty<VakInt>(Cost), 3);
+  EXPECT_EQ(node->getProperty<VakInt>(Costs, 7), 7);
+  EXPECT_EQ(node->hasProperty(Cost), 1);
+  node->removeProperty(Cost);
+  EXPECT_EQ(node->hasProperty(Cost), 0);
+}
+
 }  // namespace
