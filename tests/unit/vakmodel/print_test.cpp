@@ -11,6 +11,7 @@
 namespace {
 
 struct Print : testing::Test {
+  VakTestScript script;  // outlives the environment, whose end may destroy objects
   VakScopedEnv scope;
   VakEnv env = scope.env;
   VakModel m{env, "m"};
@@ -42,7 +43,6 @@ TEST_F(Print, OfAnObjectIsThatOfItsClass) {
   EXPECT_EQ(VakTextOf(VakExtractable(m)), VakTextOf(m));
   EXPECT_EQ(VakTextOf(VakExtractable(VakNumExpr(env, 2 * x + 1, "e"))), "2 x + 1");
   EXPECT_EQ(VakTextOf(VakNumExpr(env, 2 * x + 1, "e")), "2 x + 1");
-  VakTestScript script;
   VakTestNode* node = VakMakeNode(scope.impl(), script, "A");
   EXPECT_EQ(VakTextOf(VakExtractable(node)), "VakTestNode #" + std::to_string(node->id));
   node->setName("knot");
@@ -162,7 +162,6 @@ TEST_F(Print, ReadsPropertiesByViewsAndStrings) {
 }
 
 TEST_F(Print, ReadsPropertiesOfImplementationsByViews) {
-  VakTestScript script;
   VakTestNode* node = VakMakeNode(scope.impl(), script, "A");
   node->setName(Cost);
   EXPECT_STREQ(node->getName(), "cost");

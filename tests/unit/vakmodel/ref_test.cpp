@@ -19,6 +19,7 @@
 namespace {
 
 struct Ref : testing::Test {
+  VakTestScript script;  // outlives the environment, whose end may destroy objects
   VakScopedEnv scope;
   VakEnv env = scope.env;
   VakModel m{env, "m"};
@@ -238,7 +239,6 @@ TEST_F(Ref, NoticesObjectsOfThreadSafeMode) {
 }
 
 TEST_F(Ref, IsAliveWhileItsObjectIsBeingHidden) {
-  VakTestScript script;
   auto* node = VakMakeNode(scope.impl(), script, "A");
   auto* other = VakMakeNode(scope.impl(), script, "B", {node});
   const VakRef<VakExtractable> ref = VakExtractable(node);
