@@ -2,12 +2,9 @@
 
 // The handle of an environment.
 
-<<<<<<< HEAD
 #include <iosfwd>
-#include <string_view>
-=======
 #include <string>
->>>>>>> main
+#include <string_view>
 
 #include "vakbase/exception.h"
 #include "vakenv/fwd.h"

@@ -9,11 +9,8 @@
 // All lists are newest first. Cells, names and nodes come from the environment's memory and stay
 // as long as the manager, except that a notified plug-in's node goes with its removal.
 
-<<<<<<< HEAD
-#include <string_view>
-=======
 #include <string>
->>>>>>> main
+#include <string_view>
 
 #include "vakenv/fwd.h"
 #include "vakenv/plugins/walk.h"

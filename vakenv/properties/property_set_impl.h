@@ -5,12 +5,9 @@
 // A set is a doubly linked list, newest entry first. Its entries come from the set's memory
 // manager; the properties are shared with other sets by counting holds.
 
-<<<<<<< HEAD
-#include <string_view>
-=======
 #include <string>
+#include <string_view>
 #include <unordered_map>
->>>>>>> main
 
 #include "vakenv/fwd.h"
 #include "vakenv/memory/memory_manager_object.h"
