@@ -90,6 +90,13 @@ struct Churn {
   std::vector<unsigned long> sizes;
 };
 
+// Begins a block as an object would be: nobody takes memory and leaves it alone.
+void write(void* block) {
+  ::new (block) unsigned char{1};
+  benchmark::DoNotOptimize(block);
+  benchmark::ClobberMemory();
+}
+
 template <class Contender, unsigned long Size>
 void churn(benchmark::State& state) {
   const Churn churn(1);
@@ -101,7 +108,7 @@ void churn(benchmark::State& state) {
       void*& block = blocks[turn];
       contender.giveBack(block, Size);
       block = contender.allocate(Size);
-      benchmark::DoNotOptimize(block);
+      write(block);
     }
   }
   for (void* block : blocks) contender.giveBack(block, Size);
@@ -118,7 +125,7 @@ void churnOfSizes(benchmark::State& state) {
     for (const unsigned turn : churn.turns) {
       contender.giveBack(blocks[turn], churn.sizes[turn]);
       blocks[turn] = contender.allocate(churn.sizes[turn]);
-      benchmark::DoNotOptimize(blocks[turn]);
+      write(blocks[turn]);
     }
   }
   for (std::size_t i = 0; i < Churn::Live; ++i) contender.giveBack(blocks[i], churn.sizes[i]);
@@ -221,10 +228,10 @@ void millionInRandomOrder(benchmark::State& state) {
   std::iota(order.begin(), order.end(), 0U);
   std::shuffle(order.begin(), order.end(), std::mt19937_64(3));
   std::vector<Object*> objects(Million);
-  Contender contender;
-  const auto memory = [&contender](unsigned long size) { return contender.allocate(size); };
   for (auto _ : state) {
     VakTimeIteration(state, [&] {
+      Contender contender;
+      const auto memory = [&contender](unsigned long size) { return contender.allocate(size); };
       for (std::size_t i = 0; i < Million; ++i) objects[i] = makeObject(memory, i);
       for (const unsigned i : order) contender.giveBack(objects[i], sizeof(Object));
     });
@@ -249,10 +256,32 @@ void addRows(const std::string& name) {
       ->Unit(benchmark::kMillisecond);
 }
 
+// The churn of one size, which the compiler does not know.
+template <class Contender>
+void churnOfOneSize(benchmark::State& state) {
+  const Churn churn(1);
+  auto size = static_cast<unsigned long>(state.range(0));
+  Contender contender;
+  std::vector<void*> blocks(Churn::Live);
+  for (void*& block : blocks) block = contender.allocate(size);
+  for (auto _ : state) {
+    for (const unsigned turn : churn.turns) {
+      void*& block = blocks[turn];
+      benchmark::DoNotOptimize(size);
+      contender.giveBack(block, size);
+      block = contender.allocate(size);
+      write(block);
+    }
+  }
+  for (void* block : blocks) contender.giveBack(block, size);
+  VakCountItems(state, Churn::Turns);
+}
+
 template <class Contender>
 void addVirtualRows(const std::string& name) {
   if (!Contender::isThere()) return;
-  VakRow("churn_virtual", name, churnOfSizes<Contender>)->Arg(128)->Arg(512)->Arg(4096);
+  VakRow("churn_virtual", name, churnOfOneSize<Contender>)->Arg(48);
+  VakRow("churn_of_sizes_up_to", name, churnOfSizes<Contender>)->Arg(128)->Arg(512)->Arg(4096);
 }
 
 template <class Heap>
