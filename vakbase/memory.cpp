@@ -12,10 +12,8 @@ namespace {
 /// Alignment of every block and of every large element: a cache line.
 constexpr unsigned long BlockAlignment = 64;
 
-/// Bytes of the first block of a class and the bound that doubling stops at. Linking a block
-/// touches all of it, so it should still be in the first-level cache when its elements are handed
-/// out.
-constexpr long FirstBlockBytes = 256;
+/// Bytes that the doubling of blocks stops at. Linking a block touches all of it, so it should still
+/// be in the first-level cache when its elements are handed out.
 constexpr long LargestBlockBytes = 16 * 1024;
 
 /// Bytes of the first slab and the bound that doubling stops at. The slabs before the largest add
@@ -33,8 +31,6 @@ constexpr unsigned long LargeElementBytes = 32 * 1024;
 /// than this many: what is left of a slab when it is replaced is at most this part of the next.
 constexpr unsigned long FewElements = 8;
 
-static_assert(FirstBlockBytes % BlockAlignment == 0 && LargestBlockBytes % FirstBlockBytes == 0);
-static_assert(FirstSlabBytes / FewElements >= FirstBlockBytes);
 static_assert(LargeElementBytes <= LargestSlabBytes / FewElements);
 
 constexpr unsigned long roundDown(unsigned long bytes) { return bytes & ~(BlockAlignment - 1); }
@@ -45,11 +41,12 @@ constexpr unsigned long roundUp(unsigned long bytes) {
 }  // namespace
 
 VakMemory::VakMemory(long useMemoryManager) noexcept : _nextSlabBytes(FirstSlabBytes) {
+  static_assert(FirstBlockBytes % BlockAlignment == 0 && LargestBlockBytes % FirstBlockBytes == 0);
+  static_assert(FirstSlabBytes / FewElements >= FirstBlockBytes);
   for (long index = 0; index < ClassCount; ++index) {
     SizeClass& sizeClass = _classes[index];
     sizeClass._allocator._pooled = useMemoryManager;
     sizeClass._allocator._elementSize = getElementSize(index);
-    sizeClass._nextBlockBytes = FirstBlockBytes;
     _allocators[index] = &sizeClass._allocator;
   }
 }

@@ -109,11 +109,14 @@ class VakMemory {
       std::initializer_list<const VakFixedSizeAllocatorI*> others = {}) const;
 
  private:
+  /// Bytes of the first block of a class.
+  static constexpr long FirstBlockBytes = 256;
+
   /// A size class and the growth of its blocks, 64 bytes so that the words of the usual path of one
   /// class lie together and an index is scaled by a shift.
   struct alignas(16) SizeClass {
     VakFixedSizeAllocatorI _allocator{8};
-    long _nextBlockBytes = 0;  ///< Upper bound of the next block of small elements.
+    long _nextBlockBytes = FirstBlockBytes;  ///< Upper bound of the next block.
   };
   static_assert(sizeof(SizeClass) == 64);
 
