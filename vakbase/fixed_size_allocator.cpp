@@ -22,7 +22,7 @@ void bringNear(const char* start, long bytes) {
 }  // namespace
 
 void* VakFixedSizeAllocatorI::allocateBlock(VakMemory* memory) {
-  const VakMemory::Block block = memory->obtainBlock(_elementSize);
+  const VakMemory::Block block = memory->obtainBlock(_elementSize, this);
   char* const first = static_cast<char*>(block.start);
   char* const last = first + (block.count - 1) * _elementSize;
   if (block.count > 1) {
