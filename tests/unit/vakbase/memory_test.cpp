@@ -10,6 +10,7 @@
 
 #include "tests/support/failing_new.h"
 #include "tests/support/memory_modes.h"
+#include "vakbase/slab_cache.h"
 
 namespace {
 
@@ -145,6 +146,7 @@ TEST_P(VakMemoryModes, ThrowsForSizesThatNoClassServesAndChangesNothing) {
 }
 
 TEST_P(VakMemoryModes, ReleasesEverythingThatIsOutstandingWhenItEnds) {
+  VakSetSlabCacheLimit(0);
   const long blocks = VakFailingNew::CountBlocks();
   {
     VakMemory memory(GetParam());
