@@ -135,7 +135,7 @@ TEST(OptionRules, AreWhatTheHelpLists) {
 }
 
 TEST(OptionRules, AreWhatTheManualPageLists) {
-  EXPECT_EQ(findAll(readFile("vak-solve.1"), R"(\n\.TP\n\.BR? \\-\\-([a-z\\-]+))"),
+  EXPECT_EQ(findAll(readFile("vak-solve.1"), R"(\n\.TP\n\.B[IR]? \\-\\-([a-z\\-]+))"),
             knownOptions());
 }
 
