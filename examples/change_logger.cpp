@@ -7,7 +7,7 @@
 #include <iostream>
 
 #include "vakmodel/changes.h"
-#include "vakmodel/constraint.h"
+#include "vakmodel/linear_impl.h"
 #include "vakmodel/modelling.h"
 #include "vakmodel/variable_impl.h"
 
