@@ -54,8 +54,9 @@ void plan(VakEnv env) {
 
   const VakSolver solver(first.model);
   solver.solve();
-  std::cout << "Two weeks cost " << solver.getObjectiveValue() << ": " << solver.getValue(first.made)
-            << " made in the first, " << solver.getValue(made) << " in the second\n";
+  std::cout << "Two weeks cost " << solver.getObjectiveValue() << ": "
+            << solver.getValue(first.made) << " made in the first, " << solver.getValue(made)
+            << " in the second\n";
 
   // A copy in an environment of its own, which may be changed without any effect here.
   VakEnv elsewhere;

@@ -1,7 +1,7 @@
 // Cutting stock by column generation: two models that feed each other.
 //
-// Rolls of paper, 100 inches wide, are cut into the widths that were ordered. The master model has a
-// column for each pattern of cutting a roll and uses as few rolls as it can. There are too many
+// Rolls of paper, 100 inches wide, are cut into the widths that were ordered. The master model has
+// a column for each pattern of cutting a roll and uses as few rolls as it can. There are too many
 // patterns to list, so each is made when it is wanted: the dual values of the master price the
 // widths, and a second model, a knapsack, looks for the pattern that is worth most at these prices.
 // A pattern that is worth more than a roll becomes a column of the master. When there is none, the
@@ -85,8 +85,8 @@ void cut(VakEnv env) {
   std::cout << "Cut as whole rolls, " << rolls.getObjectiveValue() << " are\n";
   for (std::size_t i = 0; i < Count; ++i) {
     const bool isEnough = rolls.getActivity(master.orders[i]) >= Orders[i] - Tolerance;
-    std::cout << Orders[i] << " pieces of " << Widths[i] << " inches: "
-              << (isEnough ? "cut" : "missing") << '\n';
+    std::cout << Orders[i] << " pieces of " << Widths[i]
+              << " inches: " << (isEnough ? "cut" : "missing") << '\n';
   }
   std::cout << "Both problems were loaded once: " << std::boolalpha
             << (rolls.getLoadCount() == 1 && patterns.getLoadCount() == 1) << '\n';

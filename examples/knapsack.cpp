@@ -1,4 +1,5 @@
-// A knapsack: binary variables, one constraint, and how the answer changes with what can be carried.
+// A knapsack: binary variables, one constraint, and how the answer changes with what can be
+// carried.
 //
 // The right-hand side is the only thing that changes, so each solve begins with what the last one
 // knew.
@@ -17,9 +18,9 @@ struct Item {
 };
 
 constexpr Item Items[] = {
-    {"map", 9, 150},    {"compass", 13, 35}, {"water", 153, 200},   {"sandwich", 50, 160},
+    {"map", 9, 150},     {"compass", 13, 35}, {"water", 153, 200},   {"sandwich", 50, 160},
     {"glucose", 15, 60}, {"tin", 68, 45},     {"banana", 27, 60},    {"cheese", 23, 30},
-    {"beer", 52, 10},   {"cream", 11, 70},   {"sunglasses", 7, 20}, {"towel", 18, 12},
+    {"beer", 52, 10},    {"cream", 11, 70},   {"sunglasses", 7, 20}, {"towel", 18, 12},
 };
 
 void pack(VakEnv env) {

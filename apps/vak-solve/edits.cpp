@@ -194,8 +194,9 @@ Editor::Place Editor::findPlace(const std::string& target) const {
   const std::string_view property = std::string_view(target).substr(last + 1);
   // When the name before the dot is unknown, that is the error to tell.
   if (!isConstraintKnown) static_cast<void>(_names.findAny(object));
-  throw InputError(quote(property) + " is neither lb, ub, rhs, obj or kind nor, after a constraint, "
-                                     "a variable");
+  throw InputError(quote(property) +
+                   " is neither lb, ub, rhs, obj or kind nor, after a constraint, "
+                   "a variable");
 }
 
 // ---- Applying -----------------------------------------------------------------------------------
@@ -317,8 +318,7 @@ std::string Editor::setObjectiveCoef(const Edit& edit) {
 std::string Editor::setKind(const Edit& edit) {
   const VakNumVar variable = _names.findVariable(edit.target);
   const VakVarKind before = variable.getKind();
-  if (edit.variableKind == VakVarKind::Boolean &&
-      !fitsBinary(variable.getLB(), variable.getUB())) {
+  if (edit.variableKind == VakVarKind::Boolean && !fitsBinary(variable.getLB(), variable.getUB())) {
     throw InputError("a binary variable has bounds within 0 and 1, but here they are " +
                      formatNumber(variable.getLB()) + " and " + formatNumber(variable.getUB()));
   }

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
+#include <string_view>
 #include <vector>
 
 #include "apps/vak-solve/interruption.h"
@@ -25,6 +27,12 @@ void fillStandardStreams() {
   }
 }
 
+/// Whether standard error is a terminal that can clear a line.
+bool isErrTerminal() {
+  const char* kind = std::getenv("TERM");
+  return isatty(STDERR_FILENO) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
+}
+
 }  // namespace
 
 int main(int count, char** words) {
@@ -37,6 +45,6 @@ int main(int count, char** words) {
   std::ostream out(&buffer);
   out.exceptions(std::ios::badbit);
   const std::vector<const char*> arguments(words + (count > 0 ? 1 : 0), words + count);
-  const vaksolve::Streams streams{out, std::cerr, isatty(STDERR_FILENO) == 1};
+  const vaksolve::Streams streams{out, std::cerr, isErrTerminal()};
   return static_cast<int>(vaksolve::run(arguments, streams));
 }

@@ -100,8 +100,8 @@ void take(Options& options, std::string_view name, std::string_view value) {
 
 /// The rule of an option. Throws InputError when there is none.
 const OptionRule& findRule(std::string_view argument, std::string_view name) {
-  const auto* const rule = std::find_if(Rules.begin(), Rules.end(),
-                                        [&](const OptionRule& r) { return r.name == name; });
+  const auto* const rule =
+      std::find_if(Rules.begin(), Rules.end(), [&](const OptionRule& r) { return r.name == name; });
   if (rule == Rules.end()) {
     throw InputError("unknown option " + quote(argument) + "; --help lists all");
   }

@@ -15,12 +15,12 @@ namespace vaksolve {
 struct Options {
   static constexpr long UsualRows = 50;
 
-  std::string model;             ///< The file to solve.
-  std::vector<Edit> edits;       ///< In the order of the command line.
+  std::string model;                ///< The file to solve.
+  std::vector<Edit> edits;          ///< In the order of the command line.
   std::optional<double> timeLimit;  ///< Seconds for each solve; none for no limit.
   std::optional<double> gap;        ///< Relative gap at which a solve may stop.
-  std::string writeTo;           ///< The file to write the edited model to; empty for none.
-  long rows = UsualRows;         ///< Most rows of a table of results; 0 for all.
+  std::string writeTo;              ///< The file to write the edited model to; empty for none.
+  long rows = UsualRows;            ///< Most rows of a table of results; 0 for all.
   bool isJson = false;
   bool isReported = false;
   bool isQuiet = false;

@@ -11,9 +11,9 @@ namespace vaksolve {
 
 /// Where the program writes to.
 struct Streams {
-  std::ostream& out;       ///< Results.
-  std::ostream& err;       ///< Errors, and the progress line.
-  bool isErrTerminal;      ///< Whether the progress line is wanted.
+  std::ostream& out;   ///< Results.
+  std::ostream& err;   ///< Errors, and the progress line.
+  bool isErrTerminal;  ///< Whether the progress line is wanted.
 };
 
 /// Runs the program with the arguments behind its name. Throws nothing: each error is one line on

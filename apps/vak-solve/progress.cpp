@@ -21,8 +21,8 @@ std::string describeProgress(const VakSolverProgress& progress) {
   line += progress.isMip ? ", " + formatCount(progress.nodes, "node", "nodes")
                          : ", " + formatCount(progress.iterations, "iteration", "iterations");
   if (!progress.isMip) return line;
-  line += progress.hasIncumbent ? ", best " + formatNumber(progress.incumbent)
-                                : ", no solution yet";
+  line +=
+      progress.hasIncumbent ? ", best " + formatNumber(progress.incumbent) : ", no solution yet";
   if (!std::isfinite(progress.bound)) return line;
   line += ", bound " + formatNumber(progress.bound);
   if (progress.hasIncumbent) {

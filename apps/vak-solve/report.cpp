@@ -49,8 +49,7 @@ std::vector<SizeClassUse> listClasses(const VakMemory& memory) {
   std::vector<SizeClassUse> classes;
   for (const VakFixedSizeAllocatorI* sizeClass : memory._allocators) {
     if (sizeClass->_bytesInUse == 0) continue;
-    classes.push_back(
-        {sizeClass->_elementSize, sizeClass->_bytesInUse / sizeClass->_elementSize});
+    classes.push_back({sizeClass->_elementSize, sizeClass->_bytesInUse / sizeClass->_elementSize});
   }
   return classes;
 }

@@ -81,8 +81,8 @@ void writeVariables(std::ostream& out, const Solution& solution, long rows) {
   std::vector<std::string> titles{"Variable", "Value"};
   if (solution.hasDuals) titles.emplace_back("Reduced cost");
   Table table(std::move(titles));
-  const auto chosen = choose(solution.variables, rows,
-                             [](const VariableResult& v) { return !isZero(v.value); });
+  const auto chosen =
+      choose(solution.variables, rows, [](const VariableResult& v) { return !isZero(v.value); });
   for (const VariableResult* variable : chosen) {
     std::vector<std::string> cells{variable->name, formatNumber(variable->value)};
     if (solution.hasDuals) cells.push_back(formatNumber(variable->reducedCost));
@@ -91,7 +91,8 @@ void writeVariables(std::ostream& out, const Solution& solution, long rows) {
   out << '\n';
   if (!table.empty()) table.write(out);
   const auto isOther = [&](const VariableResult& v) { return !isZero(v.value); };
-  const auto nonZeros = std::count_if(solution.variables.begin(), solution.variables.end(), isOther);
+  const auto nonZeros =
+      std::count_if(solution.variables.begin(), solution.variables.end(), isOther);
   const bool areOnlyZerosLeftOut = static_cast<std::size_t>(nonZeros) == chosen.size();
   writeLeftOut(out, solution.variables.size(), chosen.size(),
                areOnlyZerosLeftOut ? "variable that is 0" : "more variable",
@@ -187,7 +188,8 @@ std::string summarize(const Solution& solution, const Solution* before) {
   std::string line = describe(solution.status);
   if (solution.hasSolution) {
     line += ": objective " + formatNumber(solution.objective);
-    if (before != nullptr && before->hasSolution && !isSame(before->objective, solution.objective)) {
+    if (before != nullptr && before->hasSolution &&
+        !isSame(before->objective, solution.objective)) {
       line += " (was " + formatNumber(before->objective) + ')';
     }
     if (solution.isMip && !isZero(solution.gap)) {

@@ -71,8 +71,9 @@ std::string nameOf(VakExtractable object) {
 
 std::size_t widthOf(std::string_view text) {
   // Bytes that continue a character begin with the bits 10.
-  return static_cast<std::size_t>(std::count_if(
-      text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+  }));
 }
 
 }  // namespace vaksolve

@@ -35,17 +35,15 @@ TEST(Edits, AreAppliedInTheirOrderToTheSolvedModel) {
   EXPECT_EQ(text, "");
 }
 
-TEST(Edits, TellWhatGoesWithAVariable) {
-  EXPECT_EQ(editsOf({"--remove", "doors"}), "");
-}
+TEST(Edits, TellWhatGoesWithAVariable) { EXPECT_EQ(editsOf({"--remove", "doors"}), ""); }
 
 TEST(Edits, MayMakeAModelInfeasibleAndFeasibleAgain) {
   EXPECT_EQ(editsOf({"--set", "plant2.lb=20", "--set", "plant2.ub=20"}), "");
 }
 
 TEST(Edits, DecideTheExitCode) {
-  EXPECT_EQ(solve({Mix, "--set", "plant3.lb=18", "--set", "plant1.ub=0", "--fix", "windows=0"}).code,
-            3);
+  EXPECT_EQ(
+      solve({Mix, "--set", "plant3.lb=18", "--set", "plant1.ub=0", "--fix", "windows=0"}).code, 3);
   EXPECT_EQ(solve({Mix, "--remove", "plant2", "--remove", "plant3"}).code, 4);
 }
 

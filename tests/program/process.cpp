@@ -120,6 +120,7 @@ Process::Process(const std::vector<std::string>& words, Sink out, Sink err) {
   if (_pid == 0) {
     install(outEnds.program, STDOUT_FILENO);
     install(errEnds.program, STDERR_FILENO);
+    setenv("TERM", "xterm", 1);
     if (chdir(VAK_SOURCE_DIR) != 0) _exit(126);
     execv(arguments[0], arguments.data());
     _exit(127);

@@ -86,9 +86,9 @@ TEST(Solve, TakesEmptyModels) {
 TEST(Solve, IsQuietOnRequest) {
   const Outcome outcome =
       solve({"examples/models/product_mix.lp", "--quiet", "--set", "plant2.ub=10"});
-  EXPECT_TRUE(std::regex_match(outcome.out,
-                               std::regex("Optimal: objective 36 after \\d+ iterations?\n"
-                                          "Optimal: objective 33 after \\d+ iterations?\n")))
+  EXPECT_TRUE(
+      std::regex_match(outcome.out, std::regex("Optimal: objective 36 after \\d+ iterations?\n"
+                                               "Optimal: objective 33 after \\d+ iterations?\n")))
       << outcome.out;
   EXPECT_EQ(outcome.err, "");
 }

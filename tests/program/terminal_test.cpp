@@ -42,6 +42,13 @@ TEST(Progress, IsNotShownElsewhere) {
   EXPECT_EQ(solve({file, "--time-limit", "1.5", "--quiet"}, Sink::Test, Sink::Terminal).err, "");
 }
 
+TEST(Progress, IsNotShownOnATerminalThatCannotClearLines) {
+  const TemporaryFolder folder;
+  std::vector<std::string> words = solveWords({makeLongModel(folder), "--time-limit", "1.5"});
+  words.insert(words.begin(), {"/usr/bin/env", "TERM=dumb"});
+  EXPECT_EQ(runProgram(words, Sink::Test, Sink::Terminal).err, "");
+}
+
 TEST(Interruption, EndsTheSolveAndSkipsTheEdits) {
   const TemporaryFolder folder;
   const std::string written = folder.file("out.lp");

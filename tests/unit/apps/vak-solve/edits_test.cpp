@@ -131,10 +131,8 @@ TEST_F(EditorTest, SetsBoundsOfVariablesAndConstraints) {
 }
 
 TEST_F(EditorTest, RefusesBoundsThatCross) {
-  EXPECT_EQ(set("x.lb=11"),
-            "--set x.lb=11: the lower bound 11 would be above the upper bound 10");
-  EXPECT_EQ(set("c.lb=15"),
-            "--set c.lb=15: the lower bound 15 would be above the upper bound 14");
+  EXPECT_EQ(set("x.lb=11"), "--set x.lb=11: the lower bound 11 would be above the upper bound 10");
+  EXPECT_EQ(set("c.lb=15"), "--set c.lb=15: the lower bound 15 would be above the upper bound 14");
   EXPECT_EQ(set("y.lb=inf"), "--set y.lb=inf: a lower bound cannot be inf");
   EXPECT_EQ(set("c.ub=-inf"), "--set c.ub=-inf: an upper bound cannot be -inf");
   EXPECT_EQ(x.getLB(), 0);
@@ -158,8 +156,7 @@ TEST_F(EditorTest, SetsTheRightHandSideWhereThereIsOne) {
 TEST_F(EditorTest, RefusesARightHandSideWhereThereIsNotExactlyOne) {
   EXPECT_EQ(set("r.rhs=4"), "--set r.rhs=4: the constraint has two sides: set lb or ub");
   r.setBounds(-Infinity, Infinity);
-  EXPECT_EQ(set("r.rhs=4"),
-            "--set r.rhs=4: the constraint has no right-hand side: set lb or ub");
+  EXPECT_EQ(set("r.rhs=4"), "--set r.rhs=4: the constraint has no right-hand side: set lb or ub");
   EXPECT_EQ(set("e.rhs=inf"), "--set e.rhs=inf: a lower bound cannot be inf");
   EXPECT_EQ(set("x.rhs=4"), R"(--set x.rhs=4: "x" is a variable, not a constraint)");
 }
@@ -211,8 +208,9 @@ TEST_F(EditorTest, FindsCoefficientsOfNamesWithDots) {
   EXPECT_EQ(set("c.2.x.1=5"), "c.2.x.1 = 5 (was 1)");
   e.setName("c");
   y.setName("2.x.1");
-  EXPECT_EQ(set("c.2.x.1=6"),
-            R"(--set c.2.x.1=6: "c.2.x.1" can be read as several pairs of constraint and variable)");
+  EXPECT_EQ(
+      set("c.2.x.1=6"),
+      R"(--set c.2.x.1=6: "c.2.x.1" can be read as several pairs of constraint and variable)");
 }
 
 TEST_F(EditorTest, FixesVariables) {
@@ -232,8 +230,7 @@ TEST_F(EditorTest, RemovesConstraints) {
 TEST_F(EditorTest, RemovesVariablesWithTheConstraintsThatHaveNoOther) {
   m.add(b <= 0.5, "only");
   m.add(2 * b >= 0, "also");
-  EXPECT_EQ(apply(parseRemove("b")),
-            "removed variable b and, empty without it, only, also");
+  EXPECT_EQ(apply(parseRemove("b")), "removed variable b and, empty without it, only, also");
   EXPECT_EQ(m.getVariableCount(), 2);
   EXPECT_EQ(m.getConstraintCount(), 3);
   EXPECT_EQ(c.getTermCount(), 2);
@@ -276,9 +273,8 @@ TEST_F(EditorTest, RefusesNamesOfSeveralObjects) {
 
 TEST_F(EditorTest, TellsAVariableAndAConstraintOfOneNameApartByAPrefix) {
   c.setName("x");
-  EXPECT_EQ(set("x.ub=4"),
-            R"(--set x.ub=4: both a variable and a constraint are called "x": )"
-            "write variable:NAME or constraint:NAME");
+  EXPECT_EQ(set("x.ub=4"), R"(--set x.ub=4: both a variable and a constraint are called "x": )"
+                           "write variable:NAME or constraint:NAME");
   EXPECT_EQ(set("variable:x.ub=4"), "variable:x.ub = 4 (was 10)");
   EXPECT_EQ(x.getUB(), 4);
   EXPECT_EQ(set("constraint:x.ub=5"), "constraint:x.ub = 5 (was 14)");
@@ -303,7 +299,10 @@ TEST_F(EditorTest, ChecksAllNamesBeforehand) {
                 makeMaximize(), parseSet("e.rhs=3"), parseSet("x.kind=integer")});
   for (const Edit& wrong : {parseSet("z.ub=4"), parseSet("c.z=4"), parseFix("z=1"),
                             parseRemove("z"), parseSet("z.rhs=1"), parseSet("z.obj=1")}) {
-    EXPECT_NE(errorOf([&] { editor.check({parseSet("x.ub=4"), wrong}); }), "no error")
+    EXPECT_NE(errorOf([&] {
+                editor.check({parseSet("x.ub=4"), wrong});
+              }),
+              "no error")
         << wrong.text;
   }
   EXPECT_EQ(x.getUB(), 10);
@@ -319,7 +318,8 @@ class Refuser final : public VakAlgorithmI {
     this->change(change);
   }
   void change(const VakChange& /*change*/) override {
-    throw VakAlgorithm::CannotChangeException(VakAlgorithm(this), VakExtractableArray(VakEnv(_env)));
+    throw VakAlgorithm::CannotChangeException(VakAlgorithm(this),
+                                              VakExtractableArray(VakEnv(_env)));
   }
 };
 

@@ -25,9 +25,9 @@ TEST(JsonString, KeepsUtf8) {
 
 TEST(JsonString, ReplacesEveryByteThatIsNoUtf8) {
   EXPECT_EQ(jsonString("a\xff z"), "\"a" + Wrong + " z\"");
-  EXPECT_EQ(jsonString("\xc3"), '"' + Wrong + '"');                       // Cut off.
-  EXPECT_EQ(jsonString("\xe2\x82"), '"' + Wrong + Wrong + '"');           // Cut off.
-  EXPECT_EQ(jsonString("\xc0\x80"), '"' + Wrong + Wrong + '"');           // Overlong.
+  EXPECT_EQ(jsonString("\xc3"), '"' + Wrong + '"');                          // Cut off.
+  EXPECT_EQ(jsonString("\xe2\x82"), '"' + Wrong + Wrong + '"');              // Cut off.
+  EXPECT_EQ(jsonString("\xc0\x80"), '"' + Wrong + Wrong + '"');              // Overlong.
   EXPECT_EQ(jsonString("\xe0\x80\x80"), '"' + Wrong + Wrong + Wrong + '"');  // Overlong.
   EXPECT_EQ(jsonString("\xed\xa0\x80"), '"' + Wrong + Wrong + Wrong + '"');  // A surrogate.
   EXPECT_EQ(jsonString("\xf4\x90\x80\x80"), '"' + Wrong + Wrong + Wrong + Wrong + '"');

@@ -68,7 +68,8 @@ TEST(Options, KeepTheOrderOfEdits) {
 
 TEST(Options, EndAtADoubleDash) {
   EXPECT_EQ(parse({"--json", "--", "--json"}).model, "--json");
-  EXPECT_EQ(errorOf({"--", "a", "--json"}), R"(one model file at a time: "a" and "--json" were given)");
+  EXPECT_EQ(errorOf({"--", "a", "--json"}),
+            R"(one model file at a time: "a" and "--json" were given)");
 }
 
 TEST(Options, LetHelpAndVersionDecideAlone) {

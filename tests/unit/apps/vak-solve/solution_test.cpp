@@ -72,8 +72,9 @@ TEST(Summary, SaysBoundAndGapOfASearchThatIsNotOver) {
   solution.bound = 39;
   solution.gap = 0.025;
   solution.nodes = 1;
-  EXPECT_EQ(summarize(solution),
-            "Time limit reached: objective 40, bound 39, gap 2.5 % after 2 iterations and 1 node\n");
+  EXPECT_EQ(
+      summarize(solution),
+      "Time limit reached: objective 40, bound 39, gap 2.5 % after 2 iterations and 1 node\n");
   solution.status = VakStatus::GapLimit;
   EXPECT_EQ(summarize(solution),
             "Optimal within the gap: objective 40, bound 39, gap 2.5 % after 2 iterations and 1 "
@@ -84,8 +85,7 @@ TEST(Summary, SaysBoundAndGapOfASearchThatIsNotOver) {
             "Node limit reached, no solution found, bound 39 after 2 iterations and 1 node\n");
   solution.bound = -Infinity;
   solution.status = VakStatus::Aborted;
-  EXPECT_EQ(summarize(solution),
-            "Interrupted, no solution found after 2 iterations and 1 node\n");
+  EXPECT_EQ(summarize(solution), "Interrupted, no solution found after 2 iterations and 1 node\n");
 }
 
 TEST(Summary, HasASentenceForEveryOtherOutcome) {
