@@ -43,3 +43,16 @@ function(vak_module)
     set_property(GLOBAL APPEND PROPERTY ${property}_${tier} ${arg_${tier}})
   endforeach()
 endfunction()
+
+# Compiles a source of the library with descriptions for debuggers of all classes that it refers to, whole and
+# in every build; see vakenv/core/debugger.h. Compilers would otherwise leave a class to the object that has
+# its virtual table. No folder of the build is named.
+function(vak_describe_types source)
+  set_source_files_properties(
+    ${source}
+    TARGET_DIRECTORY vak
+    PROPERTIES
+      COMPILE_OPTIONS
+      "-g;-gz;$<$<CXX_COMPILER_ID:GNU>:-femit-class-debug-always>;$<$<CXX_COMPILER_ID:Clang>:-fstandalone-debug>;-ffile-prefix-map=${PROJECT_BINARY_DIR}=.;-ffile-prefix-map=${PROJECT_SOURCE_DIR}=."
+  )
+endfunction()

@@ -10,9 +10,9 @@ packages=(
   pkg-config coinor-libcbc-dev coinor-libcgl-dev coinor-libclp-dev coinor-libcoinutils-dev coinor-libosi-dev
   # Test: the libraries, the second compiler and linkers, what reads the tree, the sanitizers' symbols.
   libgtest-dev libgmock-dev libbenchmark-dev
-  clang lld binutils libclang-rt-dev llvm python3 valgrind
+  clang lld binutils libclang-rt-dev llvm python3 valgrind gdb dpkg-dev file
   # Check and document.
-  clang-format clang-tidy gcovr doxygen git ca-certificates
+  clang-format clang-tidy gcovr doxygen graphviz git ca-certificates
 )
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
