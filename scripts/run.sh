@@ -8,17 +8,17 @@
 # cannot be set up or the program cannot be built, it is 1.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-program=$root/build/release/apps/vak-solve/vak-solve
+program=$root/build/run/apps/vak-solve/vak-solve
 
 # Installs and builds. Only what a reader has to know is said: that it takes a while, and what failed.
 prepare() {
   cd "$root"
   source scripts/lib.sh
-  scripts/setup.sh
+  scripts/setup.sh run
   local log=build/logs/run-build.log
   mkdir -p build/logs
   [[ -x $program ]] || echo "Building vak-solve; the first time takes a few minutes"
-  if ! build_preset release vak-solve >"$log" 2>&1; then
+  if ! build_preset run vak-solve >"$log" 2>&1; then
     cat "$log"
     return 1
   fi
