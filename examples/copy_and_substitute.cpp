@@ -42,7 +42,7 @@ void plan(VakEnv env) {
   const VakNumVar left = copier.getCopy(first.after);
   made.setName("made in the second week");
   left.setName("stock in the end");
-  copier.getCopy(first.balance).setBounds(120, 120);
+  copier.getCopy(first.balance).setBounds(110, 110);
   std::cout << "The copy:\n" << second << '\n';
 
   // Both weeks in one model: the constraints of the copy move over.
@@ -63,10 +63,10 @@ void plan(VakEnv env) {
   {
     VakCopier away(elsewhere);
     VakModel copy = away.copy(first.model);
-    away.getCopy(made).setUB(90);
+    away.getCopy(made).setUB(95);
     const VakSolver other(copy);
     other.solve();
-    std::cout << "Elsewhere, with at most 90 in the second week, they cost "
+    std::cout << "Elsewhere, with at most 95 in the second week, they cost "
               << other.getObjectiveValue() << '\n';
   }
   elsewhere.end();

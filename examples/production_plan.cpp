@@ -48,7 +48,7 @@ void plan(VakEnv env) {
 
   const VakConstraint rows[] = {wood, work};
   const VakNum coefs[] = {6, 2};
-  const VakNumVar beds = model.addColumn(0, 10, 62, rows, coefs);
+  const VakNumVar beds = model.addColumn(0, 10, 80, rows, coefs);
   beds.setName("beds");
   solver.solve();
   print(solver, "With beds");
