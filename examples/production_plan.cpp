@@ -54,7 +54,7 @@ void plan(VakEnv env) {
   print(solver, "With beds");
 
   VakSetKind(std::to_array<VakNumVar>({tables, chairs, shelves, beds}), VakVarKind::Integer);
-  shelves.setUB(20);
+  shelves.setUB(18);
   solver.solve();
   print(solver, "In whole pieces, with few shelves");
 
