@@ -6,7 +6,7 @@ to agree with its checksums; and no two packages may hold the same file.
 
 Prints one line per offence and ends with 1 if there is any.
 
-usage: check_packages.py FOLDER ROOT PACKAGE...
+usage: check_packages.py FOLDER ROOT VERSION PACKAGE...
 """
 
 import hashlib
@@ -15,11 +15,10 @@ import subprocess
 import sys
 from pathlib import Path
 
-VERSION = "2.4.0-1"
 ARCHITECTURE_INDEPENDENT = {"vak-gdb"}
 DEPENDENCIES = {
     "libvak-dev": [],
-    "libvak-solver-dev": [f"libvak-dev (= {VERSION})", "coinor-libcbc-dev", "pkg-config"],
+    "libvak-solver-dev": ["libvak-dev (= VERSION)", "coinor-libcbc-dev", "pkg-config"],
     "vak-solve": ["libc6", "libstdc++6", "coinor-libcbc3"],
     "vak-gdb": ["gdb"],
 }
@@ -29,7 +28,7 @@ def run(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
-def check_control(name, package):
+def check_control(name, package, version):
     offences = []
     fields = dict(
         line.split(": ", 1) for line in run("dpkg-deb", "--field", package).splitlines() if ": " in line
@@ -37,13 +36,14 @@ def check_control(name, package):
     architecture = (
         "all" if name in ARCHITECTURE_INDEPENDENT else run("dpkg", "--print-architecture").strip()
     )
-    for field, value in (("Package", name), ("Version", VERSION), ("Architecture", architecture)):
+    for field, value in (("Package", name), ("Version", version), ("Architecture", architecture)):
         if fields.get(field) != value:
             offences.append(f"{name}: has {field} {fields.get(field)}")
     if "built using CMake" in fields.get("Description", "built using CMake"):
         offences.append(f"{name}: does not describe itself")
     depends = [entry.strip() for entry in fields.get("Depends", "").split(",")]
     for dependency in DEPENDENCIES[name]:
+        dependency = dependency.replace("VERSION", version)
         if not any(entry == dependency or entry.split(" ")[0] == dependency for entry in depends):
             offences.append(f"{name}: does not depend on {dependency} but on {depends}")
     return offences
@@ -72,7 +72,7 @@ def check_content(name, package, root, owners):
 
 
 def main(arguments):
-    folder, root, expected = Path(arguments[0]), Path(arguments[1]), arguments[2:]
+    folder, root, version, expected = Path(arguments[0]), Path(arguments[1]), arguments[2], arguments[3:]
     packages = {path.name.split("_")[0]: path for path in sorted(folder.glob("*.deb"))}
     offences = [f"{name}: was not expected" for name in packages if name not in expected]
     offences += [f"{name}: was not made" for name in expected if name not in packages]
@@ -81,7 +81,7 @@ def main(arguments):
     owners = {}
     for name in expected:
         if name in packages:
-            offences += check_control(name, packages[name])
+            offences += check_control(name, packages[name], version)
             offences += check_content(name, packages[name], root, owners)
     for offence in offences:
         print(offence)

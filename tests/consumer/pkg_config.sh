@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
 # Builds and runs a program with what pkg-config says.
 #
-# usage: pkg_config.sh COMPILER PREFIX MODULE SOURCE FOLDER
+# usage: pkg_config.sh COMPILER PREFIX MODULE VERSION SOURCE FOLDER
 set -euo pipefail
-compiler=$1 prefix=$2 module=$3 source=$4 folder=$5
+compiler=$1 prefix=$2 module=$3 version=$4 source=$5 folder=$6
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name "$module.pc")")
 export PKG_CONFIG_PATH
-version=$(pkg-config --modversion "$module")
-[[ $version == 2.4.0 ]] || { echo "version $version" >&2; exit 1; }
+pkg-config --exact-version="$version" --print-errors "$module"
 pkg-config --validate "$module"
 
 mkdir -p "$folder"
