@@ -52,10 +52,9 @@ TEST_P(Generated, ModelsDependOnTheSeedAlone) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, Generated,
-    testing::Values(
-        Kind{"transport", "24 variables, 10 constraints, 48 coefficients", "?"},
-        Kind{"facilities", "28 variables, 10 constraints, 52 coefficients", "?"},
-        Kind{"periods", "54 variables, 30 constraints, 98 coefficients", "?"}),
+    testing::Values(Kind{"transport", "24 variables, 10 constraints, 48 coefficients", "?"},
+                    Kind{"facilities", "28 variables, 10 constraints, 52 coefficients", "?"},
+                    Kind{"periods", "54 variables, 30 constraints, 98 coefficients", "?"}),
     [](const auto& kind) { return std::string(kind.param.name); });
 
 TEST(Generator, SaysHowItIsCalled) {
@@ -67,8 +66,7 @@ TEST(Generator, SaysHowItIsCalled) {
   };
   const std::string usage = Usage;
   EXPECT_EQ(errorOf({}), "generate_model: 4 or 5 arguments are needed\n" + usage);
-  EXPECT_EQ(errorOf({"transport", "0", "6", "m.lp"}),
-            "generate_model: \"0\" is no size\n" + usage);
+  EXPECT_EQ(errorOf({"transport", "0", "6", "m.lp"}), "generate_model: \"0\" is no size\n" + usage);
   EXPECT_EQ(errorOf({"transport", "4", "six", "m.lp"}),
             "generate_model: \"six\" is no size\n" + usage);
   EXPECT_EQ(errorOf({"transport", "4", "6", "-1", "m.lp"}),

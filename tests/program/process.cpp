@@ -110,6 +110,17 @@ void writeFile(const std::string& path, const std::string& text) {
   if (!file) throw std::runtime_error("cannot write " + path);
 }
 
+std::string withoutNumbers(std::string text, const std::string& before, const std::string& behind) {
+  for (std::size_t place = text.find(before); place != std::string::npos;
+       place = text.find(before, place + before.size())) {
+    const std::size_t begin = place + before.size();
+    const std::size_t end = text.find_first_not_of("0123456789.e+-", begin);
+    if (end == begin || end == std::string::npos) continue;
+    if (text.compare(end, behind.size(), behind) == 0) text.replace(begin, end - begin, "N");
+  }
+  return text;
+}
+
 Process::Process(const std::vector<std::string>& words, Sink out, Sink err) {
   std::vector<char*> arguments;
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));

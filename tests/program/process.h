@@ -69,6 +69,11 @@ class Process {
   Outcome _outcome;
 };
 
+/// `text` with "N" in the place of every number that stands between `before` and `behind`: what
+/// differs from run to run.
+[[nodiscard]] std::string withoutNumbers(std::string text, const std::string& before,
+                                         const std::string& behind);
+
 /// Runs a program to its end.
 [[nodiscard]] inline Outcome runProgram(const std::vector<std::string>& words,
                                         Sink out = Sink::Test, Sink err = Sink::Test) {

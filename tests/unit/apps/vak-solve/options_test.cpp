@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -122,26 +121,41 @@ std::string readFile(const char* name) {
   return text.str();
 }
 
-std::set<std::string> findAll(const std::string& text, const char* pattern) {
-  const std::regex regex(pattern);
+/// The option names in `text` that stand right behind `marker`, with "--" before them.
+std::set<std::string> namesBehind(const std::string& text, const std::string& marker) {
   std::set<std::string> found;
-  for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match) {
-    found.insert("--" + std::regex_replace((*match)[1].str(), std::regex(R"(\\)"), ""));
+  for (std::size_t place = text.find(marker); place != std::string::npos;
+       place = text.find(marker, place)) {
+    std::string name;
+    for (place += marker.size(); place < text.size(); ++place) {
+      const char c = text[place];
+      // Manual pages write a dash behind a backslash.
+      if (c == '\\') continue;
+      if (c != '-' && (c < 'a' || c > 'z')) break;
+      name += c;
+    }
+    if (!name.empty()) found.insert("--" + name);
   }
   return found;
 }
 
 TEST(OptionRules, AreWhatTheHelpLists) {
-  EXPECT_EQ(findAll(helpText(), R"(\n  --([a-z-]+))"), knownOptions());
+  EXPECT_EQ(namesBehind(helpText(), "\n  --"), knownOptions());
 }
 
 TEST(OptionRules, AreWhatTheManualPageLists) {
-  EXPECT_EQ(findAll(readFile("vak-solve.1"), R"(\n\.TP\n\.B[IR]? \\-\\-([a-z\\-]+))"),
-            knownOptions());
+  const std::string page = readFile("vak-solve.1");
+  std::set<std::string> listed = namesBehind(page, "\n.TP\n.B \\-\\-");
+  listed.merge(namesBehind(page, "\n.TP\n.BI \\-\\-"));
+  EXPECT_EQ(listed, knownOptions());
 }
 
 TEST(OptionRules, AreWhatTheCompletionOffers) {
-  EXPECT_EQ(findAll(readFile("vak-solve.bash"), R"(--([a-z][a-z-]*))"), knownOptions());
+  const std::string script = readFile("vak-solve.bash");
+  const std::size_t begin = script.find("options='");
+  ASSERT_NE(begin, std::string::npos);
+  const std::size_t end = script.find('\'', begin + 9);
+  EXPECT_EQ(namesBehind(script.substr(begin, end - begin), "--"), knownOptions());
 }
 
 TEST(OptionRules, HaveHelpThatFitsATerminal) {
