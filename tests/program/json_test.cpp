@@ -2,16 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "tests/program/process.h"
 
 namespace {
 
-/// The text with every time replaced by a T.
-std::string withoutTimes(const std::string& text) {
-  return std::regex_replace(
-      text, std::regex("(\"(seconds|read|extract|solve|edit|write)\": )[-0-9.e]+"), "$1T");
+/// The text with "N" in the place of every time.
+std::string withoutTimes(std::string text) {
+  for (const char* name : {"seconds", "read", "extract", "solve", "edit", "write"}) {
+    const std::string key = '"' + std::string(name) + "\": ";
+    text = withoutNumbers(withoutNumbers(text, key, ","), key, "\n");
+  }
+  return text;
 }
 
 TEST(Json, HoldsTheModelAndEverySolve) {

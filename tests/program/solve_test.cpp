@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "tests/program/process.h"
 
 namespace {
@@ -86,10 +84,9 @@ TEST(Solve, TakesEmptyModels) {
 TEST(Solve, IsQuietOnRequest) {
   const Outcome outcome =
       solve({"examples/models/product_mix.lp", "--quiet", "--set", "plant2.ub=10"});
-  EXPECT_TRUE(
-      std::regex_match(outcome.out, std::regex("Optimal: objective 36 after \\d+ iterations?\n"
-                                               "Optimal: objective 33 after \\d+ iterations?\n")))
-      << outcome.out;
+  EXPECT_EQ(withoutNumbers(outcome.out, "after ", " iteration"),
+            "Optimal: objective 36 after N iterations\n"
+            "Optimal: objective 33 after N iteration\n");
   EXPECT_EQ(outcome.err, "");
 }
 
