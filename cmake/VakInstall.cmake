@@ -4,6 +4,7 @@
 #   solver_dev  the same of the optional solver module
 #   solver      programs (installed by the folders in apps/)
 #   debug       the printers for GDB
+#   doc         the licence (no Debian package, which needs none)
 #
 # The installed tree may be moved: every path in the package files is relative to the file itself.
 include_guard(GLOBAL)
@@ -93,3 +94,9 @@ install(
   FILES "${PROJECT_SOURCE_DIR}/debug/gdb/vak_printers.py"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/vak/gdb"
   COMPONENT debug)
+
+# For those who install by hand: Debian's packages name the licence that the system has.
+install(
+  FILES "${PROJECT_SOURCE_DIR}/LICENSE"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+  COMPONENT doc)

@@ -91,7 +91,7 @@ if(TARGET vak_solver)
     solver_dev
     NAME libvak-solver-dev
     SECTION libdevel
-    DEPENDS "libvak-dev (= ${revision}), coinor-libcbc-dev, pkg-config"
+    DEPENDS "libvak-dev (= ${revision}), coinor-libcbc-dev, zlib1g-dev, pkg-config"
     SUMMARY "solver module of the modelling library Vak"
     DESCRIPTION
       "Vak builds optimisation models out of variables, expressions and constraints.\nThis package holds the static library that solves linear and mixed-integer\nmodels of Vak with the open solvers Clp and Cbc, and reads and writes them as\nfiles."

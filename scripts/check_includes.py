@@ -35,6 +35,7 @@ LAYERS = {
     "vakenv/core": 3,
     "vakenv/registry": 3,
     "vakenv/domains": 3,
+    "vakenv/inspect": 3,
     "vakmodel": 4,
     "vaksolver": 5,
 }

@@ -9,6 +9,7 @@ packages=(
   g++ cmake ninja-build ccache
   # The solver, which brings the readers and writers of model files.
   pkg-config coinor-libcbc-dev coinor-libcgl-dev coinor-libclp-dev coinor-libcoinutils-dev coinor-libosi-dev
+  zlib1g-dev
 )
 [[ ${1:-} == run ]] || packages+=(
   # Test: the libraries, the second compiler and linkers, what reads the tree, the sanitizers' symbols.

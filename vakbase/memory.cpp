@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <new>
 
 #include "vakbase/slab_cache.h"
@@ -36,6 +37,8 @@ constexpr unsigned long FewElements = 8;
 static_assert(FirstBlockBytes % BlockAlignment == 0 && LargestBlockBytes % FirstBlockBytes == 0);
 static_assert(FirstSlabBytes / FewElements >= FirstBlockBytes);
 static_assert(LargeElementBytes <= LargestSlabBytes / FewElements);
+static_assert(LargestBlockBytes <= std::numeric_limits<unsigned short>::max(),
+              "the bound of the next block and the elements of a block take half a word each");
 
 constexpr unsigned long roundDown(unsigned long bytes) { return bytes & ~(BlockAlignment - 1); }
 constexpr unsigned long roundUp(unsigned long bytes) {
@@ -49,7 +52,7 @@ VakMemory::VakMemory(long useMemoryManager) noexcept : _nextSlabBytes(FirstSlabB
     SizeClass& sizeClass = _classes[index];
     sizeClass._allocator._pooled = useMemoryManager;
     sizeClass._allocator._elementSize = getElementSize(index);
-    sizeClass._nextBlockBytes = FirstBlockBytes;
+    sizeClass._growth._nextBlockBytes = FirstBlockBytes;
     _allocators[index] = &sizeClass._allocator;
   }
 }
@@ -76,7 +79,24 @@ long VakMemory::getTotalMemoryUsage() const {
   return bytes;
 }
 
-VakMemory::Block VakMemory::obtainBlock(long elementSize) {
+VakMemory::Block VakMemory::obtainBlock(long elementSize, const VakFixedSizeAllocatorI* taker) {
+  const Block block = carveBlock(elementSize);
+  if (Growth* growth = growthOf(taker, elementSize)) {
+    growth->_elements += block.count;
+    ++growth->_blocks;
+    growth->_lastBlock = static_cast<unsigned short>(block.count);
+  }
+  return block;
+}
+
+VakMemory::Growth* VakMemory::growthOf(const VakFixedSizeAllocatorI* taker, long elementSize) {
+  if (taker == nullptr) return nullptr;
+  if (taker == _companion) return &_companionGrowth;
+  SizeClass& sizeClass = _classes[getIndex(elementSize)];
+  return taker == &sizeClass._allocator ? &sizeClass._growth : nullptr;
+}
+
+VakMemory::Block VakMemory::carveBlock(long elementSize) {
   const long index = getIndex(elementSize);
   const auto bytes = static_cast<unsigned long>(elementSize);
   const bool fits = bytes <= static_cast<unsigned long>(_slabEnd - _slabCursor);
@@ -85,11 +105,12 @@ VakMemory::Block VakMemory::obtainBlock(long elementSize) {
   }
   if (!fits) obtainSlab();
   // A block ends with its slab, so that what is left of a slab serves before a new one is obtained.
-  SizeClass& sizeClass = _classes[index];
-  const long available = std::min(sizeClass._nextBlockBytes, _slabEnd - _slabCursor);
+  Growth& growth = _classes[index]._growth;
+  const long available = std::min(long{growth._nextBlockBytes}, _slabEnd - _slabCursor);
   const Block block{_slabCursor, std::max(available / elementSize, 1L)};
   _slabCursor += roundUp(static_cast<unsigned long>(block.count * elementSize));
-  sizeClass._nextBlockBytes = std::min(2 * sizeClass._nextBlockBytes, LargestBlockBytes);
+  growth._nextBlockBytes =
+      static_cast<unsigned short>(std::min(2L * growth._nextBlockBytes, LargestBlockBytes));
   return block;
 }
 

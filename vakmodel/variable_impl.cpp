@@ -16,7 +16,8 @@ namespace {
 constexpr VakInt LargestExactInt = VakInt{1} << 53;
 
 // Links what debuggers read into every program that has variables.
-[[gnu::used, gnu::retain]] const VakModelDebuggerTypes* const describedTypes = &VakDescribedModelTypes;
+[[gnu::used, gnu::retain]] const VakModelDebuggerTypes* const DescribedTypes =
+    &VakDescribedModelTypes;
 
 bool isUsual(VakVarKind kind, VakNum lb, VakNum ub) {
   return lb == 0 && ub == (kind == VakVarKind::Boolean ? 1 : VakGetInfinity());

@@ -14,3 +14,5 @@ class VakFileError;
 class VakSolverI;
 class VakLinearProgramI;
 class VakRunControlI;
+class VakSearchI;
+struct VakSearchResultI;

@@ -77,36 +77,68 @@ class VakSolverI final : public VakModelAlgorithmI {
     VakNum ub;
   };
 
-  [[nodiscard]] Bounds boundsOf(int column) const;
-  [[nodiscard]] VakNum sign() const;
-  void checkColumns(int first, int count);
-  void checkRows(int first, int count);
-  void refuseObject(VakExtractableI* object);
+  // Loading.
   void loadMatrix();
   void loadObjective();
   void setInteger(int column);
   void setBounds(int column);
-  void forgetSolution();
+  [[nodiscard]] Bounds boundsOf(int column) const;
+  /// 1 for a model that is minimised, -1 for one that is maximised.
+  [[nodiscard]] VakNum sign() const;
+  [[nodiscard]] VakNum getConstant() const;
+  /// An objective of the linear program as one of the model.
+  [[nodiscard]] VakNum toModel(VakNum value) const;
 
+  // Refusals: objects with numbers that are too large are collected, then refused together.
+  void checkColumns(int first);
+  void checkColumn(int column);
+  void checkRows(int first);
+  void checkRow(int row);
+  void checkObjective();
+  void checkEntries(std::span<const Entry> entries);
+  void refuseFound();
+
+  // Columns and rows that were added wait until the linear program is needed, so that adding one by
+  // one costs no more than adding all at once.
+  void setObjective(const Entry& entry);
+  void addWaiting();
+  void addWaitingColumns();
+  void addWaitingRows();
+  void sortWaitingEntries();
+  void bringUpToDate();
+
+  // Solving.
+  [[nodiscard]] VakStatus solveLoaded(VakRunControlI& control);
   [[nodiscard]] bool hasEmptyDomain() const;
-  [[nodiscard]] VakStatus solveWithoutRows();
+  [[nodiscard]] VakStatus solveWithoutTerms(VakRunControlI& control);
   [[nodiscard]] VakStatus solveLinear(VakRunControlI& control);
-  [[nodiscard]] VakStatus solveInteger(VakRunControlI& control);
-  [[nodiscard]] VakStatus decideUnbounded(VakRunControlI& control);
+  [[nodiscard]] VakStatus solveInteger(VakStatus relaxation, VakRunControlI& control);
+  [[nodiscard]] VakStatus endSearch(const VakSearchResultI& result, VakRunControlI& control);
+  [[nodiscard]] VakStatus decideUnbounded(VakSearchI& search, VakRunControlI& control);
+  [[nodiscard]] bool offerIncumbent(const VakSearchI& search, VakRunControlI& control);
+  void takeIncumbent(const std::vector<VakNum>& values, VakRunControlI& control);
   void takeValues(const VakNum* values);
   [[nodiscard]] bool isWhole(const VakNum* values) const;
-  [[nodiscard]] bool offerIncumbent();
-  [[nodiscard]] VakNum toModelObjective(VakNum value) const;
+  void forgetSolution();
+
+  // Results.
+  [[nodiscard]] int rowOf(const VakConstraintI* constraint) const;
+  void requireDuals() const;
 
   std::unique_ptr<VakLinearProgramI> _lp;  ///< The loaded problem; null while not loaded.
   VakSolverOptions _options;               ///< Of the solve that runs or ran last.
   Statistics _statistics;
-  std::vector<char> _integer;       ///< By column: 1 for those that have to be whole.
-  int _integerCount = 0;            ///< Number of ones in it.
-  std::vector<VakNum> _values;      ///< By column: the solution, if there is one.
-  std::vector<VakNum> _activities;  ///< By row: of the solution.
-  std::vector<VakNum> _incumbent;   ///< By column: the last solution of a search; empty for none.
-  bool _hasValues = false;          ///< Whether the last solve found a solution.
-  bool _hasDuals = false;           ///< Whether the linear program has duals of it.
-  bool _isMatrixOutOfDate = false;  ///< The matrix is built anew before the next solve.
+  std::vector<char> _integer;              ///< By column: 1 for those that have to be whole.
+  int _integerCount = 0;                   ///< Number of ones in it.
+  std::vector<Entry> _newEntries;          ///< Of columns that wait, in rows that do not.
+  std::vector<VakExtractableI*> _refused;  ///< Collected by the checks; empty in between.
+  std::vector<VakNum> _values;             ///< By column: the solution, if there is one.
+  std::vector<VakNum> _activities;         ///< By row: of the solution.
+  std::vector<VakNum> _reducedCosts;       ///< By column, of the linear program, if there are any.
+  std::vector<VakNum> _duals;              ///< By row, of the linear program, if there are any.
+  std::vector<VakNum> _incumbent;  ///< By column: the last solution of a search; empty for none.
+  bool _hasValues = false;
+  bool _hasDuals = false;
+  bool _isMatrixOutOfDate = false;     ///< The matrix is built anew before the next solve.
+  bool _isObjectiveOutOfDate = false;  ///< The objective is read anew before the next solve.
 };

@@ -34,6 +34,7 @@ std::string formatNumber(double value) {
 }
 
 std::string formatSeconds(double seconds) {
+  if (seconds < 0.0000995) return print("%.0f us", seconds * 1e6);
   if (seconds < 0.00995) return print("%.1f ms", seconds * 1000);
   if (seconds < 0.9995) return print("%.0f ms", seconds * 1000);
   return seconds < 9.995 ? print("%.2f s", seconds) : print("%.1f s", seconds);

@@ -14,7 +14,7 @@ namespace vaksolve {
 /// "33.33333333", "1.5e+20", "inf", "-inf", "nan". What is smaller than 1e-10 is "0".
 [[nodiscard]] std::string formatNumber(double value);
 
-/// A time in seconds with a unit that suits it: "0.4 ms", "12 ms", "1.25 s", "75.2 s".
+/// A time in seconds with a unit that suits it: "15 us", "0.4 ms", "12 ms", "1.25 s", "75.2 s".
 [[nodiscard]] std::string formatSeconds(double seconds);
 
 /// A ratio as a percentage: "2.5 %".

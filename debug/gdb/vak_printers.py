@@ -197,7 +197,7 @@ class VakPrinter:
 
 
 class VakChildrenPrinter(VakPrinter):
-    """Base of the printers with children. Children end where they cannot be read."""
+    """Base of the printers with children. Where they cannot be read, a last child says why."""
 
     def list_children(self):
         raise NotImplementedError
@@ -205,8 +205,13 @@ class VakChildrenPrinter(VakPrinter):
     def children(self):
         try:
             yield from self.list_children()
-        except (gdb.error, gdb.MemoryError, UnicodeError, OverflowError, IndexError):
-            return
+        except (gdb.error, gdb.MemoryError, UnicodeError, OverflowError, IndexError) as failure:
+            if self.display_hint() == "map":
+                yield "key", "the rest"
+            yield "the rest", f"<cannot be shown: {failure}>"
+
+    def display_hint(self):
+        return None
 
 
 class VakVariablePrinter(VakPrinter):

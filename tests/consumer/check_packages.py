@@ -18,7 +18,7 @@ from pathlib import Path
 ARCHITECTURE_INDEPENDENT = {"vak-gdb"}
 DEPENDENCIES = {
     "libvak-dev": [],
-    "libvak-solver-dev": ["libvak-dev (= VERSION)", "coinor-libcbc-dev", "pkg-config"],
+    "libvak-solver-dev": ["libvak-dev (= VERSION)", "coinor-libcbc-dev", "zlib1g-dev", "pkg-config"],
     "vak-solve": ["libc6", "libstdc++6", "coinor-libcbc3"],
     "vak-gdb": ["gdb"],
 }

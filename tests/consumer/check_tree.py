@@ -32,6 +32,7 @@ RULES = [
         r"share/man/man1/vak-solve\.1(\.gz)?",
         r"share/bash-completion/completions/vak-solve",
         r"share/vak/gdb/vak_printers\.py",
+        r"share/doc/Vak/LICENSE",
         r"share/doc/(libvak-dev|libvak-solver-dev|vak-solve|vak-gdb)/"
         r"(copyright|changelog\.gz|changelog\.Debian\.gz)",
     )

@@ -18,6 +18,7 @@ STOPS = [
         "counts": r"VakIntArray of 20 = {0, 1, 4, .*, 324, 361}",
         "none": r"empty VakBoolArray",
         "rows": r"VakNumArray2 of 1 = {VakNumArray of 3 = {3, 4\.5, -1}}",
+        "torn": r"VakNumArray of 2 = {.*[Cc]annot access memory at address 0x10.*}",
         "*profits._impl": r"VakArrayI: 3 elements of 8 bytes, capacity 4",
     },
     {
@@ -70,6 +71,9 @@ STOPS = [
         r"identifiers = \d+ identifiers in use of 256, algorithms = \(anonymous namespace\)::Onlooker, "
         r"destroyables = 0, plug-ins = none, properties = 1 property = {level = 2}}",
         "*env._impl->_idManager": r'\d+ identifiers in use of 256 = {#0 = variable "x", .*',
+        "env._impl->_symbolTable->_table": r"VakEnvHashTable<(char const|const char) ?\*, VakSymbolI ?\*> with "
+        r'\d+ items? in 31 buckets = {.*\[0x[0-9a-f]+ "blue"\] = 0x[0-9a-f]+.*}',
+        "*env._impl->_numDomains": r"VakNumSharedDomainHash with \d+ items? in 31 buckets = {.*}",
         "manager": r'environment "workshop" with .*',
         "noEnv": r"empty VakEnv",
         "failure": r'VakWrongUsage: "Used wrongly\."',

@@ -42,7 +42,11 @@ void lookAtArrays(VakEnv env) {
   VakBoolArray none;
   VakNumArray2 rows(env, 0);
   rows.add(profits);
+  VakNumArray torn(env, 2);
+  char** const data = torn.getImpl()->_data;
+  torn.getImpl()->_data = reinterpret_cast<char**>(16);
   stopHere();
+  torn.getImpl()->_data = data;
   keep(profits, counts, none, rows);
 }
 

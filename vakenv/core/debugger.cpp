@@ -13,12 +13,25 @@
 #include "vakenv/properties/property_set.h"
 #include "vakenv/properties/property_set_impl.h"
 #include "vakenv/registry/destroyable.h"
+#include "vakenv/tables/chained_table.h"
 #include "vakenv/types/exceptions.h"
 #include "vakmodel/contract/algorithm.h"
 #include "vakmodel/contract/extractable.h"
 #include "vakmodel/contract/linear_term.h"
+#include "vakmodel/domains/range.h"
 #include "vakmodel/domains/var_domain.h"
 #include "vaksupport/symbol_table.h"
+
+namespace {
+
+// An item of one of the library's own tables: naming its size makes the compiler describe it.
+template <class K, class V>
+struct ItemOf {
+  static_assert(sizeof(VakHashItem<K, V>) > 0);
+  const VakHashItem<K, V>* item = nullptr;
+};
+
+}  // namespace
 
 struct VakDebuggerTypes {
   const char* script = &VakDebuggerScript;
@@ -30,6 +43,10 @@ struct VakDebuggerTypes {
   const VakSymbolTable* symbols = nullptr;
   const VakIntSharedDomainHash* intDomains = nullptr;
   const VakNumSharedDomainHash* numDomains = nullptr;
+  ItemOf<const char*, VakSymbolI*> symbolItem = {};
+  ItemOf<VakIntRangeI*, VakVarDomainI*> intDomainItem = {};
+  ItemOf<VakNumRangeI*, VakVarDomainI*> numDomainItem = {};
+  ItemOf<VakDestroyableI*, VakDestroyableList::Element*> destroyableItem = {};
   const VakArrayI* array = nullptr;
   const VakExtension* extension = nullptr;
   const VakExtension::VakObjectExtension* objectExtension = nullptr;

@@ -35,7 +35,9 @@ TEST(FormatNumber, HasWordsForWhatIsNoFiniteNumber) {
 }
 
 TEST(FormatSeconds, ChoosesTheUnit) {
-  EXPECT_EQ(formatSeconds(0), "0.0 ms");
+  EXPECT_EQ(formatSeconds(0), "0 us");
+  EXPECT_EQ(formatSeconds(0.0000994), "99 us");
+  EXPECT_EQ(formatSeconds(0.0000996), "0.1 ms");
   EXPECT_EQ(formatSeconds(0.00042), "0.4 ms");
   EXPECT_EQ(formatSeconds(0.00994), "9.9 ms");
   EXPECT_EQ(formatSeconds(0.00996), "10 ms");
