@@ -2,7 +2,8 @@
 """Lists the public functions of the library's installed headers, one "Class::function" a line.
 
 Read from the headers that the modules' CMakeLists.txt name as HEADERS and EXTENSION_HEADERS. Overloads are
-one entry; a constructor is "Class::Class", a free function is named alone. Left out: destructors, deleted
+one entry; a constructor is "Class::Class", a conversion "Class::operator_bool", a free function is named
+alone. Left out: destructors, deleted
 functions, what a class declares only to forbid or to place it (operators new and delete), and what the
 stamps of the type system add.
 
@@ -97,8 +98,8 @@ def function_name(head):
         return None
     name = re.sub(r"\s+", " ", match[1]).replace("operator ", "operator") if match[1].startswith("operator") else match[1]
     if re.match(r"operator\s+[A-Za-z]", match[1]):
-        name = "operator " + match[1].split()[1]
-    if name.startswith("~") or name in ("operator new", "operator delete"):
+        name = "operator_" + match[1].split()[1]
+    if name.startswith("~") or name in ("operator_new", "operator_delete"):
         return None
     return name
 

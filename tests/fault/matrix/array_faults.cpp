@@ -153,7 +153,7 @@ const std::vector<VakFaultOperation> _operations = {
                        .undo = [&copy] { delete copy; }};
      }},
     {"add elements one by one",
-     "VakArray::add VakArrayI::grow VakArrayI::growAhead VakArrayI::isAppendWithinChunk",
+     "VakArray::add VakArrayI::grow VakArrayI::growAhead* VakArrayI::isAppendWithinChunk*",
      [](VakStage& s) {
        auto& array = s.keep<VakIntArray>(s.env, 0);
        return VakScene{.act =
@@ -166,7 +166,7 @@ const std::vector<VakFaultOperation> _operations = {
                        .mayKeep = Cleared};
      }},
     {"append an array to itself and a list in braces",
-     "VakArray::append VakArrayI::addArray VakArrayI::addElements",
+     "VakArray::append VakArrayI::addArray* VakArrayI::addElements*",
      [](VakStage& s) {
        auto& array = s.keep<VakIntArray>(makeCounting(s, 20));
        return VakScene{.act =

@@ -31,7 +31,7 @@ void fill(VakEnvI* env) {
 }
 
 const std::vector<VakFaultOperation> _operations = {
-    {"create an environment", "VakEnv::VakEnv VakEnvI::VakEnvI VakInitGlobals",
+    {"create an environment", "VakEnv::VakEnv VakEnvI::VakEnvI VakInitGlobals*",
      [](VakStage& s) {
        auto& fresh = s.keep<VakEnv>(static_cast<VakEnvI*>(nullptr));
        return VakScene{.act = [&] { fresh = VakEnv(); }, .undo = [&] { fresh.end(); }};
@@ -54,12 +54,14 @@ const std::vector<VakFaultOperation> _operations = {
      "VakEnv::getTotalMemoryUsage VakEnv::getIdManagerMemoryUsage VakEnv::getVersion "
      "VakEnvI::getVersion VakEnvI::getMemoryUsage VakEnvI::getTotalMemoryUsage "
      "VakEnvI::getIdManagerMemoryUsage VakEnvI::getUnlistedDestroyables VakEnvI::getUnreleasedIds "
-     "VakEnvI::isRemoving VakEnvI::isDestroying VakEnvI::getSymbolEncoder VakGetEnv",
+     "VakEnvI::isRemoving VakEnvI::isDestroying VakEnvI::getSymbolEncoder VakGetEnv "
+     "VakEnv::operator_VakMemoryManager",
      [](VakStage& s) {
        return VakScene{.act = [&] {
          const VakEnv env = s.env;
-         const VakMemoryManager manager = env.getMemoryManager();
+         const VakMemoryManager manager = env;
          bool fine = env == VakEnv(manager) && VakGetEnv(manager) == env.getImpl();
+         fine = fine && manager == env.getMemoryManager();
          fine = fine && env.getMemoryUsage() <= env.getTotalMemoryUsage();
          fine = fine && s->getMemoryUsage() <= s->getTotalMemoryUsage();
          fine = fine && env.getIdManagerMemoryUsage() == s->getIdManagerMemoryUsage();
@@ -72,7 +74,7 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"make a symbol",
      "VakEnv::makeSymbol VakEnv::getSymbol VakEnvI::makeSymbol VakEnvI::getSymbol "
-     "VakEnvI::hasSymbol VakSymbolTable::make VakSymbolTable::get",
+     "VakEnvI::hasSymbol VakSymbolTable::make* VakSymbolTable::get*",
      [](VakStage& s) {
        return VakScene{.act = [&] { s.env.makeSymbol("flow"); },
                        .afterFailure =
@@ -144,8 +146,8 @@ const std::vector<VakFaultOperation> _operations = {
                        .mayKeep = "the blocks that were taken before are held"};
      }},
     {"take and give back environment memory in thread-safe mode",
-     "VakEnvI::allocate VakEnvI::giveBack VakMTSafeLocalEnvI::alloc VakMTSafeLocalEnvI::free "
-     "VakLocalEnvI::alloc VakLocalEnvI::free",
+     "VakEnvI::allocate VakEnvI::giveBack VakMTSafeLocalEnvI::alloc* VakMTSafeLocalEnvI::free* "
+     "VakLocalEnvI::alloc* VakLocalEnvI::free*",
      [](VakStage& s) {
        auto& block = s.keep<void*>(nullptr);
        return VakScene{.act =
@@ -158,7 +160,7 @@ const std::vector<VakFaultOperation> _operations = {
      },
      VakStageKind::ThreadSafe},
     {"book an identifier in thread-safe mode",
-     "VakMTSafeLocalEnvI::init VakLocalEnvI::init VakLocalEnvI::bookId VakLocalEnvI::releaseId",
+     "VakMTSafeLocalEnvI::init VakLocalEnvI::init VakLocalEnvI::bookId* VakLocalEnvI::releaseId",
      [](VakStage& s) {
        auto& ids = s.keep<std::vector<VakInt>>();
        ids.reserve(300);
@@ -175,7 +177,7 @@ const std::vector<VakFaultOperation> _operations = {
      VakStageKind::ThreadSafe},
     {"switch thread-safe allocation on and off",
      "VakEnv::useMTSafeAllocation VakEnvI::useMTSafeAllocation "
-     "VakMTSafeLocalEnvI::VakMTSafeLocalEnvI VakLocalEnvI::VakLocalEnvI",
+     "VakMTSafeLocalEnvI::VakMTSafeLocalEnvI* VakLocalEnvI::VakLocalEnvI*",
      [](VakStage& s) {
        return VakScene{.act = [&] { s.env.useMTSafeAllocation(1); },
                        .undo = [&] { s.env.useMTSafeAllocation(0); },

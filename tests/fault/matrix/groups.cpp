@@ -3,5 +3,5 @@
 std::vector<VakFaultGroup> VakFaultGroups() {
   return {VakPoolFaults(),   VakEnvironmentFaults(), VakMemoryFaults(),  VakTableFaults(),
           VakArrayFaults(),  VakSupportFaults(),     VakUtilityFaults(), VakPropertyFaults(),
-          VakPlugInFaults(), VakDomainFaults(),      VakRegistryFaults(), VakRemovalFaults()};
+          VakPlugInFaults(), VakDomainFaults(),      VakRegistryFaults(), VakRemovalFaults(), VakVariableFaults(), VakExpressionFaults(), VakModelFaults(), VakAlgorithmFaults()};
 }

@@ -15,10 +15,8 @@
 [[nodiscard]] VakFaultGroup VakRegistryFaults();
 [[nodiscard]] VakFaultGroup VakRemovalFaults();
 [[nodiscard]] VakFaultGroup VakDomainFaults();
-[[nodiscard]] VakFaultGroup VakContractFaults();
 [[nodiscard]] VakFaultGroup VakVariableFaults();
 [[nodiscard]] VakFaultGroup VakExpressionFaults();
-[[nodiscard]] VakFaultGroup VakLinearFaults();
 [[nodiscard]] VakFaultGroup VakModelFaults();
 [[nodiscard]] VakFaultGroup VakAlgorithmFaults();
 

@@ -27,7 +27,7 @@ const std::vector<VakFaultOperation> _operations = {
                          return managerOf(s).findCell("a name") == nullptr ? "" : "half a cell";
                        }};
      }},
-    {"make a plug-in", "VakPlugIn::VakPlugIn VakNotifiedPlugIn::VakNotifiedPlugIn",
+    {"make a plug-in", "VakPlugIn::VakPlugIn VakNotifiedPlugIn::VakNotifiedPlugIn*",
      [](VakStage& s) {
        auto& plugIn = s.keep<VakPlugIn*>(nullptr);
        return VakScene{.act =
@@ -68,7 +68,7 @@ const std::vector<VakFaultOperation> _operations = {
      VakStageKind::Locked},
     {"file and take out an add-on",
      "VakPlugInManager::add VakPlugInManager::remove VakPlugInManager::isCreated "
-     "VakPlugInAddon::VakPlugInAddon VakPlugInAddon::plugInAdded VakPlugInAddon::plugInRemoved",
+     "VakPlugInAddon::VakPlugInAddon* VakPlugInAddon::plugInAdded* VakPlugInAddon::plugInRemoved*",
      [](VakStage& s) {
        managerOf(s).add(VakCreate<VakPlugIn>(s.impl()), "watched");
        managerOf(s).add(VakCreate<VakPlugIn>(s.impl()), "watched");
@@ -101,7 +101,7 @@ const std::vector<VakFaultOperation> _operations = {
      },
      VakStageKind::Locked},
     {"tell notified plug-ins of a change",
-     "VakPlugInManager::apply VakNotifiedPlugIn::notifyChange",
+     "VakPlugInManager::apply VakNotifiedPlugIn::notifyChange*",
      [](VakStage& s) {
        for (int i = 0; i < 3; ++i) managerOf(s).addNotified(VakCreate<VakUserNotified>(s.impl()));
        return VakScene{.act = [&] { managerOf(s).apply(VakUserChange(), nullptr); }};

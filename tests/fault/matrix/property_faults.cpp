@@ -215,20 +215,20 @@ VakScene readOwner(VakStage& s) {
 
 const std::vector<VakFaultOperation> _operations = {
     {"make an integer property",
-     "VakTypedNamedProperty::VakTypedNamedProperty VakNamedProperty::VakNamedProperty "
-     "VakTypedNamedProperty::getValue VakNamedIntPropertyI::VakNamedIntPropertyI "
+     "VakTypedNamedProperty::VakTypedNamedProperty* VakNamedProperty::VakNamedProperty "
+     "VakTypedNamedProperty::getValue VakNamedIntPropertyI::VakNamedIntPropertyI* "
      "VakPreNamedPropertyI::VakPreNamedPropertyI VakNamedPropertyI::VakNamedPropertyI "
      "VakNamedIntPropertyI::getValue VakNamedProperty::end",
      [](VakStage& s) { return makeProperty<VakNamedIntProperty>(s, 3L); }},
-    {"make a numeric property", "VakNamedNumPropertyI::VakNamedNumPropertyI "
+    {"make a numeric property", "VakNamedNumPropertyI::VakNamedNumPropertyI* "
      "VakNamedNumPropertyI::getValue",
      [](VakStage& s) { return makeProperty<VakNamedNumProperty>(s, 3.5); }},
-    {"make a property of an object", "VakNamedAnyPropertyI::VakNamedAnyPropertyI "
+    {"make a property of an object", "VakNamedAnyPropertyI::VakNamedAnyPropertyI* "
      "VakNamedAnyPropertyI::getValue",
      [](VakStage& s) { return makeProperty<VakNamedAnyProperty>(s, static_cast<void*>(&s)); }},
     {"make a text property",
-     "VakNamedStringPropertyI::VakNamedStringPropertyI VakNamedPropertyI::cloneString "
-     "VakNamedPropertyI::freeString VakNamedStringPropertyI::getValue",
+     "VakNamedStringPropertyI::VakNamedStringPropertyI* VakNamedPropertyI::cloneString* "
+     "VakNamedPropertyI::freeString* VakNamedStringPropertyI::getValue",
      [](VakStage& s) {
        return makeProperty<VakNamedStringProperty>(s, static_cast<const char*>("red"));
      }},

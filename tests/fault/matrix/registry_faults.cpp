@@ -45,8 +45,8 @@ void deleteFrom(VakEnvI* env, VakInt firstId) {
 
 const std::vector<VakFaultOperation> _operations = {
     {"create destroyables",
-     "VakDestroyableI::VakDestroyableI VakEnvI::addDestroyable VakEnvI::removeDestroyable "
-     "VakDestroyableList::add VakDestroyableList::remove VakDestroyableList::has "
+     "VakDestroyableI::VakDestroyableI* VakEnvI::addDestroyable VakEnvI::removeDestroyable "
+     "VakDestroyableList::add VakDestroyableList::remove* VakDestroyableList::has "
      "VakDestroyableList::getSize VakDestroyableList::check VakDestroyableList::HashPointer "
      "VakDestroyableList::ComparePointers",
      [](VakStage& s) {
@@ -202,7 +202,7 @@ const std::vector<VakFaultOperation> _operations = {
      "VakEnvI::change VakAlgorithm::CannotChangeException::CannotChangeException "
      "VakAlgorithm::CannotChangeException::end "
      "VakAlgorithm::CannotChangeException::getAlgorithm "
-     "VakAlgorithm::CannotChangeException::getExtractables VakAlgorithm::Exception::Exception",
+     "VakAlgorithm::CannotChangeException::getExtractables VakAlgorithm::Exception::Exception*",
      [](VakStage& s) {
        VakUserNode* node = VakCreate<VakUserNode>(s.impl());
        auto& algorithms = s.keep<std::array<VakRefusingAlgorithm*, 5>>();
@@ -288,7 +288,7 @@ const std::vector<VakFaultOperation> _operations = {
                        .mayKeep = Tables};
      }},
     {"copy what refers to others", "VakEnvI::getClone VakCloneManager::getClone "
-     "VakExtractableI::makeClone",
+     "VakExtractableI::makeClone*",
      [](VakStage& s) {
        const Net net(s.impl());
        const VakInt originals = s->_idManager->_size;
@@ -317,7 +317,7 @@ const std::vector<VakFaultOperation> _operations = {
                        .mayKeep = "copies that were made before stay in the environment"};
      }},
     {"substitute while copying",
-     "VakEnvI::substitute VakCloneManager::pushExpander VakExpanderI::setSubstitute "
+     "VakEnvI::substitute VakCloneManager::pushExpander* VakExpanderI::setSubstitute "
      "VakExpanderI::substitute VakExpanderI::clearSubstitutes VakExpanderI::change",
      [](VakStage& s) {
        const Net net(s.impl());
@@ -367,7 +367,7 @@ const std::vector<VakFaultOperation> _operations = {
      },
      VakStageKind::ThreadSafe},
     {"use and release expressions", "VakEnvI::release VakExprI::use VakExprI::release "
-     "VakExprI::getUseCount VakExprI::VakExprI VakNumExprI::VakNumExprI VakAnyExprI::VakAnyExprI "
+     "VakExprI::getUseCount VakExprI::VakExprI* VakNumExprI::VakNumExprI* VakAnyExprI::VakAnyExprI* "
      "VakNumVarI::VakNumVarI",
      [](VakStage& s) {
        new VakUserAlgorithm(s.impl());

@@ -77,7 +77,7 @@ void removeAndDestroy(const World& w, VakUserNode* node) {
 constexpr const char* Partly = "what was taken out or destroyed before stays so";
 
 const std::vector<VakFaultOperation> _operations = {
-    {"destroy an extractable", "VakEnvI::destroy VakExtractableI::notify",
+    {"destroy an extractable", "VakEnvI::destroy VakExtractableI::notify*",
      [](VakStage& s) {
        new VakUserAlgorithm(s.impl());
        VakUserNode* node = VakCreate<VakUserNode>(s.impl());
@@ -93,8 +93,8 @@ const std::vector<VakFaultOperation> _operations = {
        return VakScene{.act = [&s, node] { s->destroy(node, 1); }, .undo = [node] { delete node; }};
      }},
     {"remove an extractable from all",
-     "VakEnvI::removeFromAll VakExtractableI::removeHidden VakEnvI::abandonRemoval "
-     "VakRecycleBinI::Sweep",
+     "VakEnvI::removeFromAll VakExtractableI::removeHidden VakEnvI::abandonRemoval* "
+     "VakRecycleBinI::Sweep*",
      [](VakStage& s) {
        auto& w = s.keep<World>(s.impl());
        w.onX->_goesWhenEmpty = false;
@@ -232,7 +232,7 @@ const std::vector<VakFaultOperation> _operations = {
     {"install, use and remove a deleter",
      "VakEnvI::setDeleter VakEnvI::unsetDeleter VakEnvI::inhibitDeleter "
      "VakEnvI::setDeleterVerbosityLevel VakBaseDeleterI::VakBaseDeleterI VakBaseDeleterI::start "
-     "VakBaseDeleterI::inhibit VakBaseDeleterI::isInhibited VakBaseDeleterI::setVerbosityLevel "
+     "VakBaseDeleterI::inhibit* VakBaseDeleterI::isInhibited VakBaseDeleterI::setVerbosityLevel* "
      "VakBaseDeleterI::getVerbosityLevel VakBaseDeleterI::isUnused VakBaseDeleterI::reset",
      [](VakStage& s) {
        auto& deleter = s.keep<VakUserDeleter*>(nullptr);
@@ -266,7 +266,7 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"remove and delete through a deleter",
      "VakEnvI::removeAndDelete VakEnvI::removeFromAllAndDestroy VakBaseDeleterI::removeAndDelete "
-     "VakBaseDeleterI::extractableAdded VakBaseDeleterI::extractableRemoved",
+     "VakBaseDeleterI::extractableAdded* VakBaseDeleterI::extractableRemoved*",
      [](VakStage& s) {
        struct Two {
          VakUserNode* first = nullptr;

@@ -98,7 +98,7 @@ VakScene useTable(VakStage& s) {
 
 const std::vector<VakFaultOperation> _operations = {
     {"make a table of the heap", "VakHashTable::VakHashTable", makeTable<OwnedHeapTable>},
-    {"fill a table of the heap", "VakChainedTable::add VakHashItem::VakHashItem",
+    {"fill a table of the heap", "VakChainedTable::add VakHashItem::VakHashItem*",
      fillTable<OwnedHeapTable>},
     {"rehash a table of the heap", "VakChainedTable::reMod", rehashTable<OwnedHeapTable>},
     {"look into a table of the heap",
