@@ -35,13 +35,20 @@ LAYERS = {
     "vakenv/core": 3,
     "vakenv/registry": 3,
     "vakenv/domains": 3,
+    "vakenv/inspect": 3,
     "vakmodel": 4,
     "vaksolver": 5,
 }
 SOLVER_LAYER = LAYERS["vaksolver"]
 ENVIRONMENT_IMPLEMENTATION = "vakenv/core/environment_impl.h"
 MAY_LOOK_INTO_ENVIRONMENT = (1, 2)
-SYSTEM_HEADERS = {"cxxabi.h", "sanitizer/asan_interface.h", "sys/times.h", "unistd.h"}
+SYSTEM_HEADERS = {
+    "cxxabi.h",
+    "sanitizer/asan_interface.h",
+    "sys/mman.h",
+    "sys/times.h",
+    "unistd.h",
+}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 

@@ -6,11 +6,14 @@ set -euo pipefail
 packages=(
   # Build.
   g++ cmake ninja-build ccache
+  # The solver, which brings the readers and writers of model files.
+  pkg-config coinor-libcbc-dev coinor-libcgl-dev coinor-libclp-dev coinor-libcoinutils-dev coinor-libosi-dev
+  zlib1g-dev
   # Test: the libraries, the second compiler and linkers, what reads the tree, the sanitizers' symbols.
   libgtest-dev libgmock-dev libbenchmark-dev
-  clang lld binutils libclang-rt-dev llvm python3 valgrind
+  clang lld binutils libclang-rt-dev llvm python3 valgrind gdb dpkg-dev file
   # Check and document.
-  clang-format clang-tidy gcovr doxygen git ca-certificates
+  clang-format clang-tidy gcovr doxygen graphviz git ca-certificates
 )
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then

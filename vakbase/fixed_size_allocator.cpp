@@ -5,7 +5,7 @@
 #include "vakbase/memory.h"
 
 void* VakFixedSizeAllocatorI::allocateBlock(VakMemory* memory) {
-  const VakMemory::Block block = memory->obtainBlock(_elementSize);
+  const VakMemory::Block block = memory->obtainBlock(_elementSize, this);
   char* const first = static_cast<char*>(block.start);
   char* const last = first + (block.count - 1) * _elementSize;
   if (block.count > 1) {

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <new>
+
+#include "vakbase/slab_cache.h"
 
 namespace {
 
@@ -16,9 +19,13 @@ constexpr unsigned long BlockAlignment = 64;
 constexpr long FirstBlockBytes = 256;
 constexpr long LargestBlockBytes = 16 * 1024;
 
-/// Bytes of the first slab and the bound that doubling stops at.
+/// Bytes of the first slab and the bound that doubling stops at. The slabs before the largest add
+/// up to as much as it: a pool that asks for the first of the largest has outgrown a few megabytes.
 constexpr unsigned long FirstSlabBytes = 4 * 1024;
-constexpr unsigned long LargestSlabBytes = 4 * 1024 * 1024;
+constexpr unsigned long LargestSlabBytes = VakSlabCache::SlabBytes;
+
+/// Regions of so many bytes are worth huge pages.
+constexpr unsigned long HugeRegionBytes = LargestSlabBytes;
 
 /// Elements of so many bytes are regions of their own.
 constexpr unsigned long LargeElementBytes = 32 * 1024;
@@ -30,6 +37,8 @@ constexpr unsigned long FewElements = 8;
 static_assert(FirstBlockBytes % BlockAlignment == 0 && LargestBlockBytes % FirstBlockBytes == 0);
 static_assert(FirstSlabBytes / FewElements >= FirstBlockBytes);
 static_assert(LargeElementBytes <= LargestSlabBytes / FewElements);
+static_assert(LargestBlockBytes <= std::numeric_limits<unsigned short>::max(),
+              "the bound of the next block and the elements of a block take half a word each");
 
 constexpr unsigned long roundDown(unsigned long bytes) { return bytes & ~(BlockAlignment - 1); }
 constexpr unsigned long roundUp(unsigned long bytes) {
@@ -43,7 +52,7 @@ VakMemory::VakMemory(long useMemoryManager) noexcept : _nextSlabBytes(FirstSlabB
     SizeClass& sizeClass = _classes[index];
     sizeClass._allocator._pooled = useMemoryManager;
     sizeClass._allocator._elementSize = getElementSize(index);
-    sizeClass._nextBlockBytes = FirstBlockBytes;
+    sizeClass._growth._nextBlockBytes = FirstBlockBytes;
     _allocators[index] = &sizeClass._allocator;
   }
 }
@@ -54,7 +63,7 @@ VakMemory::~VakMemory() {
     _regions = region->_next;
     // The program's operator delete may not be the sanitizer's and leave the poison where it is.
     VakUnpoison(region, region->_bytes);
-    ::operator delete(region);
+    ReleaseRegion(region);
   }
 }
 
@@ -70,7 +79,24 @@ long VakMemory::getTotalMemoryUsage() const {
   return bytes;
 }
 
-VakMemory::Block VakMemory::obtainBlock(long elementSize) {
+VakMemory::Block VakMemory::obtainBlock(long elementSize, const VakFixedSizeAllocatorI* taker) {
+  const Block block = carveBlock(elementSize);
+  if (Growth* growth = growthOf(taker, elementSize)) {
+    growth->_elements += block.count;
+    ++growth->_blocks;
+    growth->_lastBlock = static_cast<unsigned short>(block.count);
+  }
+  return block;
+}
+
+VakMemory::Growth* VakMemory::growthOf(const VakFixedSizeAllocatorI* taker, long elementSize) {
+  if (taker == nullptr) return nullptr;
+  if (taker == _companion) return &_companionGrowth;
+  SizeClass& sizeClass = _classes[getIndex(elementSize)];
+  return taker == &sizeClass._allocator ? &sizeClass._growth : nullptr;
+}
+
+VakMemory::Block VakMemory::carveBlock(long elementSize) {
   const long index = getIndex(elementSize);
   const auto bytes = static_cast<unsigned long>(elementSize);
   const bool fits = bytes <= static_cast<unsigned long>(_slabEnd - _slabCursor);
@@ -79,11 +105,12 @@ VakMemory::Block VakMemory::obtainBlock(long elementSize) {
   }
   if (!fits) obtainSlab();
   // A block ends with its slab, so that what is left of a slab serves before a new one is obtained.
-  SizeClass& sizeClass = _classes[index];
-  const long available = std::min(sizeClass._nextBlockBytes, _slabEnd - _slabCursor);
+  Growth& growth = _classes[index]._growth;
+  const long available = std::min(long{growth._nextBlockBytes}, _slabEnd - _slabCursor);
   const Block block{_slabCursor, std::max(available / elementSize, 1L)};
   _slabCursor += roundUp(static_cast<unsigned long>(block.count * elementSize));
-  sizeClass._nextBlockBytes = std::min(2 * sizeClass._nextBlockBytes, LargestBlockBytes);
+  growth._nextBlockBytes =
+      static_cast<unsigned short>(std::min(2L * growth._nextBlockBytes, LargestBlockBytes));
   return block;
 }
 
@@ -97,11 +124,30 @@ void VakMemory::obtainSlab() {
 }
 
 VakMemory::Region* VakMemory::obtainRegion(unsigned long bytes) {
-  auto* region = ::new (::operator new(bytes)) Region{_regions, bytes};
+  void* start = nullptr;
+  // Any region of the bytes of a largest slab may come from the cache, for any may go there.
+  if (bytes == LargestSlabBytes) {
+    start = VakSlabCache::Take();
+  } else if (bytes > HugeRegionBytes) {
+    start = VakSlabCache::ObtainHuge(bytes);
+  } else {
+    start = ::operator new(bytes);
+  }
+  auto* region = ::new (start) Region{_regions, bytes};
   VakPoison(region + 1, bytes - sizeof(Region));
   _regions = region;
   _bytesObtained += static_cast<long>(bytes);
   return region;
+}
+
+void VakMemory::ReleaseRegion(Region* region) noexcept {
+  if (region->_bytes == LargestSlabBytes) {
+    VakSlabCache::GiveBack(region);
+  } else if (region->_bytes > HugeRegionBytes) {
+    VakSlabCache::ReleaseHuge(region);
+  } else {
+    ::operator delete(region);
+  }
 }
 
 char* VakMemory::FirstElement(Region* region) {

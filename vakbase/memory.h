@@ -14,8 +14,9 @@
 //               empty; blocks of a class grow from a few hundred bytes to 16 KiB, which stays in
 //               the first-level cache while its elements are handed out
 //   slab        the heap memory that blocks are carved from; slabs grow from 4 KiB to 4 MiB, so
-//   that
-//               a small environment stays small and a large one seldom asks the heap
+//               that a small environment stays small and a large one seldom asks the heap; the
+//               largest lie in huge pages where the system grants them, and wait in the cache of
+//               the process (slab_cache.h) when their pool has ended
 //   region      a slab or a single large element: one block of the heap, in a list of the pool
 //
 // Free elements stay in their class until the pool ends: regions are released all at once by the
@@ -98,21 +99,41 @@ class VakMemory {
   [[nodiscard]] long getTotalMemoryUsage() const;
 
   /// Takes memory for elements of `elementSize` bytes (a multiple of 8) and lets the next block of
-  /// the class that serves them be larger. Throws `std::bad_alloc`, having changed nothing.
-  [[nodiscard]] Block obtainBlock(long elementSize);
+  /// the class that serves them be larger. The block is counted for `taker` if that is a class of
+  /// this pool or its companion. Throws `std::bad_alloc`, having changed nothing.
+  [[nodiscard]] Block obtainBlock(long elementSize, const VakFixedSizeAllocatorI* taker = nullptr);
+
+  /// Counts the blocks of `companion`, an allocator beside the classes, from now on, so that its
+  /// free list can be proved as those of the classes are. There is one at most; it must not have
+  /// taken any block yet.
+  void countFor(const VakFixedSizeAllocatorI* companion) { _companion = companion; }
 
   /// Returns an empty text if the invariants of the pool, of all its classes and of `others`, which
-  /// draw their blocks from it, hold; else what is broken. Costs time and memory in the number of
-  /// free elements.
+  /// draw their blocks from it, hold; else what is broken. Whoever exchanges elements that are not
+  /// pooled with the classes must be among `others`. Costs what a VakMemoryInspection costs.
   [[nodiscard]] std::string check(
       std::initializer_list<const VakFixedSizeAllocatorI*> others = {}) const;
+
+  /// What an allocator obtained in blocks. Blocks stay until the pool ends, and a new one comes
+  /// only when every element is in use, so at that time `_elements` - `_lastBlock` elements were.
+  struct Growth {
+    long _elements = 0;                  ///< Elements of all blocks.
+    unsigned _blocks = 0;                ///< Blocks, or regions of one large element.
+    unsigned short _lastBlock = 0;       ///< Elements of the newest block.
+    unsigned short _nextBlockBytes = 0;  ///< Upper bound of the next block of small elements.
+  };
+
+  /// What the class at `index` obtained.
+  [[nodiscard]] const Growth& getGrowth(long index) const { return _classes[index]._growth; }
+  /// What the companion obtained; the bound of its next block is that of the class of its size.
+  [[nodiscard]] const Growth& getCompanionGrowth() const { return _companionGrowth; }
 
  private:
   /// A size class and the growth of its blocks, 64 bytes so that the words of the usual path of one
   /// class lie together and an index is scaled by a shift.
   struct alignas(16) SizeClass {
     VakFixedSizeAllocatorI _allocator{8};
-    long _nextBlockBytes = 0;  ///< Upper bound of the next block of small elements.
+    Growth _growth;
   };
   static_assert(sizeof(SizeClass) == 64);
 
@@ -132,7 +153,10 @@ class VakMemory {
   [[noreturn, gnu::cold]] static void ThrowTooLarge();
   static char* FirstElement(Region* region);
 
+  Block carveBlock(long elementSize);
+  Growth* growthOf(const VakFixedSizeAllocatorI* taker, long elementSize);
   Region* obtainRegion(unsigned long bytes);
+  static void ReleaseRegion(Region* region) noexcept;
   void obtainSlab();
 
  public:
@@ -140,7 +164,7 @@ class VakMemory {
   VakFixedSizeAllocatorI* _allocators[ClassCount];
 
  private:
-  friend class VakMemoryCheck;  // Reads everything below in order to prove it.
+  friend class VakMemoryInspection;  // Reads everything below in order to prove it.
 
   SizeClass _classes[ClassCount];  ///< The classes by index.
   Region* _regions = nullptr;      ///< Owned; newest region, null before the first.
@@ -148,4 +172,6 @@ class VakMemory {
   char* _slabEnd = nullptr;        ///< End of the newest slab, a multiple of 64.
   unsigned long _nextSlabBytes;    ///< Bytes of the slab that is obtained next.
   long _bytesObtained = 0;         ///< Bytes of all regions.
+  const VakFixedSizeAllocatorI* _companion = nullptr;  ///< Counted beside the classes; not owned.
+  Growth _companionGrowth;                             ///< What the companion obtained.
 };

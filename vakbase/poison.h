@@ -19,6 +19,21 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
+#if defined(VAK_ADDRESS_SANITIZER) || defined(__SANITIZE_THREAD__)
+#define VAK_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#define VAK_SANITIZED 1
+#endif
+#endif
+
+/// True when a sanitizer that follows memory watches this program.
+#ifdef VAK_SANITIZED
+inline constexpr bool VakIsSanitized = true;
+#else
+inline constexpr bool VakIsSanitized = false;
+#endif
+
 #ifdef VAK_ADDRESS_SANITIZER
 
 /// True when the address sanitizer watches this program.
@@ -55,3 +70,4 @@ inline void VakTouch(const volatile void*) {}
 #endif
 
 #undef VAK_ADDRESS_SANITIZER
+#undef VAK_SANITIZED

@@ -5,6 +5,7 @@
 #include "vakbase/exception.h"
 #include "vakbase/globals.h"
 #include "vakbase/numbers.h"
+#include "vakbase/slab_cache.h"
 #include "vakenv/core/multithreading.h"
 #include "vakenv/core/version.h"
 #include "vakenv/memory/env.h"

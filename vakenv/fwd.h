@@ -13,6 +13,7 @@ class VakAllocationList;
 class VakAllocationStack;
 class VakFixedSizeAllocatorI;
 class VakMemory;
+class VakMemoryInspection;
 
 // Types and exceptions.
 class VakRtti;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "vakbase/fault_text.h"
 #include "vakenv/core/create.h"
 #include "vakmodel/annotations.h"
 #include "vakmodel/object_text.h"
@@ -130,32 +131,48 @@ VakExtractableI* VakModelI::makeClone(VakEnvI* env) const {
   return VakCopyAnnotations(this, clone);
 }
 
-std::string VakModelI::check() const {
+std::string VakModelI::check(const VakMemoryInspection* pool) const {
   VakInt variables = 0;
   for (VakInt place = 0; place < _variables.size(); ++place) {
     if (_variables[place] == nullptr) continue;
     ++variables;
-    if (_placeOf[_variables[place]->id] != place + 1) return "a variable is not where it should be";
+    const VakInt known = _placeOf[_variables[place]->id];
+    if (known == place + 1) continue;
+    return VakFaultText("variable ", _variables[place]->id, " stands at place ", place,
+                        " and is looked for at ", known - 1);
   }
-  if (variables != _variables.count()) return "the number of variables is wrong";
+  if (variables != _variables.count()) {
+    return VakFaultText("there are ", variables, " variables of the ", _variables.count(),
+                        " counted");
+  }
   VakInt constraints = 0;
   for (VakInt place = 0; place < _constraints.size(); ++place) {
     if (_constraints[place] == nullptr) continue;
     ++constraints;
-    if (constraintAt(place)->_place != place) return "a constraint does not know its place";
+    const VakConstraintI* constraint = constraintAt(place);
+    if (constraint->_place == place) continue;
+    return VakFaultText("constraint ", constraint->id, " stands at place ", place,
+                        " and takes itself to be at ", constraint->_place);
   }
-  if (constraints != _constraints.count()) return "the number of constraints is wrong";
+  if (constraints != _constraints.count()) {
+    return VakFaultText("there are ", constraints, " constraints of the ", _constraints.count(),
+                        " counted");
+  }
   std::string fault;
   forEachLinear([&](const VakLinearI* linear) {
-    if (fault.empty()) fault = checkTerms(linear);
+    if (fault.empty()) fault = checkTerms(linear, pool);
   });
   return fault;
 }
 
-std::string VakModelI::checkTerms(const VakLinearI* linear) const {
-  if (linear->_model != this) return "an object does not know the model";
+std::string VakModelI::checkTerms(const VakLinearI* linear, const VakMemoryInspection* pool) const {
+  if (linear->_model != this) return VakFaultText("object ", linear->id, " is in another model");
+  const std::string broken = linear->_terms.check(pool);
+  if (!broken.empty()) return VakFaultText("object ", linear->id, ": ", broken);
   for (const VakNumLinExprTermI* t = linear->_terms.first(); t != nullptr; t = t->next) {
-    if (!contains(static_cast<VakModelVarI*>(t->var))) return "a variable in a term is not listed";
+    if (contains(static_cast<VakModelVarI*>(t->var))) continue;
+    return VakFaultText("variable ", t->var->id, " in a term of object ", linear->id,
+                        " is not listed");
   }
-  return linear->_terms.check();
+  return "";
 }

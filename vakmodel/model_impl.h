@@ -144,7 +144,9 @@ class VakModelI final : public VakExtractableI {
 
   void removeHidden(VakInt mode) override;
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
-  [[nodiscard]] std::string check() const;
+  /// An empty text if the invariant holds and, with `pool`, no term is free memory, else what is
+  /// broken.
+  [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
   VakPlacesI _variables;
   VakPlacesI _constraints;
@@ -173,7 +175,8 @@ class VakModelI final : public VakExtractableI {
   void unlinkFrom(VakInt size);
   void checkAddable(const VakLinearI* linear) const;
   [[noreturn, gnu::cold]] void throwAbsent(const VakExtractableI* object) const;
-  [[nodiscard]] std::string checkTerms(const VakLinearI* linear) const;
+  [[nodiscard]] std::string checkTerms(const VakLinearI* linear,
+                                       const VakMemoryInspection* pool) const;
 };
 
 /// Variables that join a model on behalf of a change, and leave it again unless the change is kept.

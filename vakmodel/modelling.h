@@ -17,6 +17,7 @@
 #include "vakenv/arrays.h"
 #include "vakenv/environment.h"
 #include "vakenv/properties.h"
+#include "vakmodel/check.h"
 #include "vakmodel/constraint.h"
 #include "vakmodel/contract/algorithm.h"
 #include "vakmodel/copy.h"

@@ -2,6 +2,8 @@
 
 #include <unordered_set>
 
+#include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakmodel/contract/model_evaluator.h"
 #include "vakmodel/variable_impl.h"
@@ -86,12 +88,20 @@ void VakTermListI::addTo(VakExpr& expr) const {
   }
 }
 
-std::string VakTermListI::check() const {
+// A circle is found as a variable that occurs twice.
+std::string VakTermListI::check(const VakMemoryInspection* pool) const {
   std::unordered_set<const VakNumVarI*> seen;
   for (const VakNumLinExprTermI* term = _first; term != nullptr; term = term->next) {
-    if (term->coef == 0) return "a coefficient is 0";
-    if (!seen.insert(term->var).second) return "a variable occurs twice";
-    if (std::less<>()(_highest, term->var)) return "a variable lies above the highest";
+    if (pool != nullptr && pool->isFree(term)) {
+      return VakFaultText("term ", seen.size(), " is free memory");
+    }
+    const void* var = term->var;
+    if (term->coef == 0) return VakFaultText("the coefficient of variable ", var, " is 0");
+    if (!seen.insert(term->var).second) return VakFaultText("variable ", var, " occurs twice");
+    if (std::less<>()(_highest, term->var)) {
+      return VakFaultText("variable ", var, " lies above the highest");
+    }
   }
-  return static_cast<VakInt>(seen.size()) == _size ? "" : "the number of terms is wrong";
+  if (static_cast<VakInt>(seen.size()) == _size) return "";
+  return VakFaultText("there are ", seen.size(), " terms of the ", _size, " counted");
 }

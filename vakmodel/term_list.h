@@ -74,8 +74,9 @@ class VakTermListI {
   [[nodiscard]] VakNum evaluate(const VakModelEvaluatorI& point) const;
   /// Appends the terms to `expr`.
   void addTo(VakExpr& expr) const;
-  /// An empty text if the invariant holds, else what is broken.
-  [[nodiscard]] std::string check() const;
+  /// An empty text if the invariant holds and, with `pool`, no term is free memory, else what is
+  /// broken.
+  [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
  private:
   [[nodiscard]] VakNumLinExprTermI* findByWalk(const VakNumVarI* var) const;

@@ -8,11 +8,16 @@
 #include "vakenv/domains/shared_domain_hash.h"
 #include "vakmodel/annotations.h"
 #include "vakmodel/changes.h"
+#include "vakmodel/debugger.h"
 #include "vakmodel/report.h"
 
 namespace {
 
 constexpr VakInt LargestExactInt = VakInt{1} << 53;
+
+// Links what debuggers read into every program that has variables.
+[[gnu::used, gnu::retain]] const VakModelDebuggerTypes* const DescribedTypes =
+    &VakDescribedModelTypes;
 
 bool isUsual(VakVarKind kind, VakNum lb, VakNum ub) {
   return lb == 0 && ub == (kind == VakVarKind::Boolean ? 1 : VakGetInfinity());

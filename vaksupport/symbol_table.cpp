@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "vakbase/fault_text.h"
+
 namespace {
 
 constexpr VakInt FirstEncoderCapacity = 16;  // symbols; doubled when it is used up
@@ -77,6 +79,25 @@ VakSymbolI* VakSymbolTable::makeSymbol(const char* name) {
 
 void VakSymbolTable::giveBackSymbol(VakSymbolI* symbol) {
   VakFreeIn(_env, symbol, blockSize(symbol->getLength()));
+}
+
+std::string VakSymbolTable::check() const {
+  const std::string broken = VakNameFault("names", _table.check());
+  if (!broken.empty()) return broken;
+  if (_table._nbItems != getSize()) {
+    return VakFaultText(getSize(), " symbols have numbers, ", _table._nbItems, " have names");
+  }
+  VakInt code = 0;
+  for (const VakSymbolI* symbol : getSymbols()) {
+    if (symbol->getCode() != code) {
+      return VakFaultText("the symbol at number ", code, " has the code ", symbol->getCode());
+    }
+    if (get(symbol->getName()) != symbol) {
+      return VakFaultText("the name \"", symbol->getName(), "\" does not lead to symbol ", code);
+    }
+    ++code;
+  }
+  return "";
 }
 
 // FNV-1a over the characters.

@@ -8,6 +8,7 @@
 // table live in the environment's memory and go with the symbol table.
 
 #include <span>
+#include <string>
 
 #include "vakenv/fwd.h"
 #include "vakenv/memory/env_object.h"
@@ -97,6 +98,10 @@ class VakSymbolTable : public VakEnvObjectI {
   [[nodiscard]] std::span<VakSymbolI* const> getSymbols() const {
     return {_encoder._symbols, static_cast<std::size_t>(_encoder._size)};
   }
+
+  /// An empty text if hash table and encoder hold the same symbols, each under its name and its
+  /// number, else what is broken. Costs time in the characters of all names.
+  [[nodiscard]] std::string check() const;
 
   /// The bucket of a name among `size`; every character counts. `size` must be positive.
   [[nodiscard]] static VakInt HashName(const char* name, VakInt size);

@@ -2,9 +2,12 @@
 
 #include <cassert>
 
+#include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/memory/create.h"
 #include "vakenv/memory/env_memory.h"
 #include "vakenv/memory/env_object.h"
+#include "vakenv/memory/id_manager.h"
 #include "vakenv/tables/env_hash_table.h"
 #include "vakmodel/contract/extractable.h"
 
@@ -154,14 +157,28 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
     *link = walk->_otherWalk;
   }
 
-  [[nodiscard]] const char* check() const {
+  [[nodiscard]] std::string check(const VakIdManager* ids, const VakMemoryInspection* pool) const {
+    std::string broken = VakNameFault("index", _index.check());
+    if (broken.empty()) broken = VakNameFault("classes", _classes.check());
+    if (broken.empty()) broken = checkChain(_waiting, nullptr, ids, pool);
+    if (!broken.empty()) return broken;
     VakInt entries = _waiting.length;
-    if (!isWhole(_waiting, nullptr)) return "the waiting chain is broken";
+    VakInt classes = 0;
     for (const ClassList* list = _lastClass; list != nullptr; list = list->earlier) {
-      if (!isWhole(list->chain, list)) return "the chain of a class is broken";
+      ClassList* indexed = nullptr;
+      if (++classes > _classes._nbItems || _classes.find(list->type, indexed) != VakHashDone ||
+          indexed != list) {
+        return VakFaultText("the list of class number ", classes, " is not in the index");
+      }
+      broken = checkChain(list->chain, list, ids, pool);
+      if (!broken.empty()) return broken;
       entries += list->chain.length;
     }
-    return entries == _index._nbItems ? "" : "index and lists hold different numbers of entries";
+    if (classes != _classes._nbItems) {
+      return VakFaultText(classes, " classes have lists, the index has ", _classes._nbItems);
+    }
+    if (entries == _index._nbItems) return "";
+    return VakFaultText("the lists hold ", entries, " entries, the index ", _index._nbItems);
   }
 
  private:
@@ -190,17 +207,36 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
     }
   }
 
-  bool isWhole(const Chain& chain, const ClassList* list) const {
+  std::string checkChain(const Chain& chain, const ClassList* list, const VakIdManager* ids,
+                         const VakMemoryInspection* pool) const {
+    const char* name = list == nullptr ? "the waiting chain" : "the chain of a class";
     VakInt length = 0;
     const Entry* newer = nullptr;
     for (const Entry* entry = chain.newest; entry != nullptr; entry = entry->older) {
+      if (++length > _index._nbItems) return VakFaultText(name, " runs in a circle");
+      const void* address = entry->e;
       Entry* indexed = nullptr;
-      const bool known = _index.find(entry->e, indexed) == VakHashDone && indexed == entry;
-      if (!known || entry->newer != newer || entry->list != list) return false;
+      if (_index.find(entry->e, indexed) != VakHashDone || indexed != entry) {
+        return VakFaultText(name, " has ", address, ", which the index does not lead to");
+      }
+      if (entry->newer != newer || entry->list != list) {
+        return VakFaultText(name, " has ", address, " with wrong links");
+      }
+      if (pool != nullptr && pool->isFree(address)) {
+        return VakFaultText(name, " has ", address, ", which is free memory");
+      }
+      if (ids != nullptr && !IsRegistered(entry->e, *ids)) {
+        return VakFaultText(name, " has ", address, ", which is not registered");
+      }
       newer = entry;
-      ++length;
     }
-    return chain.oldest == newer && chain.length == length;
+    if (chain.oldest == newer && chain.length == length) return "";
+    return VakFaultText(name, " has ", length, " entries and counts ", chain.length,
+                        ", or its oldest is wrong");
+  }
+
+  static bool IsRegistered(const VakExtractableI* e, const VakIdManager& ids) {
+    return ids.isInTable(e->id) && (ids._data[e->id] == e || ids.isHidden(e->id));
   }
 
   VakEnvHashTable<VakExtractableI*, Entry*> _index;   ///< From an extractable to its entry.
@@ -234,7 +270,10 @@ void VakTypedListManager::end([[maybe_unused]] VakEnvI* env) {
   delete lists;
 }
 
-const char* VakTypedListManager::check() const { return _lists == nullptr ? "" : _lists->check(); }
+std::string VakTypedListManager::check(const VakIdManager* ids,
+                                       const VakMemoryInspection* pool) const {
+  return _lists == nullptr ? "" : _lists->check(ids, pool);
+}
 
 VakTypedListManager::Iterator::Iterator(const VakTypedListManager& manager, VakTypeInfo type)
     : _lists(manager._lists), _type(type), _e(nullptr), _next(nullptr), _otherWalk(nullptr) {

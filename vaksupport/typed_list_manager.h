@@ -9,6 +9,8 @@
 // An extractable is registered by the constructor of its base class, when it does not know its
 // class yet. So entries wait in a list of their own until somebody asks, and are filed then.
 
+#include <string>
+
 #include "vakenv/fwd.h"
 #include "vakenv/types/rtti.h"
 
@@ -41,8 +43,11 @@ class VakTypedListManager {
   /// Releases all lists, not the extractables, and switches off. `env` is the environment that was
   /// given to switchOn.
   void end(VakEnvI* env);
-  /// An empty text if index and lists agree, else what is broken.
-  [[nodiscard]] const char* check() const;
+  /// An empty text if index and lists agree, else what is broken. With `ids`, the identifiers of
+  /// the environment, every listed extractable must be registered there; with `pool`, none may lie
+  /// in free memory. Files nothing and takes no memory of the environment.
+  [[nodiscard]] std::string check(const VakIdManager* ids = nullptr,
+                                  const VakMemoryInspection* pool = nullptr) const;
 
   Lists* _lists = nullptr;  ///< The lists, owned until end(); null while switched off.
 

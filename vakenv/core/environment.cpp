@@ -8,6 +8,7 @@
 #include "vakbase/allocation_list.h"
 #include "vakbase/globals.h"
 #include "vakenv/core/create.h"
+#include "vakenv/core/debugger.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/core/version.h"
 #include "vakenv/domains/shared_domain_hash.h"
@@ -24,6 +25,9 @@ namespace {
 
 constexpr VakInt PooledMemoryFlag = 1;  // bit 0 of _flags
 constexpr VakInt SymbolTableSize = 31;  // buckets of a fresh symbol table
+
+// Links what debuggers read into every program that has an environment.
+[[gnu::used, gnu::retain]] const VakDebuggerTypes* const DescribedTypes = &VakDescribedTypes;
 
 bool usesPooledMemory() { return std::getenv("VAK_NO_MEMORY_MANAGER") == nullptr; }
 
@@ -68,6 +72,7 @@ void VakEnvI::makeTermAllocator() {
   _termSize = TermSize;
   _termAllocator = new VakFixedSizeAllocatorI(_termSize);
   _termAllocator->_pooled = _useMemoryManager;
+  _memory.countFor(_termAllocator);
   if (_useMemoryManager == 0 && _termAllocator->_list == nullptr) {
     _termAllocator->_list = new VakAllocationList;
   }

@@ -18,6 +18,7 @@
 
 #include <mutex>
 #include <ostream>
+#include <string>
 
 #include "vakbase/fixed_size_allocator.h"
 #include "vakbase/memory.h"
@@ -67,6 +68,20 @@ class VakEnvI {
   [[nodiscard]] VakInt getIdManagerMemoryUsage() const;
   /// Frees the identifier of an extractable, sets it to -1 and deletes it; ignores null.
   void removeVerticalEnv(void* obj);
+
+  /// Proves the invariants of everything the environment holds: the pool with its free lists, the
+  /// record, identifiers and extractables, destroyables, typed lists, algorithms, plug-ins, the
+  /// running removal, clones, symbols, shared domains, properties, mark arrays. Returns an empty
+  /// text if all hold; else a line for each structure that is broken, which names it and what is
+  /// wrong with which value. When the pool is broken, that is the only line, for what lies in it
+  /// cannot be trusted.
+  ///
+  /// Callable from the end of the constructor until the plug-ins are gone in end(), also from
+  /// within callbacks and destructors; no other thread may use the environment meanwhile. Changes
+  /// nothing and takes no memory from the environment: it works on the general heap and throws
+  /// std::bad_alloc. The time is linear in what the environment holds, with a logarithm for putting
+  /// free memory in order. Models prove themselves: see VakCheckModels.
+  [[nodiscard]] std::string check() const;
 
   // ---- The allocation path ----------------------------------------------------------------------
 
@@ -324,6 +339,14 @@ class VakEnvI {
   void finishRemoval();
   // Releases the recycle bin silently; nothing when there is none.
   void closeRecycleBin();
+  // The parts of check() whose structures are members of the record; see environment_check.cpp.
+  [[nodiscard]] std::string checkRecord() const;
+  [[nodiscard]] std::string checkMarkArrays() const;
+  [[nodiscard]] std::string checkExtractables(const VakMemoryInspection& pool) const;
+  [[nodiscard]] std::string checkDestroyables(const VakMemoryInspection& pool) const;
+  [[nodiscard]] std::string checkAlgorithms(const VakMemoryInspection& pool) const;
+  [[nodiscard]] std::string checkDomains(const VakMemoryInspection& pool) const;
+  [[nodiscard]] std::string checkProperties(const VakMemoryInspection& pool) const;
   // A block for this many identifiers, cleared. Throws VakMemoryException.
   static void** NewMarkArray(VakInt identifiers);
 };

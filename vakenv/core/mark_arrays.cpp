@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <new>
 
+#include "vakbase/fault_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/types/exceptions.h"
@@ -78,6 +79,17 @@ void VakEnvI::freeMarks() {
     _markArray = linkOf(block);
     delete[] block;
   }
+}
+
+std::string VakEnvI::checkMarkArrays() const {
+  const auto next = [](void* const* block) { return linkOf(const_cast<void**>(block)); };
+  return VakCheckChain(_markArray, next, [](void* const* block) -> std::string {
+    const auto lent = reinterpret_cast<VakInt>(block[1]);
+    const auto capacity = reinterpret_cast<VakInt>(block[2]);
+    if (lent != 0 && lent != 1) return VakFaultText("the in-use flag of a block is ", lent);
+    if (capacity >= SpareMarks) return "";
+    return VakFaultText("the capacity of a block is ", capacity);
+  });
 }
 
 void VakEnvI::saveValue(void** address) {

@@ -50,6 +50,8 @@ VakInt VakEnv::getMemoryUsage() const { return checked(_impl)->getMemoryUsage();
 
 VakInt VakEnv::getTotalMemoryUsage() const { return checked(_impl)->getTotalMemoryUsage(); }
 
+std::string VakEnv::check() const { return checked(_impl)->check(); }
+
 VakInt VakEnv::getIdManagerMemoryUsage() const { return checked(_impl)->getIdManagerMemoryUsage(); }
 
 const char* VakEnv::getVersion() const { return checked(_impl)->getVersion(); }

@@ -2,6 +2,8 @@
 
 // The handle of an environment.
 
+#include <string>
+
 #include "vakbase/exception.h"
 #include "vakenv/fwd.h"
 #include "vakenv/memory/memory_manager.h"
@@ -48,6 +50,12 @@ class VakEnv {
   [[nodiscard]] VakInt getIdManagerMemoryUsage() const;
   /// The text that names the library, its version and date.
   [[nodiscard]] const char* getVersion() const;
+
+  /// Proves the invariants of everything the environment holds: an empty text if all hold, else a
+  /// line for each structure that is broken. For tests, debug builds and whoever looks for a fault;
+  /// see VakEnvI::check for what it covers and costs. Takes no memory from the environment. Throws
+  /// std::bad_alloc.
+  [[nodiscard]] std::string check() const;
 
   /// Switches thread-safe allocation on (non-zero) or off; see VakEnvI::useMTSafeAllocation.
   ///

@@ -1,8 +1,8 @@
 #include "vakenv/memory/id_manager.h"
 
 #include <algorithm>
-#include <vector>
 
+#include "vakbase/fault_text.h"
 #include "vakbase/memory.h"
 
 namespace {
@@ -52,20 +52,40 @@ void VakIdManager::growData(VakInt newCapacity, VakInt oldCapacity) {
 }
 
 std::string VakIdManager::check() const {
-  if (_size < 0 || _size > _capacity) return "the size is outside the table";
-  if (_data == nullptr) return _free == nullptr ? "" : "a free slot without a table";
-  std::vector<bool> seen(static_cast<std::size_t>(_capacity));
+  if (_size < 0 || _size > _capacity) {
+    return VakFaultText("the size ", _size, " is outside the table of ", _capacity, " slots");
+  }
+  if (_data == nullptr) return _free == nullptr ? "" : "there is a free slot without a table";
+  std::vector<bool> isFree(static_cast<std::size_t>(_capacity));
+  const std::string broken = checkFreeList(isFree);
+  if (!broken.empty()) return broken;
+  for (VakInt id = 0; id < _capacity; ++id) {
+    if (isFree[static_cast<std::size_t>(id)]) continue;
+    if (isLink(_data[id])) return VakFaultText("free slot ", id, " is not in the free list");
+    if (id >= _size) return VakFaultText("slot ", id, " is in use beyond the size ", _size);
+  }
+  return "";
+}
+
+std::string VakIdManager::checkFreeList(std::vector<bool>& isFree) const {
+  const VakInt last = _capacity - 1;
   const void* link = _free;
   while (true) {
-    if (!isLink(link)) return "the free list leaves the table";
-    const unsigned long offset =
-        reinterpret_cast<unsigned long>(link) - reinterpret_cast<unsigned long>(_data);
-    if (offset % sizeof(void*) != 0) return "the free list runs between two slots";
-    const unsigned long slot = offset / sizeof(void*);
-    if (slot + 1 == seen.size()) return "";
-    if (seen[slot]) return "the free list runs in a circle";
-    seen[slot] = true;
+    if (!isLink(link)) return VakFaultText("the free list leaves the table at ", link);
+    const auto offset = static_cast<VakInt>(reinterpret_cast<unsigned long>(link) -
+                                            reinterpret_cast<unsigned long>(_data));
+    const VakInt slot = offset / static_cast<VakInt>(sizeof(void*));
+    if (offset % static_cast<VakInt>(sizeof(void*)) != 0) {
+      return VakFaultText("the free list runs between two slots after slot ", slot);
+    }
+    if (isFree[static_cast<std::size_t>(slot)]) {
+      return VakFaultText("the free list runs in a circle through slot ", slot);
+    }
+    isFree[static_cast<std::size_t>(slot)] = true;
     link = _data[slot];
+    if (slot != last) continue;
+    return link == _data + last ? ""
+                                : VakFaultText("the free list goes on behind the last slot ", last);
   }
 }
 

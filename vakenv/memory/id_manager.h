@@ -13,6 +13,7 @@
 // are; they then point into the old table, outside the new one, and read as occupied.
 
 #include <string>
+#include <vector>
 
 #include "vakenv/fwd.h"
 
@@ -88,8 +89,9 @@ class VakIdManager {
   [[nodiscard]] static void* HiddenMark() { return reinterpret_cast<void*>(-1L); }
 
   /// An empty text if the free list runs through distinct slots of the table and ends at its last
-  /// one, else what is broken. A list from which the growth test dropped slots passes. Costs time
-  /// and memory in the number of slots.
+  /// one, every slot that holds a link is in it, and so is every slot from _size on; else what is
+  /// broken. A list from which the growth test dropped slots passes. Costs time and memory, from
+  /// the general heap, in the number of slots.
   [[nodiscard]] std::string check() const;
 
   VakMemory* _memory;  ///< Pool of the table; not owned.
@@ -101,6 +103,8 @@ class VakIdManager {
  private:
   void startAnew();
   void growData(VakInt newCapacity, VakInt oldCapacity);
+  // Marks the slots of the free list; an empty text, or what is broken in it.
+  [[nodiscard]] std::string checkFreeList(std::vector<bool>& isFree) const;
 };
 
 /// Walks the occupied slots in increasing order. Deliberate: null and -1 count as occupied.

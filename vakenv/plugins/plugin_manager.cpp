@@ -2,7 +2,11 @@
 
 #include <cassert>
 #include <cstring>
+#include <string_view>
+#include <unordered_set>
 
+#include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/plugins/plugin.h"
 
@@ -18,6 +22,21 @@ bool unlink(T*& head, T* element, VakWalk<T>* walks) {
   VakWalk<T>::Skip(walks, element);
   *link = element->next;
   return true;
+}
+
+// What is broken in the list of plug-ins or add-ons from `head` on; empty for nothing.
+template <class T>
+std::string checkFiled(const char* kind, const T* head, const VakEnvI* env,
+                       const VakMemoryInspection* pool) {
+  const auto next = [](const T* element) { return element->next; };
+  return VakCheckChain(head, next, [&](const T* element) -> std::string {
+    const void* address = element;
+    if (pool != nullptr && pool->isFree(address)) {
+      return VakFaultText(kind, " ", address, " is free memory");
+    }
+    if (element->_env == env) return "";
+    return VakFaultText(kind, " ", address, " belongs to another environment");
+  });
 }
 
 }  // namespace
@@ -156,6 +175,33 @@ void VakPlugInManager::removeNotified(VakNotifiedPlugIn* p) {
 void VakPlugInManager::apply(const VakChange& c, const VakExtractableI* e) const {
   VakWalk<VakNotifiedNode> walk(env->_registry.plugIns.notified, notified);
   while (const VakNotifiedNode* node = walk.next()) node->plugIn->notifyChange(c, e);
+}
+
+std::string VakPlugInManager::check(const VakMemoryInspection* pool) const {
+  std::unordered_set<std::string_view> names;
+  const auto next = [](const auto* element) { return element->next; };
+  const auto isGone = [pool](const void* p) { return pool != nullptr && pool->isFree(p); };
+  const std::string broken = VakCheckChain(first, next, [&](const VakCell* cell) -> std::string {
+    if (isGone(cell)) return "the list of cells leads into free memory";
+    if (cell->name == nullptr || isGone(cell->name)) return "a cell has no name";
+    const std::string cellName = VakFaultText("cell \"", cell->name, "\"");
+    std::string fault = checkFiled("plug-in", cell->plugIns, env, pool);
+    if (fault.empty()) fault = checkFiled("add-on", cell->addons, env, pool);
+    if (!fault.empty()) return cellName + ": " + fault;
+    // A name that was seen before can also be a circle, which the walk finds by itself.
+    const bool isNew = names.insert(cell->name).second;
+    return isNew || findCell(cell->name) == cell ? "" : cellName + " stands behind another of it";
+  });
+  if (!broken.empty()) return broken;
+  const auto checkNotified = [&](const VakNotifiedNode* node) -> std::string {
+    if (isGone(node)) return "the list of notified plug-ins leads into free memory";
+    const void* plugIn = node->plugIn;
+    if (plugIn == nullptr) return "a notified plug-in is null";
+    if (isGone(plugIn)) return VakFaultText("notified plug-in ", plugIn, " is free memory");
+    if (node->plugIn->_env == env) return "";
+    return VakFaultText("notified plug-in ", plugIn, " belongs to another environment");
+  };
+  return VakCheckChain(notified, next, checkNotified);
 }
 
 VakInt VakPlugInManager::isCreated(VakTypeInfo type, const char* name) const {

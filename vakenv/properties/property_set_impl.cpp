@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/memory/create.h"
 #include "vakenv/properties/named_property_impl.h"
 #include "vakenv/properties/property_set.h"
@@ -141,6 +143,31 @@ VakNamedPropertySetI* VakNamedPropertySetI::makeDeepCopy(VakMemoryManager manage
     throw;
   }
   return copy;
+}
+
+std::string VakNamedPropertySetI::check(
+    const VakMemoryInspection* pool,
+    std::unordered_map<const VakNamedPropertyI*, VakInt>* entries) const {
+  const auto isGone = [pool](const void* p) { return pool != nullptr && pool->isFree(p); };
+  const auto next = [](const PropertyList* entry) { return entry->_next; };
+  const PropertyList* before = nullptr;
+  return VakCheckChain(_first, next, [&](const PropertyList* entry) -> std::string {
+    if (isGone(entry)) return "the list leads into free memory";
+    const void* property = entry->_property;
+    if (property == nullptr || isGone(property)) {
+      return VakFaultText("property ", property, " is free memory");
+    }
+    if (entry->_previous != nullptr && entry->_previous != before) {
+      return VakFaultText("the previous link of the entry of property ", property, " is wrong");
+    }
+    before = entry;
+    const VakInt holders = entry->_property->_holders;
+    if (entries == nullptr || holders <= 0) return "";
+    const VakInt count = ++(*entries)[entry->_property];
+    if (holders >= count) return "";
+    return VakFaultText("property ", property, " is held ", holders, " times and stands in ", count,
+                        " entries");
+  });
 }
 
 bool VakNamedPropertySetI::isConsistent() const {

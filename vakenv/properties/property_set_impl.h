@@ -5,6 +5,9 @@
 // A set is a doubly linked list, newest entry first. Its entries come from the set's memory
 // manager; the properties are shared with other sets by counting holds.
 
+#include <string>
+#include <unordered_map>
+
 #include "vakenv/fwd.h"
 #include "vakenv/memory/memory_manager_object.h"
 
@@ -70,6 +73,14 @@ class VakNamedPropertySetI : public VakMemoryManagerObjectI {
   /// owned by the caller; deleting it deletes the copies. Nothing remains when a copy fails.
   [[nodiscard]] VakNamedPropertySetI* makeDeepCopy(VakMemoryManager manager) const;
 
+  /// An empty text if no link is wrong, else what is broken. Every set has to pass, also one made
+  /// by makeClone, whose entries lack previous links and do not hold: a previous link that is there
+  /// leads to the entry before. With `pool`, no property may be free memory. Counts in `entries`,
+  /// if it is not null, how often each property stands in the sets looked at; one that is held at
+  /// all is held as often. Linear time; `entries` takes memory from the general heap.
+  [[nodiscard]] std::string check(
+      const VakMemoryInspection* pool = nullptr,
+      std::unordered_map<const VakNamedPropertyI*, VakInt>* entries = nullptr) const;
   /// True when the invariant of a set built by insertion holds. Linear time.
   [[nodiscard]] bool isConsistent() const;
 

@@ -1,5 +1,8 @@
 #include "vakenv/registry/clone_manager.h"
 
+#include <vector>
+
+#include "vakbase/fault_text.h"
 #include "vakenv/arrays/array_impl.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/create.h"
@@ -141,6 +144,24 @@ void VakCloneManager::setClone(VakExtractableI* e, VakExtractableI* c) {
 
 void VakCloneManager::forget(VakInt id) noexcept {
   if (id >= 0 && id < clones->_size) entry(id) = nullptr;
+}
+
+std::string VakCloneManager::check() const {
+  std::string broken = VakNameFault("table", clones->check());
+  if (broken.empty()) broken = VakNameFault("log", ids.getImpl()->check());
+  if (!broken.empty()) return broken;
+  std::vector<bool> isLogged(static_cast<std::size_t>(clones->_size));
+  for (VakInt i = 0; i < ids.getSize(); ++i) {
+    const VakInt id = ids[i];
+    if (id < 0) return VakFaultText("the log has identifier ", id);
+    if (id < clones->_size) isLogged[static_cast<std::size_t>(id)] = true;
+  }
+  for (VakInt id = 0; id < clones->_size; ++id) {
+    if (entry(id) != nullptr && !isLogged[static_cast<std::size_t>(id)]) {
+      return VakFaultText("the copy of identifier ", id, " is not in the log");
+    }
+  }
+  return "";
 }
 
 VakExtractableI*& VakCloneManager::entry(VakInt id) const {

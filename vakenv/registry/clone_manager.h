@@ -2,6 +2,8 @@
 
 // What was copied into what, during one copying operation.
 
+#include <string>
+
 #include "vakenv/arrays/array.h"
 #include "vakenv/fwd.h"
 
@@ -48,6 +50,9 @@ class VakCloneManager {
   [[nodiscard]] VakExtractableI* getClone(VakExtractableI* e);
   /// Records `c` as the copy of `e`; nothing when `e` is not registered. Throws std::bad_alloc.
   void setClone(VakExtractableI* e, VakExtractableI* c);
+  /// An empty text if the invariant holds and both tables are sound, else what is broken. Costs
+  /// time and memory, from the general heap, in the identifiers of the table.
+  [[nodiscard]] std::string check() const;
   /// Forgets the copy of the extractable with this identifier, which is about to be free.
   void forget(VakInt id) noexcept;
 

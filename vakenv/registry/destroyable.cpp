@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "vakbase/fault_text.h"
 #include "vakenv/core/environment_impl.h"
 
 namespace {
@@ -84,19 +85,26 @@ void VakDestroyableList::destroyAll() {
 
 std::string VakDestroyableList::check() const {
   const auto lock = guard();
-  std::string broken = table.check();
+  const std::string broken = VakNameFault("table", table.check());
   if (!broken.empty()) return broken;
   VakInt elements = 0;
   const Element* newer = nullptr;
   for (const Element* e = first; e != nullptr; newer = e, e = e->next) {
-    if (++elements > table._nbItems) return "the list holds more objects than the table";
-    if (e->prev != newer) return "a link towards the newer neighbour is wrong";
+    if (++elements > table._nbItems) {
+      return VakFaultText("the list holds more objects than the ", table._nbItems, " in the table");
+    }
+    const void* object = e->destroyable;
+    if (e->prev != newer) {
+      return VakFaultText("the link of object ", object, " towards its newer neighbour is wrong");
+    }
     Element* found = nullptr;
     if (table.find(e->destroyable, found) != VakHashDone || found != e) {
-      return "the table does not lead to the element of an object";
+      return VakFaultText("the table does not lead to the element of object ", object);
     }
   }
-  return elements == table._nbItems ? "" : "the list holds fewer objects than the table";
+  if (elements == table._nbItems) return "";
+  return VakFaultText("the list holds ", elements, " objects of the ", table._nbItems,
+                      " in the table");
 }
 
 VakInt VakDestroyableList::HashPointer(VakDestroyableI* p, VakInt size) {

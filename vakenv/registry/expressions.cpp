@@ -32,7 +32,8 @@ void VakEnvI::release(VakAnyExprI* e) { releaseUnlessGone(this, e); }
 VakNumLinExprTermI* VakEnvI::newTerm(VakNumVarI* var, VakNum coef) {
   constexpr auto size = static_cast<unsigned long>(TermSize);
   static_assert(size == sizeof(VakNumLinExprTermI));
-  void* place = _localEnv != nullptr ? _localEnv->alloc(size) : _termAllocator->allocate(&_memory);
+  void* place =
+      _localEnv != nullptr ? _localEnv->alloc(size) : _termAllocator->allocate(&_memory, TermSize);
   return ::new (place) VakNumLinExprTermI{var, nullptr, coef};
 }
 
@@ -42,7 +43,7 @@ void VakEnvI::recycleTerm(VakNumLinExprTermI* t) {
   if (_localEnv != nullptr) {
     _localEnv->free(t, static_cast<unsigned long>(TermSize));
   } else {
-    _termAllocator->deallocate(t);
+    _termAllocator->deallocate(t, TermSize);
   }
 }
 

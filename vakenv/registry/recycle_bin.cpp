@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/env.h"
 #include "vakenv/memory/id_manager.h"
@@ -74,6 +76,44 @@ void VakRecycleBinI::removeFromAll() {
   Sweep(env, pending);
   if (env->_recycleBin == this) env->_registry.pending.compact();
   env->change(VakRemoveFromAllChange(pending));
+}
+
+std::string VakRecycleBinI::check(const VakMemoryInspection* pool) const {
+  if (releaseMode != 0 && releaseMode != 1) return VakFaultText("release mode ", releaseMode);
+  const std::string broken = VakNameFault("destroyed", destroyed.check());
+  if (!broken.empty()) return broken;
+  const VakRegistryState& registry = getEnvImpl()->_registry;
+  std::string fault = checkList("pending", pending, registry.pending, pool);
+  if (fault.empty()) fault = checkList("deferred", deferred, registry.deferred, pool);
+  return fault;
+}
+
+// A list whose array lost its storage for want of memory is shorter than its roll.
+std::string VakRecycleBinI::checkList(const char* name, VakExtractableArray array,
+                                      const VakExtractableRoll& roll,
+                                      const VakMemoryInspection* pool) const {
+  const std::string broken = VakNameFault(name, array.getImpl()->check());
+  if (!broken.empty() || getEnvImpl()->_recycleBin != this) return broken;
+  if (array.getSize() > roll.getSize()) {
+    return VakFaultText(name, ": the array has ", array.getSize(), " elements, the roll ",
+                        roll.getSize());
+  }
+  const VakIdManager* ids = getEnvImpl()->_idManager;
+  for (VakInt i = 0; i < roll.getSize(); ++i) {
+    const void* address = roll[i];
+    if (array.getSize() == roll.getSize() && array[i] != address) {
+      return VakFaultText(name, ": element ", i, " is ", static_cast<const void*>(array[i]),
+                          ", in the roll ", address);
+    }
+    if (address == nullptr) continue;
+    if (pool != nullptr && pool->isFree(address)) {
+      return VakFaultText(name, ": element ", i, ", ", address, ", is free memory");
+    }
+    if (!ids->isInTable(roll[i]->id)) {
+      return VakFaultText(name, ": element ", i, ", ", address, ", is not registered");
+    }
+  }
+  return "";
 }
 
 VakInt VakRecycleBinI::HashExtractable(VakExtractableI* p, VakInt size) {

@@ -10,6 +10,8 @@
 //   3. startReleaseMode  the pending ones are destroyed, last first; requests are deferred;
 //   4. endReleaseMode    the deferred ones are hidden and pending; 3. again, without a sweep.
 
+#include <string>
+
 #include "vakenv/fwd.h"
 #include "vakenv/registry/extractable_roll.h"
 #include "vakenv/tables/hash_table.h"
@@ -41,6 +43,11 @@ class VakRecycleBinI {
   /// Gives the arrays back and frees the table; may be called again.
   void end();
 
+  /// An empty text if arrays, table and, for the installed bin, the environment's rolls agree and
+  /// hold registered extractables, else what is broken. With `pool`, nothing listed may be free
+  /// memory.
+  [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
+
   /// The address, shifted right by 5 bits, masked with `size` - 1: `size` is a power of two.
   static VakInt HashExtractable(VakExtractableI* p, VakInt size);
   /// 1 for the same address, else 0.
@@ -58,4 +65,7 @@ class VakRecycleBinI {
   [[nodiscard]] VakEnvI* getEnvImpl() const;
   void list(VakExtractableI* e, VakExtractableArray array, VakExtractableRoll& roll);
   void hide(VakExtractableI* e);
+  [[nodiscard]] std::string checkList(const char* name, VakExtractableArray array,
+                                      const VakExtractableRoll& roll,
+                                      const VakMemoryInspection* pool) const;
 };

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "vakbase/exception.h"
+#include "vakbase/fault_text.h"
 #include "vakbase/numbers.h"
 
 /// Status codes of the table operations.
@@ -172,23 +173,27 @@ class VakChainedTable {
     table._nbItems = 0;
   }
 
-  /// An empty text if the invariant holds, else what is broken. Costs one hash call an item.
+  /// An empty text if the invariant holds, else what is broken. Costs one hash call an item, and a
+  /// comparison for every two items of a chain. Throws what the functions throw.
   [[nodiscard]] std::string check() const {
     const Table& table = self();
     if (table._buckets == nullptr) {
-      return table._nbItems == 0 ? "" : "a table without buckets counts items";
+      if (table._nbItems == 0) return "";
+      return VakFaultText("a table without buckets counts ", table._nbItems, " items");
     }
     VakInt items = 0;
     for (VakInt b = 0; b < table._size; ++b) {
       for (const Item* item = table._buckets[b]; item != nullptr; item = item->_next) {
-        if (++items > table._nbItems) return "the chains hold more items than the table counts";
-        if (table._hash(item->_key, table._size) != b) return "an item is in the wrong bucket";
-        for (const Item* other = item->_next; other != nullptr; other = other->_next) {
-          if (table._compare(item->_key, other->_key) != 0) return "a key is there twice";
+        if (++items > table._nbItems) {
+          return VakFaultText("the chains hold more items than the ", table._nbItems, " counted");
         }
+        const VakInt hash = table._hash(item->_key, table._size);
+        if (hash != b) return VakFaultText("an item of bucket ", hash, " is in bucket ", b);
       }
+      if (hasEqualKeys(table._buckets[b])) return VakFaultText("bucket ", b, " has a key twice");
     }
-    return items == table._nbItems ? "" : "the chains hold fewer items than the table counts";
+    if (items == table._nbItems) return "";
+    return VakFaultText("the chains hold ", items, " items of the ", table._nbItems, " counted");
   }
 
  protected:
@@ -248,6 +253,15 @@ class VakChainedTable {
       if (isEqual((*link)->_key)) return link;
     }
     return nullptr;
+  }
+
+  [[nodiscard]] bool hasEqualKeys(const Item* chain) const {
+    for (const Item* item = chain; item != nullptr; item = item->_next) {
+      for (const Item* other = item->_next; other != nullptr; other = other->_next) {
+        if (self()._compare(item->_key, other->_key) != 0) return true;
+      }
+    }
+    return false;
   }
 
   // Doubles the buckets for the item that was one too many, which goes again if that fails. It is

@@ -1,7 +1,10 @@
 // The proof of the pool's invariants has to find what is broken.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "vakbase/fault_text.h"
 #include "vakbase/memory.h"
+#include "vakbase/memory_inspection.h"
 
 namespace {
 
@@ -11,6 +14,8 @@ void setLink(void* element, void* next) {
   VakFixedSizeAllocatorI::StoreLink(element, next);
   VakPoison(element, sizeof(void*));
 }
+
+const void* at(const void* p) { return p; }
 
 class VakMemoryCheckTest : public testing::Test {
  protected:
@@ -29,24 +34,27 @@ TEST_F(VakMemoryCheckTest, FindsNothingInAnIntactPool) { EXPECT_EQ(_memory.check
 
 TEST_F(VakMemoryCheckTest, FindsACircle) {
   setLink(_free + 24, _free);
-  EXPECT_EQ(_memory.check(), "24-byte elements: the free list is longer than the pool");
+  EXPECT_THAT(_memory.check(),
+              testing::StartsWith("24-byte elements: the free list runs in a circle through 0x"));
 }
 
 TEST_F(VakMemoryCheckTest, FindsAFreeListThatLeavesThePool) {
   long outside[3];
   setLink(_free, outside);
-  EXPECT_EQ(_memory.check(), "24-byte elements: the free list leaves the pool");
+  EXPECT_EQ(_memory.check(),
+            VakFaultText("24-byte elements: the free list leaves the pool at ", at(outside)));
 }
 
 TEST_F(VakMemoryCheckTest, FindsAnElementThatIsNotAligned) {
   _words._free = _free + 4;
-  EXPECT_EQ(_memory.check(), "24-byte elements: a free element is not aligned");
+  EXPECT_EQ(_memory.check(),
+            VakFaultText("24-byte elements: free element ", at(_free + 4), " is not aligned"));
 }
 
 TEST_F(VakMemoryCheckTest, FindsAnElementInTwoFreeLists) {
   VakFixedSizeAllocatorI other(24);
   other._free = _free;
-  EXPECT_EQ(_memory.check({&other}), "free elements overlap");
+  EXPECT_EQ(_memory.check({&other}), VakFaultText("free elements overlap at ", at(_free)));
   other._free = nullptr;
 }
 
@@ -56,7 +64,7 @@ TEST_F(VakMemoryCheckTest, FindsAFreeElementInWhatIsLeftOfTheSlab) {
   // Elements behind the end of the last block were never handed out.
   other._free = static_cast<char*>(last.start) + 512;
   setLink(other._free, nullptr);
-  EXPECT_EQ(_memory.check({&other}), "free elements overlap");
+  EXPECT_EQ(_memory.check({&other}), VakFaultText("free elements overlap at ", at(other._free)));
   other._free = nullptr;
 }
 
@@ -67,10 +75,14 @@ TEST_F(VakMemoryCheckTest, FindsAFreeListWithoutPooling) {
 
 TEST_F(VakMemoryCheckTest, FindsACountThatIsNotOneOfWholeElements) {
   _words._bytesInUse = 25;
-  EXPECT_EQ(_memory.check(), "24-byte elements: a count of bytes is not one of whole elements");
+  EXPECT_EQ(_memory.check(),
+            "24-byte elements: a count of bytes, 25 in use or 0 obtained, is not one of whole "
+            "elements");
   _words._bytesInUse = 24;
   _words._bytesObtained = 1;
-  EXPECT_EQ(_memory.check(), "24-byte elements: a count of bytes is not one of whole elements");
+  EXPECT_EQ(_memory.check(),
+            "24-byte elements: a count of bytes, 24 in use or 1 obtained, is not one of whole "
+            "elements");
 }
 
 TEST_F(VakMemoryCheckTest, FindsAnElementSizeThatIsNotOfWholeWords) {
@@ -81,17 +93,73 @@ TEST_F(VakMemoryCheckTest, FindsAnElementSizeThatIsNotOfWholeWords) {
 
 TEST_F(VakMemoryCheckTest, FindsAWrongElementSize) {
   _words._elementSize = 32;
-  EXPECT_EQ(_memory.check(), "a class has another element size than its index");
+  EXPECT_EQ(_memory.check(), "class 2 has elements of 32 bytes instead of 24");
 }
 
 TEST_F(VakMemoryCheckTest, FindsAnIndexThatLeadsToAnotherClass) {
   _memory._allocators[3] = _memory._allocators[4];
-  EXPECT_EQ(_memory.check(), "an index leads to another class");
+  EXPECT_EQ(_memory.check(), "index 3 leads to another class");
 }
 
-TEST_F(VakMemoryCheckTest, FindsMoreBytesInUseThanObtained) {
-  _words._bytesInUse = 24L << 20;
-  EXPECT_EQ(_memory.check(), "more bytes are in use than were obtained");
+TEST_F(VakMemoryCheckTest, FindsAFreeListThatWasCutOff) {
+  setLink(_free + 24, nullptr);
+  const std::string all = std::to_string(_memory.getGrowth(2)._elements);
+  EXPECT_EQ(_memory.check(),
+            "24-byte elements: 1 in use and 2 free are not the " + all + " of its blocks");
+}
+
+TEST_F(VakMemoryCheckTest, FindsAnElementThatWasNotCounted) {
+  _words._bytesInUse = 0;
+  const long all = _memory.getGrowth(2)._elements;
+  EXPECT_EQ(_memory.check(), VakFaultText("24-byte elements: 0 in use and ", all - 1,
+                                          " free are not the ", all, " of its blocks"));
+}
+
+TEST_F(VakMemoryCheckTest, ProvesTheFreeListOfTheCompanionToo) {
+  VakFixedSizeAllocatorI companion(24);
+  _memory.countFor(&companion);
+  for (int i = 0; i < 100; ++i) static_cast<void>(companion.allocate(&_memory));
+  EXPECT_EQ(_memory.check({&companion}), "");
+  const long all = _memory.getCompanionGrowth()._elements;
+  companion._free = nullptr;
+  EXPECT_EQ(
+      _memory.check({&companion}),
+      VakFaultText("24-byte elements: 100 in use and 0 free are not the ", all, " of its blocks"));
+}
+
+TEST_F(VakMemoryCheckTest, AcceptsElementsThatCameFromOneAllocatorAndWentToAnother) {
+  VakFixedSizeAllocatorI companion(24);
+  _memory.countFor(&companion);
+  VakFixedSizeAllocatorI stranger(24);
+  companion.deallocate(_kept);
+  _words.deallocate(stranger.allocate(&_memory));
+  stranger.deallocate(companion.allocate(&_memory));
+  EXPECT_EQ(_memory.check({&companion}), "");
+}
+
+TEST_F(VakMemoryCheckTest, KnowsFreeMemory) {
+  const long outside = 0;
+  const VakMemoryInspection pool(_memory);
+  EXPECT_TRUE(pool.isFree(_free));
+  EXPECT_TRUE(pool.isFree(_free + 23));
+  EXPECT_TRUE(pool.isFree(_memory.obtainBlock(512).start)) << "what is left of the slab";
+  EXPECT_FALSE(pool.isFree(_kept));
+  EXPECT_FALSE(pool.isFree(static_cast<char*>(_kept) + 23));
+  EXPECT_FALSE(pool.isFree(&outside));
+  EXPECT_FALSE(pool.isFree(nullptr));
+}
+
+TEST(VakMemoryCheckOfLists, FindsMoreBytesInUseThanObtained) {
+  VakMemory memory(0);
+  memory._allocators[2]->_bytesInUse = 48;
+  EXPECT_EQ(memory.check(), "48 bytes are in use of 0 obtained");
+}
+
+TEST(VakMemoryCheckOfLists, FindsAnElementThatIsNotInItsList) {
+  VakMemory memory(0);
+  static_cast<void>(memory.allocate(24));
+  memory._allocators[2]->_bytesObtained = 48;
+  EXPECT_EQ(memory.check(), "the allocation lists hold 24 bytes of the 48 counted");
 }
 
 TEST(VakMemoryCheckOfLists, FindsABrokenAllocationList) {

@@ -39,7 +39,7 @@ class VakTypedListManagerTest : public testing::Test {
  public:
   VakTypedListManagerTest() { lists.switchOn(env.impl()); }
   ~VakTypedListManagerTest() override {
-    EXPECT_STREQ(lists.check(), "");
+    EXPECT_EQ(lists.check(), "");
     lists.end(env.impl());
     for (VakExtractableI* e : made) delete e;
   }
@@ -77,7 +77,7 @@ TEST(VakTypedListManager, IsOffAtFirstAndKeepsNothingThen) {
   EXPECT_FALSE(Walk(lists, Thing::GetTypeInfo()).ok());
   lists.remove(nullptr);
   lists.end(nullptr);
-  EXPECT_STREQ(lists.check(), "");
+  EXPECT_EQ(lists.check(), "");
 }
 
 TEST_F(VakTypedListManagerTest, SwitchingOnAgainKeepsTheLists) {
@@ -252,11 +252,11 @@ TEST_F(VakTypedListManagerTest, WhicheverAllocationFailsTheListsAreAsBefore) {
     }
   };
   for (long k = 1; failing(k, [&] { lists.add(late); }); ++k) {
-    EXPECT_STREQ(lists.check(), "");
+    EXPECT_EQ(lists.check(), "");
     EXPECT_EQ(walk(Thing::GetTypeInfo()), (Extractables{first}));
   }
   for (long k = 1; failing(k, [&] { static_cast<void>(lists.count(Rope::GetTypeInfo())); }); ++k) {
-    EXPECT_STREQ(lists.check(), "");
+    EXPECT_EQ(lists.check(), "");
   }
   EXPECT_EQ(failures, 4);
   EXPECT_EQ(walk(Thing::GetTypeInfo()), (Extractables{late, first}));
@@ -287,7 +287,7 @@ TEST(VakTypedListManager, TheEnvironmentListsWhatIsRegisteredUnderItsOwnClass) {
   EXPECT_EQ(lists.count(Rope::GetTypeInfo()), 1);
   delete rope;
   EXPECT_EQ(lists.count(Thing::GetTypeInfo()), 0);
-  EXPECT_STREQ(lists.check(), "");
+  EXPECT_EQ(lists.check(), "");
 }
 
 TEST_F(VakTypedListManagerTest, RandomAdditionsRemovalsAndWalksAgreeWithAModel) {
@@ -313,7 +313,7 @@ TEST_F(VakTypedListManagerTest, RandomAdditionsRemovalsAndWalksAgreeWithAModel) 
       if (listed != model.end()) model.erase(listed);
     }
     if (step % 100 != 0) continue;
-    ASSERT_STREQ(lists.check(), "");
+    ASSERT_EQ(lists.check(), "");
     Extractables ropes;
     for (auto i = model.rbegin(); i != model.rend(); ++i) {
       if ((*i)->isType(Rope::GetTypeInfo()) != 0) ropes.push_back(*i);

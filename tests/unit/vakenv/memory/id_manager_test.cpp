@@ -7,6 +7,7 @@
 
 #include "tests/support/failing_new.h"
 #include "tests/support/memory_modes.h"
+#include "vakbase/fault_text.h"
 #include "vakbase/memory.h"
 
 namespace {
@@ -216,13 +217,31 @@ TEST_P(VakIdManagerTest, CheckFindsACircleAndALinkOutOfTheTable) {
   book(4);
   ids.freeId(1);
   ids.freeId(1);
-  EXPECT_EQ(ids.check(), "the free list runs in a circle");
+  EXPECT_EQ(ids.check(), "the free list runs in a circle through slot 1");
   ids._free = ids._data - 1;
-  EXPECT_EQ(ids.check(), "the free list leaves the table");
+  EXPECT_EQ(ids.check(),
+            VakFaultText("the free list leaves the table at ", static_cast<void*>(ids._data - 1)));
   ids._free = reinterpret_cast<void**>(reinterpret_cast<char*>(ids._data) + 4);
-  EXPECT_EQ(ids.check(), "the free list runs between two slots");
+  EXPECT_EQ(ids.check(), "the free list runs between two slots after slot 0");
   ids._size = 257;
-  EXPECT_EQ(ids.check(), "the size is outside the table");
+  EXPECT_EQ(ids.check(), "the size 257 is outside the table of 256 slots");
+}
+
+TEST_P(VakIdManagerTest, CheckFindsSlotsThatTheFreeListMisses) {
+  book(4);
+  ids.freeId(1);
+  ids._free = ids._data + 4;
+  EXPECT_EQ(ids.check(), "free slot 1 is not in the free list");
+  ids._data[1] = Stand(1);
+  EXPECT_EQ(ids.check(), "");
+  ids._size = 3;
+  EXPECT_EQ(ids.check(), "slot 3 is in use beyond the size 3");
+}
+
+TEST_P(VakIdManagerTest, CheckFindsAFreeListThatGoesOnBehindTheLastSlot) {
+  book(4);
+  ids._data[255] = ids._data + 4;
+  EXPECT_EQ(ids.check(), "the free list goes on behind the last slot 255");
 }
 
 TEST_P(VakIdManagerTest, AMillionAndTwoHundredThousandAreBookedCheckedAndFreed) {

@@ -214,19 +214,19 @@ TYPED_TEST(HashTables, CheckNamesWhatIsBroken) {
   h.table.add(1, 1);
   EXPECT_EQ(h.table.check(), "");
   h.table._nbItems = 1;
-  EXPECT_EQ(h.table.check(), "the chains hold more items than the table counts");
+  EXPECT_EQ(h.table.check(), "the chains hold more items than the 1 counted");
   h.table._nbItems = 3;
-  EXPECT_EQ(h.table.check(), "the chains hold fewer items than the table counts");
+  EXPECT_EQ(h.table.check(), "the chains hold 2 items of the 3 counted");
   h.table._nbItems = 2;
   std::swap(h.table._buckets[0], h.table._buckets[1]);
-  EXPECT_EQ(h.table.check(), "an item is in the wrong bucket");
+  EXPECT_EQ(h.table.check(), "an item of bucket 1 is in bucket 0");
   std::swap(h.table._buckets[0], h.table._buckets[1]);
   h.table.add(2, 2);
   h.table._buckets[0]->setKey(0);
-  EXPECT_EQ(h.table.check(), "a key is there twice");
+  EXPECT_EQ(h.table.check(), "bucket 0 has a key twice");
   h.table.end();
   h.table._nbItems = 1;
-  EXPECT_EQ(h.table.check(), "a table without buckets counts items");
+  EXPECT_EQ(h.table.check(), "a table without buckets counts 1 items");
   h.table._nbItems = 0;
 }
 

@@ -1,0 +1,320 @@
+#include "vaksolver/search.h"
+
+#include <CbcEventHandler.hpp>
+#include <CbcHeuristic.hpp>
+#include <CbcHeuristicDiveCoefficient.hpp>
+#include <CbcHeuristicFPump.hpp>
+#include <CbcHeuristicGreedy.hpp>
+#include <CbcHeuristicLocal.hpp>
+#include <CbcHeuristicRINS.hpp>
+#include <CbcModel.hpp>
+#include <CglClique.hpp>
+#include <CglFlowCover.hpp>
+#include <CglGomory.hpp>
+#include <CglKnapsackCover.hpp>
+#include <CglMixedIntegerRounding2.hpp>
+#include <CglProbing.hpp>
+#include <CglTwomir.hpp>
+#include <CglZeroHalf.hpp>
+#include <ClpEventHandler.hpp>
+#include <OsiClpSolverInterface.hpp>
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+
+namespace {
+
+constexpr int MostNodesForAny =
+    2000;                             // Among endlessly many points a search may find none forever.
+constexpr double NoObjective = 1e49;  // The search calls objectives of this size unknown.
+
+/// By how much a solution has to be better than the last one to be looked for.
+double getIncrement(double objective) {
+  constexpr double Most = 1e-5;
+  constexpr double Least = 1e-10;
+  return std::clamp(1e-7 * std::abs(objective), Least, Most);
+}
+
+void addCuts(CbcModel& tree) {
+  constexpr int WhenUseful = -1;  // At the root, and deeper if they helped there.
+  constexpr int RootOnly = -99;
+  CglProbing probing;
+  probing.setUsingObjective(1);
+  probing.setMaxPass(1);
+  probing.setMaxPassRoot(5);
+  probing.setMaxProbe(10);
+  probing.setMaxProbeRoot(1000);
+  probing.setMaxLook(50);
+  probing.setMaxLookRoot(500);
+  probing.setRowCuts(3);
+  tree.addCutGenerator(&probing, WhenUseful, "Probing");
+  CglGomory gomory;
+  gomory.setLimitAtRoot(1000);
+  gomory.setLimit(50);
+  tree.addCutGenerator(&gomory, WhenUseful, "Gomory");
+  CglKnapsackCover knapsack;
+  tree.addCutGenerator(&knapsack, WhenUseful, "Knapsack");
+  CglClique clique;
+  clique.setStarCliqueReport(false);
+  clique.setRowCliqueReport(false);
+  tree.addCutGenerator(&clique, WhenUseful, "Clique");
+  CglMixedIntegerRounding2 rounding;
+  tree.addCutGenerator(&rounding, WhenUseful, "Rounding");
+  CglFlowCover flow;
+  tree.addCutGenerator(&flow, WhenUseful, "Flow");
+  CglTwomir twomir;
+  tree.addCutGenerator(&twomir, RootOnly, "Twomir");
+  CglZeroHalf zeroHalf;
+  tree.addCutGenerator(&zeroHalf, WhenUseful, "ZeroHalf");
+}
+
+void addHeuristics(CbcModel& tree) {
+  CbcRounding rounding(tree);
+  tree.addHeuristic(&rounding, "Rounding");
+  CbcHeuristicFPump pump(tree);
+  pump.setMaximumPasses(20);
+  tree.addHeuristic(&pump, "Pump");
+  CbcHeuristicGreedyCover cover(tree);
+  tree.addHeuristic(&cover, "Cover");
+  CbcHeuristicDiveCoefficient dive(tree);
+  tree.addHeuristic(&dive, "Dive");
+  CbcHeuristicRINS neighbours(tree);
+  neighbours.setHowOften(100);
+  tree.addHeuristic(&neighbours, "Neighbours");
+  CbcHeuristicLocal local(tree);
+  local.setSearchType(1);
+  tree.addHeuristic(&local, "Local");
+}
+
+}  // namespace
+
+/// A linear relaxation, with the hot starts of strong branching made the plain way: those of the
+/// base class for the simplex method end the program on some small models.
+class VakSearchI::Relaxation final : public OsiClpSolverInterface {
+ public:
+  Relaxation() = default;
+  explicit Relaxation(ClpSimplex* owned) : OsiClpSolverInterface(owned, true) {}
+  [[nodiscard]] OsiSolverInterface* clone(bool copyData = true) const override {
+    return copyData ? new Relaxation(*this) : new Relaxation;
+  }
+  void markHotStart() override { OsiSolverInterface::markHotStart(); }
+  void solveFromHotStart() override { OsiSolverInterface::solveFromHotStart(); }
+  void unmarkHotStart() override { OsiSolverInterface::unmarkHotStart(); }
+};
+
+/// Offers a point that is known already, as a heuristic. Deliberate: given as the incumbent before
+/// the search, it may hide better ones, because columns are fixed on its account before it is
+/// concluded from those that are left in which steps the objective moves.
+class VakSearchI::Start final : public CbcHeuristic {
+ public:
+  Start() = default;
+  Start(CbcModel& tree, const double* point, double objective)
+      : CbcHeuristic(tree), _point(point, point + tree.getNumCols()), _objective(objective) {}
+  [[nodiscard]] CbcHeuristic* clone() const override { return new Start(*this); }
+  void resetModel(CbcModel* tree) override { model_ = tree; }
+  int solution(double& objective, double* point) override {
+    constexpr int Nothing = 0;
+    constexpr int Found = 1;
+    // Heuristics search in trees of their own, with other columns.
+    const bool isTaken = static_cast<std::size_t>(model_->getNumCols()) != _point.size() ||
+                         model_->parentModel() != nullptr || _objective >= objective;
+    if (isTaken) return Nothing;
+    std::copy(_point.begin(), _point.end(), point);
+    objective = _objective;
+    return Found;
+  }
+
+ private:
+  std::vector<double> _point;
+  double _objective = 0;
+};
+
+/// Stops the simplex method inside a search.
+class VakSearchI::SimplexWatch final : public ClpEventHandler {
+ public:
+  explicit SimplexWatch(VakRunControlI* control) : _control(control) {}
+  [[nodiscard]] ClpEventHandler* clone() const override { return new SimplexWatch(*this); }
+  int event(Event which) override {
+    constexpr int GoOn = -1;
+    constexpr int Stop = 0;
+    if (which != endOfIteration && which != endOfFactorization) return GoOn;
+    return _control->step() ? Stop : GoOn;
+  }
+
+ private:
+  VakRunControlI* _control;  ///< Not owned.
+};
+
+/// Tells the control how far the search is, and stops the search. Heuristics search in small trees
+/// of their own with copies of this; only the big tree's objectives mean anything.
+class VakSearchI::TreeWatch final : public CbcEventHandler {
+ public:
+  TreeWatch(VakRunControlI* control, Scale scale, bool withObjective)
+      : _control(control), _scale(scale), _withObjective(withObjective) {}
+  [[nodiscard]] CbcEventHandler* clone() const override { return new TreeWatch(*this); }
+  CbcAction event(CbcEvent which) override {
+    const bool isBigTree = model_ != nullptr && model_->parentModel() == nullptr;
+    if (isBigTree) note(which);
+    return _control->step() ? stop : noAction;
+  }
+
+ private:
+  void note(CbcEvent which) {
+    (void)_control->stepSearch(model_->getNodeCount(), model_->getIterationCount());
+    if (!_withObjective || _control->getReason() != VakStatus::NotSolved) return;
+    if (model_->bestSolution() != nullptr && model_->getObjValue() < NoObjective) {
+      _control->noteIncumbent(_scale(model_->getObjValue()));
+    }
+    const double bound = model_->getBestPossibleObjValue();
+    if (which == node && std::abs(bound) < NoObjective) _control->noteBound(_scale(bound));
+  }
+
+  VakRunControlI* _control;  ///< Not owned.
+  Scale _scale;
+  bool _withObjective;
+};
+
+/// The copies that one search works on.
+class VakSearchI::Tree {
+ public:
+  Tree(const VakSearchI& search, bool withObjective)
+      : _search(search),
+        _withObjective(withObjective),
+        _messages(static_cast<int>(search._control.getOptions().logLevel)),
+        _original(new ClpSimplex(search._lp.simplex())) {
+    const SimplexWatch watch(&search._control);
+    _original.passInMessageHandler(&_messages);
+    _original.messageHandler()->setLogLevel(_messages.getLevel());
+    _original.getModelPtr()->passInEventHandler(&watch);
+    for (int j = 0; j < _original.getNumCols(); ++j) {
+      if (search._integer[static_cast<std::size_t>(j)] != 0) _original.setInteger(j);
+      if (!withObjective) _original.setObjCoeff(j, 0);
+    }
+  }
+
+  void run(const double* start) {
+    const VakSolverOptions& options = _search._control.getOptions();
+    _model = std::make_unique<CbcModel>(_original);
+    _model->passInMessageHandler(&_messages);
+    _model->setLogLevel(_messages.getLevel());
+    TreeWatch watch(&_search._control, _search._scale, _withObjective);
+    _model->passInEventHandler(&watch);
+    setLimits(options);
+    if (start != nullptr) {
+      Start known(*_model, start, _search._lp.getObjective(start));
+      _model->addHeuristic(&known, "Start");
+    }
+    if (options.cuts) addCuts(*_model);
+    if (options.heuristics) addHeuristics(*_model);
+    _model->initialSolve();
+    _model->branchAndBound();
+    _search._control.noteNodes(_model->getNodeCount());
+    _search._control.endSimplex(_model->getIterationCount());
+  }
+
+  [[nodiscard]] VakSearchResultI::End getEnd() const {
+    enum Secondary { Gap = 2, Nodes = 3, Time = 4, Event = 5, Solutions = 6, Iterations = 8 };
+    if (_search._control.getReason() != VakStatus::NotSolved) return VakSearchResultI::End::Stopped;
+    if (_model->isAbandoned()) return VakSearchResultI::End::Failed;
+    switch (_model->secondaryStatus()) {
+      case Nodes:
+        return VakSearchResultI::End::NodeLimit;
+      case Iterations:
+        return VakSearchResultI::End::IterationLimit;
+      case Time:
+      case Event:
+        return _search._control.step() ? VakSearchResultI::End::Stopped
+                                       : VakSearchResultI::End::Failed;
+      default:
+        return VakSearchResultI::End::Complete;
+    }
+  }
+
+  /// The best point; null for none.
+  [[nodiscard]] const double* getPoint() const { return _model->bestSolution(); }
+
+ private:
+  void setLimits(const VakSolverOptions& options) {
+    constexpr int MostNodes = std::numeric_limits<int>::max();
+    const auto limit = [](VakInt value) {
+      return value < 0 ? MostNodes : static_cast<int>(std::min<VakInt>(value, MostNodes));
+    };
+    _model->setIntegerTolerance(options.integralityTolerance);
+    _model->setCutoffIncrement(getIncrement(_search._lp.getObjective(_search._lp.getValues())));
+    _model->setAllowableGap(0);
+    _model->setAllowableFractionGap(0);
+    const int nodes = limit(options.nodeLimit);
+    _model->setMaximumNodes(_withObjective ? nodes : std::min(nodes, MostNodesForAny));
+    if (options.iterationLimit >= 0) {
+      const VakInt left = options.iterationLimit - _search._control.getState().iterations;
+      _model->setMaximumNumberIterations(limit(std::max<VakInt>(left, 0)));
+    }
+    _model->setRandomSeed(static_cast<int>(options.seed));
+    _model->setUseElapsedTime(true);
+    const VakNum seconds = _search._control.getSecondsLeft();
+    if (std::isfinite(seconds)) _model->setMaximumSeconds(std::max(seconds, 0.0));
+    if (!_withObjective) _model->setMaximumSolutions(1);
+  }
+
+  const VakSearchI& _search;
+  bool _withObjective;
+  VakMessagesI _messages;
+  Relaxation _original;
+  std::unique_ptr<CbcModel> _model;
+};
+
+VakSearchResultI VakSearchI::run(const double* start) { return search(start, true); }
+
+VakSearchResultI VakSearchI::findAny() { return search(nullptr, false); }
+
+VakSearchResultI VakSearchI::search(const double* start, bool withObjective) {
+  VakSearchResultI result;
+  Tree tree(*this, withObjective);
+  tree.run(start);
+  result.end = tree.getEnd();
+  const double* point = tree.getPoint();
+  if (point == nullptr) return result;
+  if (auto polished = polish(point)) {
+    result.values = std::move(*polished);
+  } else if (_lp.isFeasible(point, 10 * _control.getOptions().feasibilityTolerance)) {
+    result.values.assign(point, point + _lp.getColumnCount());
+  } else {
+    result.end = VakSearchResultI::End::Failed;
+    return result;
+  }
+  result.objective = _lp.getObjective(result.values.data());
+  result.found = true;
+  return result;
+}
+
+// Limits do not count here: what was found is to be kept, and with the whole columns fixed little
+// is left to do.
+std::optional<std::vector<double>> VakSearchI::polish(const double* values) const {
+  const int columns = _lp.getColumnCount();
+  std::vector<double> point(values, values + columns);
+  const std::unique_ptr<VakLinearProgramI> rest = _lp.makeCopy();
+  for (int j = 0; j < columns; ++j) {
+    const auto at = static_cast<std::size_t>(j);
+    if (_integer[at] == 0) continue;
+    point[at] = std::round(point[at]) + 0.0;  // Not -0.
+    rest->setColumnBounds(j, point[at], point[at]);
+  }
+  if (std::find(_integer.begin(), _integer.end(), 0) != _integer.end()) {
+    VakSolverOptions options = _control.getOptions();
+    options.timeLimit = VakGetInfinity();
+    options.iterationLimit = -1;
+    const std::function<bool()> never = [] { return false; };
+    const VakSolver::ProgressCallback nobody;
+    VakRunControlI control(options, never, nobody);
+    if (rest->solve(control) != VakLinearProgramI::Outcome::Optimal) return std::nullopt;
+    for (int j = 0; j < columns; ++j) {
+      const auto at = static_cast<std::size_t>(j);
+      if (_integer[at] == 0) point[at] = rest->getValues()[j];
+    }
+  }
+  const double tolerance = 10 * _control.getOptions().feasibilityTolerance;
+  if (!_lp.isFeasible(point.data(), tolerance)) return std::nullopt;
+  return point;
+}
