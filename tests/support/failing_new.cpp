@@ -9,13 +9,24 @@ namespace {
 
 std::atomic<long> _calls{0};  ///< Calls of operator new since a `VakFailingNew` began to live.
 std::atomic<long> _failingCall{0};  ///< The call that fails; 0: none.
+std::atomic<bool> _failsOn{false};  ///< All calls after the failing one fail too.
 std::atomic<long> _blocks{0};       ///< Blocks obtained and not given back.
 
 std::atomic<VakHeapObserver*> _observer{nullptr};  ///< Told of blocks; null for none.
 
+thread_local long _spared = 0;  ///< Number of `VakSparedNew` that live in this thread.
+
+/// Counts a call and tells whether it is to fail.
+bool isToFail() noexcept {
+  if (_spared != 0) return false;
+  const long call = ++_calls;
+  const long failing = _failingCall.load();
+  return call == failing || (failing != 0 && call > failing && _failsOn.load());
+}
+
 /// Returns `size` bytes, or null when this call is to fail or the heap is exhausted.
 void* obtain(std::size_t size, std::size_t alignment) noexcept {
-  if (++_calls == _failingCall.load()) return nullptr;
+  if (isToFail()) return nullptr;
   const std::size_t bytes = size == 0 ? 1 : size;
   void* block = nullptr;
   if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
@@ -53,8 +64,13 @@ VakHeapObserver::VakHeapObserver() noexcept { _observer = this; }
 
 VakHeapObserver::~VakHeapObserver() { _observer = nullptr; }
 
-VakFailingNew::VakFailingNew(long failAt) noexcept : _failAt(failAt) {
+VakSparedNew::VakSparedNew() noexcept { ++_spared; }
+
+VakSparedNew::~VakSparedNew() { --_spared; }
+
+VakFailingNew::VakFailingNew(long failAt, VakFailureSpan span) noexcept : _failAt(failAt) {
   _calls = 0;
+  _failsOn = span == VakFailureSpan::FromThenOn;
   _failingCall = failAt;
 }
 

@@ -24,13 +24,26 @@ class VakHeapObserver {
   virtual void givenBack(void* block) noexcept = 0;
 };
 
+/// How often the chosen call fails.
+enum class VakFailureSpan { Once, FromThenOn };
+
+/// While it lives, calls of this thread are neither counted nor let fail.
+class VakSparedNew {
+ public:
+  VakSparedNew() noexcept;
+  VakSparedNew(const VakSparedNew&) = delete;
+  VakSparedNew& operator=(const VakSparedNew&) = delete;
+  ~VakSparedNew();
+};
+
 /// While it lives, counts the calls of the global operator new in all threads and lets one of them
 /// throw `std::bad_alloc` (or return null, in the forms that do not throw). At most one lives at a
 /// time.
 class VakFailingNew {
  public:
-  /// Lets call number `failAt` fail, counted from 1; with 0 none fails and calls are only counted.
-  explicit VakFailingNew(long failAt) noexcept;
+  /// Lets call number `failAt` fail, counted from 1, and with `FromThenOn` all that follow it; with
+  /// 0 none fails and calls are only counted.
+  explicit VakFailingNew(long failAt, VakFailureSpan span = VakFailureSpan::Once) noexcept;
   VakFailingNew(const VakFailingNew&) = delete;
   VakFailingNew& operator=(const VakFailingNew&) = delete;
   ~VakFailingNew();
