@@ -49,7 +49,7 @@ void* VakFixedSizeAllocatorI::allocateChecked(VakMemory* memory) {
   if (element == nullptr) return allocateSlow(memory);
   _free = LoadLink(element);
   _bytesInUse += _elementSize;
-  VakMemoryLedger::Take(memory, element, _elementSize, true);
+  if constexpr (VakChecksMemory) VakMemoryLedger::Take(memory, element, _elementSize, true);
   return element;
 }
 
