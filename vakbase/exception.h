@@ -1,8 +1,9 @@
+#pragma once
+
 // The root of everything the library throws. VakExceptionBase holds the message and the operations
 // whose order among the virtual functions is fixed; VakException joins it to std::exception;
 // VakWrongUsage reports misuse that has a message of its own. Exceptions are thrown by value and
 // caught by reference.
-#pragma once
 
 #include <exception>
 #include <iosfwd>

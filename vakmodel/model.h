@@ -26,7 +26,7 @@
 ///
 /// Row (or column) number i has its entries at starts[i] up to starts[i + 1]: `members` says for
 /// each entry, by its index in a list given beside this, which variable (or constraint) it is for,
-/// and `coefs` its coefficient. An index that occurs twice in a row (or column) is added up.
+/// and `coefs` its coefficient. What occurs twice in a row (or column) is added up.
 struct VakSparse {
   std::span<const VakInt> starts;  ///< One more than there are rows or columns; never falling.
   std::span<const int> members;    ///< Indices.

@@ -1,8 +1,9 @@
+#pragma once
+
 // Makes the n-th call of the global operator new fail, for tests of what happens then.
 //
 // A test program that links `vak_test_failing_new` has all forms of the global operators new and
 // delete replaced by ones that count. Unless a `VakFailingNew` lives they behave as ever.
-#pragma once
 
 #include <cstddef>
 #include <exception>

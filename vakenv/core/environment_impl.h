@@ -325,14 +325,26 @@ class VakEnvI {
  private:
   void makeServices();
   void makeTermAllocator();
-  void runEndStep(VakInt step);
+  /// A step of end().
+  struct EndStep {
+    void (VakEnvI::*run)();
+    bool walksUserObjects;  ///< Entered again when a user destructor throws in it.
+  };
+  static const EndStep EndStepList[EndSteps];
   void endExtension();
   void endDestroyables();
   void endAlgorithms();
+  void forgetExpander();
+  void endTypedLists();
   void endExtractables();
+  void endIdentifiers();
   void endDomains();
+  void endRandom();
   void endPlugIns();
   void endManagers();
+  void endSymbols();
+  void endTerms();
+  void endAllocator();
   void endMarksAndLocalEnv();
   // Strikes `e`, whose registration ends, wherever the registry would go on to use it.
   void forgetExtractable(const VakExtractableI* e);

@@ -46,7 +46,6 @@ class VakNamedProperty {
 
   VakNamedPropertyI* _impl = nullptr;  ///< The property, not owned; null when the handle is empty.
 
- protected:
   /// Throws VakEmptyHandleException ("VakNamedProperty: Using empty handle") on an empty handle.
   void requireImpl() const;
 };
