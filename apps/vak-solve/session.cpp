@@ -38,8 +38,9 @@ void requireWritable(const std::string& file) {
   if (fs::is_directory(file, ignored)) fail("this is a directory");
   fs::path folder = fs::path(file).parent_path();
   if (folder.empty()) folder = ".";
-  if (access(folder.c_str(), W_OK | X_OK) != 0) fail(std::strerror(errno));
+  if (access(folder.c_str(), F_OK) != 0) fail(std::strerror(errno));
   if (!fs::is_directory(folder, ignored)) fail(std::strerror(ENOTDIR));
+  if (access(folder.c_str(), W_OK | X_OK) != 0) fail(std::strerror(errno));
 }
 
 /// The objects that the solver cannot take, in words. Ends the refusal.

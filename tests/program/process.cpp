@@ -121,6 +121,22 @@ std::string withoutNumbers(std::string text, const std::string& before, const st
   return text;
 }
 
+std::string withoutCounts(std::string text) {
+  for (const char* word : {"iteration", "node"}) {
+    const std::string unit = std::string(" ") + word;
+    for (std::size_t place = text.find(unit); place != std::string::npos;
+         place = text.find(unit, place + 1)) {
+      const std::size_t behind = place + unit.size();
+      if (text.compare(behind, 1, "s") != 0) text.insert(behind, "s");
+      const std::size_t digits = text.find_last_not_of("0123456789", place - 1) + 1;
+      text.replace(digits, place - digits, "N");
+      place = digits;
+      place = text.find(unit, place);
+    }
+  }
+  return text;
+}
+
 Process::Process(const std::vector<std::string>& words, Sink out, Sink err) {
   std::vector<char*> arguments;
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));

@@ -74,6 +74,10 @@ class Process {
 [[nodiscard]] std::string withoutNumbers(std::string text, const std::string& before,
                                          const std::string& behind);
 
+/// `text` with "N iterations" and "N nodes" in the place of all counts of them, which depend on the
+/// solver.
+[[nodiscard]] std::string withoutCounts(std::string text);
+
 /// Runs a program to its end.
 [[nodiscard]] inline Outcome runProgram(const std::vector<std::string>& words,
                                         Sink out = Sink::Test, Sink err = Sink::Test) {

@@ -8,9 +8,9 @@ namespace {
 
 TEST(Solve, PrintsTheModelAndItsSolution) {
   const Outcome outcome = solve({"examples/models/product_mix.lp"});
-  EXPECT_EQ(outcome.out,
+  EXPECT_EQ(withoutCounts(outcome.out),
             "examples/models/product_mix.lp: maximize, 2 variables, 3 constraints, 4 coefficients\n"
-            "Optimal: objective 36 after 1 iteration\n"
+            "Optimal: objective 36 after N iterations\n"
             "\n"
             "Variable  Value  Reduced cost\n"
             "--------  -----  ------------\n"
@@ -28,10 +28,10 @@ TEST(Solve, PrintsTheModelAndItsSolution) {
 
 TEST(Solve, PrintsIntegerModelsWithoutDuals) {
   const Outcome outcome = solve({"examples/models/knapsack.lp"});
-  EXPECT_EQ(outcome.out,
+  EXPECT_EQ(withoutCounts(outcome.out),
             "examples/models/knapsack.lp: maximize, 3 variables (3 integer), 1 constraint, 3 "
             "coefficients\n"
-            "Optimal: objective 220 after 0 iterations and 0 nodes\n"
+            "Optimal: objective 220 after N iterations and N nodes\n"
             "\n"
             "Variable  Value\n"
             "--------  -----\n"
@@ -84,9 +84,9 @@ TEST(Solve, TakesEmptyModels) {
 TEST(Solve, IsQuietOnRequest) {
   const Outcome outcome =
       solve({"examples/models/product_mix.lp", "--quiet", "--set", "plant2.ub=10"});
-  EXPECT_EQ(withoutNumbers(outcome.out, "after ", " iteration"),
+  EXPECT_EQ(withoutCounts(outcome.out),
             "Optimal: objective 36 after N iterations\n"
-            "Optimal: objective 33 after N iteration\n");
+            "Optimal: objective 33 after N iterations\n");
   EXPECT_EQ(outcome.err, "");
 }
 
