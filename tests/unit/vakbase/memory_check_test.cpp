@@ -28,12 +28,14 @@ class VakMemoryCheckTest : public testing::Test {
   VakFixedSizeAllocatorI& _words = *_memory._allocators[VakMemory::getIndex(24)];
   void* _kept;
   char* _free;  ///< The first free element of 24 bytes.
+
+  static constexpr long Stride = 24 + VakGuardBytes;  ///< From one of them to the next.
 };
 
 TEST_F(VakMemoryCheckTest, FindsNothingInAnIntactPool) { EXPECT_EQ(_memory.check(), ""); }
 
 TEST_F(VakMemoryCheckTest, FindsACircle) {
-  setLink(_free + 24, _free);
+  setLink(_free + Stride, _free);
   EXPECT_THAT(_memory.check(),
               testing::StartsWith("24-byte elements: the free list runs in a circle through 0x"));
 }
@@ -102,7 +104,7 @@ TEST_F(VakMemoryCheckTest, FindsAnIndexThatLeadsToAnotherClass) {
 }
 
 TEST_F(VakMemoryCheckTest, FindsAFreeListThatWasCutOff) {
-  setLink(_free + 24, nullptr);
+  setLink(_free + Stride, nullptr);
   const std::string all = std::to_string(_memory.getGrowth(2)._elements);
   EXPECT_EQ(_memory.check(),
             "24-byte elements: 1 in use and 2 free are not the " + all + " of its blocks");
