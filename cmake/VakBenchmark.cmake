@@ -4,10 +4,11 @@
 include_guard(GLOBAL)
 
 find_package(benchmark REQUIRED)
+add_custom_target(benchmarks)
 
 #   vak_benchmark(NAME arrays SOURCES arrays_benchmark.cpp [LIBRARIES ...] [TEST_FILTER ...])
 #
-# A source defines VakRegisterBenchmarks() (benchmarks/support/registration.h). TEST_FILTER is a regular
+# The target `benchmarks` builds all of them. A source defines VakRegisterBenchmarks() (benchmarks/support/registration.h). TEST_FILTER is a regular
 # expression of rows that are too large for the tests.
 function(vak_benchmark)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;TEST_FILTER" "SOURCES;LIBRARIES")
@@ -15,6 +16,7 @@ function(vak_benchmark)
     message(FATAL_ERROR "vak_benchmark needs NAME and SOURCES, and knows LIBRARIES and TEST_FILTER")
   endif()
   set(target benchmark_${arg_NAME})
+  add_dependencies(benchmarks ${target})
   add_executable(${target} ${arg_SOURCES})
   vak_set_compiler(${target})
   target_link_libraries(${target} PRIVATE Vak::vak vak_benchmark_support ${arg_LIBRARIES})
@@ -27,6 +29,10 @@ function(vak_benchmark)
     set(filter "--benchmark_filter=-${arg_TEST_FILTER}")
   endif()
   add_test(NAME benchmarks/${arg_NAME} COMMAND ${target} --benchmark_min_time=1e-9 ${filter})
-  set_tests_properties(benchmarks/${arg_NAME} PROPERTIES LABELS benchmarks)
-  set_tests_properties(benchmarks/${arg_NAME} PROPERTIES FAIL_REGULAR_EXPRESSION "ERROR OCCURRED")
+  set_tests_properties(
+    benchmarks/${arg_NAME}
+    PROPERTIES LABELS benchmarks
+               FAIL_REGULAR_EXPRESSION "ERROR OCCURRED"
+               # Room for the thread-local memory of a heap that is loaded while the program runs.
+               ENVIRONMENT "GLIBC_TUNABLES=glibc.rtld.optional_static_tls=16384")
 endfunction()
