@@ -64,6 +64,7 @@ void VakEnvI::runEndStep(VakInt step) {
     case 7:
       return endExtractables();
     case 8:
+      _registry.references.end();
       return _idManager->end();
     case 9:
       return endDomains();
@@ -81,6 +82,7 @@ void VakEnvI::runEndStep(VakInt step) {
       delete _termAllocator;
       return;
     case 15:
+      _life.end();
       delete _allocator;
       return;
     default:
