@@ -21,6 +21,7 @@ enum class VakStageKind {
   Locked,      ///< A mutex is installed before; taking it is a callback.
   ThreadSafe,  ///< Locked, and thread-safe allocation is on in the first environment.
   Unstarved,   ///< Plain; the operation may end an environment, so no free list is kept aside.
+  Foreign,     ///< Plain; the operation runs code of shared libraries, which get all their memory.
 };
 
 /// The user's mutex.

@@ -61,7 +61,9 @@ Run runWith(Faults& faults, const Point& point, const std::function<void()>& act
 Run runAt(const Point& point, const VakStage& stage, VakStageKind kind,
           const std::function<void()>& act) {
   if (point.kind == VakFaultKind::Heap) {
-    VakFailingNew faults(point.failAt, point.span);
+    const bool isForeign = kind == VakStageKind::Foreign;
+    VakFailingNew faults(point.failAt, point.span,
+                         isForeign ? VakNewCallers::Program : VakNewCallers::All);
     return runWith(faults, point, act);
   }
   if (point.kind == VakFaultKind::Callback) {

@@ -53,7 +53,7 @@ VakInt VakStage::getUsage() const {
 
 std::string VakStage::check() const {
   if (_mutex.depth != 0) return "the mutex is held " + std::to_string(_mutex.depth) + " times";
-  for (const VakEnvI* e : environments()) {
+  for (VakEnvI* e : environments()) {
     std::string defect = VakDeepCheck(e);
     if (defect.empty()) defect = checkIdle(e);
     if (!defect.empty()) return defect;
