@@ -64,7 +64,8 @@ TEST_F(VakMemoryCheckTest, FindsAFreeElementInWhatIsLeftOfTheSlab) {
   const VakMemory::Block last = _memory.obtainBlock(512);
   VakFixedSizeAllocatorI other(24);
   // Elements behind the end of the last block were never handed out.
-  other._free = static_cast<char*>(last.start) + 512;
+  constexpr long blockBytes = (512 + VakGuardBytes + 63) / 64 * 64;
+  other._free = static_cast<char*>(last.start) + blockBytes;
   setLink(other._free, nullptr);
   EXPECT_EQ(_memory.check({&other}), VakFaultText("free elements overlap at ", at(other._free)));
   other._free = nullptr;
