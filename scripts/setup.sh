@@ -13,7 +13,7 @@ packages=(
 )
 [[ ${1:-} == run ]] || packages+=(
   # Test: the libraries, the second compiler and linkers, what reads the tree, the sanitizers' symbols.
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libglpk-dev
   clang lld binutils libclang-rt-dev llvm python3 valgrind gdb dpkg-dev file
   # Check and document.
   clang-format clang-tidy gcovr doxygen graphviz git ca-certificates
