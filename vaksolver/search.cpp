@@ -3,7 +3,8 @@
 #include <CbcEventHandler.hpp>
 #include <CbcHeuristic.hpp>
 #include <CbcHeuristicDiveCoefficient.hpp>
-#include <CbcHeuristicFPump.hpp>
+#include <CbcHeuristicDiveFractional.hpp>
+#include <CbcHeuristicDiveVectorLength.hpp>
 #include <CbcHeuristicGreedy.hpp>
 #include <CbcHeuristicRINS.hpp>
 #include <CbcModel.hpp>
@@ -80,19 +81,19 @@ bool isBounded(const OsiSolverInterface& solver) {
   return true;
 }
 
+// Deliberate: no feasibility pump. That of the libraries may give a point that it never filled in.
 void addHeuristics(CbcModel& tree) {
   CbcRounding rounding(tree);
   tree.addHeuristic(&rounding, "Rounding");
-  // These two move columns to their bounds, infinite ones included, and end the program then.
-  if (isBounded(*tree.solver())) {
-    CbcHeuristicFPump pump(tree);
-    pump.setMaximumPasses(20);
-    tree.addHeuristic(&pump, "Pump");
-    CbcHeuristicGreedyCover cover(tree);
-    tree.addHeuristic(&cover, "Cover");
-  }
+  // Starts from the lower bounds, infinite ones included, and ends the program then.
+  CbcHeuristicGreedyCover cover(tree);
+  if (isBounded(*tree.solver())) tree.addHeuristic(&cover, "Cover");
   CbcHeuristicDiveCoefficient dive(tree);
   tree.addHeuristic(&dive, "Dive");
+  CbcHeuristicDiveFractional fractional(tree);
+  tree.addHeuristic(&fractional, "Fractional");
+  CbcHeuristicDiveVectorLength length(tree);
+  tree.addHeuristic(&length, "Length");
   CbcHeuristicRINS neighbours(tree);
   neighbours.setHowOften(100);
   tree.addHeuristic(&neighbours, "Neighbours");

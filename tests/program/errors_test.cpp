@@ -70,13 +70,13 @@ TEST(ModelFiles, ThatAreNotThereAreReported) {
   const Outcome outcome = solve({"no/such.mps"});
   EXPECT_EQ(outcome.code, BadInput);
   EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err, "vak-solve: no/such.mps: No such file or directory\n");
+  EXPECT_EQ(outcome.err, "vak-solve: no/such.mps: there is no such file\n");
 }
 
 TEST(ModelFiles, ThatAreFoldersAreReported) {
   const Outcome outcome = solve({"examples"});
   EXPECT_EQ(outcome.code, BadInput);
-  EXPECT_EQ(outcome.err, "vak-solve: examples: Is a directory\n");
+  EXPECT_EQ(outcome.err, "vak-solve: examples: this is a directory\n");
 }
 
 TEST(ModelFiles, ThatAreBrokenAreReportedWithTheLine) {
