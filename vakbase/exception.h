@@ -55,6 +55,9 @@ class VakException : public VakExceptionBase, public std::exception {
   [[nodiscard]] const char* what() const noexcept override;
 };
 
+/// Writes what VakException::print writes.
+std::ostream& operator<<(std::ostream& out, const VakException& exception);
+
 /// Thrown when the caller did what the library does not allow; the message says what that was.
 class VakWrongUsage : public VakException {
  public:

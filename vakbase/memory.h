@@ -17,9 +17,10 @@
 //               the first-level cache while its elements are handed out
 //   slab        the heap memory that blocks are carved from; slabs grow from 4 KiB to 4 MiB, so
 //               that a small environment stays small and a large one seldom asks the heap; the
-//               largest lie in huge pages where the system grants them, and wait in the cache of
-//               the process (slab_cache.h) when their pool has ended
-//   region      a slab or a single large element: one block of the heap, in a list of the pool
+//               largest lie in huge pages where the system grants them
+//   region      a slab or a single large element: one block of the heap, in a list of the pool;
+//               large regions wait in the cache of the process (slab_cache.h) when their pool has
+//               ended
 //
 // Free elements stay in their class until the pool ends: regions are released all at once by the
 // destructor. In the mode without pooling nothing of this is used: every element is a heap block of
@@ -167,7 +168,6 @@ class VakMemory {
   Growth* growthOf(const VakFixedSizeAllocatorI* taker, long elementSize);
   Region* obtainRegion(unsigned long bytes);
   [[nodiscard]] long getUsageWithCompanion() const;
-  static void ReleaseRegion(Region* region) noexcept;
   void obtainSlab();
 
  public:

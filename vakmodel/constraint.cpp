@@ -3,6 +3,7 @@
 #include <ostream>
 #include <vector>
 
+#include "vakbase/terminated_text.h"
 #include "vakmodel/env_check.h"
 #include "vakmodel/linear_impl.h"
 #include "vakmodel/object_text.h"
@@ -16,6 +17,12 @@ VakConstraint::VakConstraint(VakEnv env, const VakRelation& relation, const char
 
 VakConstraint::VakConstraint(VakEnv env, VakNum lb, VakNum ub, const char* name)
     : VakConstraint(env, VakRelation(lb, VakExpr(), ub), name) {}
+
+VakConstraint::VakConstraint(VakEnv env, const VakRelation& relation, std::string_view name)
+    : VakConstraint(env, relation, VakTerminatedText(name).get()) {}
+
+VakConstraint::VakConstraint(VakEnv env, VakNum lb, VakNum ub, std::string_view name)
+    : VakConstraint(env, lb, ub, VakTerminatedText(name).get()) {}
 
 VakConstraint VakConstraint::From(VakExtractable object) {
   VakExtractableI* impl = object.getImpl();
@@ -57,6 +64,7 @@ void VakConstraint::setKeptWhenEmpty(bool kept) const { checked()->_keptWhenEmpt
 bool VakConstraint::isKeptWhenEmpty() const { return checked()->_keptWhenEmpty; }
 
 std::ostream& operator<<(std::ostream& out, VakConstraint constraint) {
+  if (constraint.isEmpty()) return out << VakEmptyHandleText;
   if (constraint.getName() != nullptr) out << constraint.getName() << ": ";
   return out << constraint.getRelation();
 }

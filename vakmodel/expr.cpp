@@ -78,11 +78,7 @@ void printCoef(std::ostream& out, const VakTerm& term, bool first) {
     coef = 1;
   }
   if (coef != 1) out << coef << ' ';
-  if (const char* name = term.var.getName()) {
-    out << name;
-  } else {
-    out << '#' << term.var.getId();
-  }
+  out << term.var;
 }
 
 }  // namespace
@@ -210,5 +206,11 @@ std::ostream& operator<<(std::ostream& out, const VakExpr& e) {
   const VakNum constant = e.getConstant();
   if (first) return out << constant;
   if (constant != 0) out << (constant < 0 ? " - " : " + ") << (constant < 0 ? -constant : constant);
+  return out;
+}
+
+std::ostream& operator<<(std::ostream& out, const VakTerm& term) {
+  if (term.var.isEmpty()) return out << VakEmptyHandleText;
+  printCoef(out, term, true);
   return out;
 }

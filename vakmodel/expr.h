@@ -100,6 +100,9 @@ class VakExpr {
 /// identifier; an expression without terms as its constant.
 std::ostream& operator<<(std::ostream& out, const VakExpr& e);
 
+/// Writes it as in "3 x"; without a variable as (empty).
+std::ostream& operator<<(std::ostream& out, const VakTerm& term);
+
 /// A variable or a term.
 template <class T>
 concept VakLinearAtom = std::derived_from<T, VakNumVar> || std::same_as<T, VakTerm>;

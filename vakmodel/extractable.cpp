@@ -1,5 +1,8 @@
 #include "vakmodel/extractable.h"
 
+#include <ostream>
+
+#include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/registry/recycle_bin.h"
@@ -8,6 +11,7 @@
 #include "vakmodel/contract/extractable.h"
 #include "vakmodel/linear_impl.h"
 #include "vakmodel/model_impl.h"
+#include "vakmodel/num_expr.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
 #include "vakmodel/unsettled.h"
@@ -199,6 +203,56 @@ void VakExtractable::removeProperty(const char* name) const {
 }
 
 void VakExtractable::removeAllProperties() const { impl()->removeAllProperties(); }
+
+void VakExtractable::setName(std::string_view name) const { impl()->setName(name); }
+
+bool VakExtractable::hasProperty(std::string_view name) const {
+  return impl()->hasProperty(name) != 0;
+}
+
+VakNamedProperty VakExtractable::getProperty(std::string_view name) const {
+  return VakNamedProperty(impl()->getProperty(name));
+}
+
+void VakExtractable::setIntProperty(std::string_view name, VakInt value) const {
+  impl()->setPropertyValue<VakNamedIntProperty>(name, value);
+}
+
+void VakExtractable::setNumProperty(std::string_view name, VakNum value) const {
+  impl()->setPropertyValue<VakNamedNumProperty>(name, value);
+}
+
+void VakExtractable::setAnyProperty(std::string_view name, VakAny value) const {
+  impl()->setPropertyValue<VakNamedAnyProperty>(name, value);
+}
+
+void VakExtractable::setStringProperty(std::string_view name, const char* value) const {
+  impl()->setPropertyValue<VakNamedStringProperty>(name, value);
+}
+
+void VakExtractable::setStringProperty(std::string_view name, std::string_view value) const {
+  setStringProperty(name, VakTerminatedText(value).get());
+}
+
+void VakExtractable::removeProperty(std::string_view name) const { impl()->removeProperty(name); }
+
+std::ostream& operator<<(std::ostream& out, VakExtractable object) {
+  if (object.isEmpty()) return out << VakEmptyHandleText;
+  const VakNumVar x = VakNumVar::From(object);
+  if (!x.isEmpty()) {
+    if (const char* name = x.getName()) return out << name;
+    return out << '#' << x.getId();
+  }
+  const VakConstraint constraint = VakConstraint::From(object);
+  if (!constraint.isEmpty()) return out << constraint;
+  const VakObjective objective = VakObjective::From(object);
+  if (!objective.isEmpty()) return out << objective;
+  const VakModel model = VakModel::From(object);
+  if (!model.isEmpty()) return out << model;
+  const VakNumExpr expr = VakNumExpr::From(object);
+  if (!expr.isEmpty()) return out << expr.getExpr();
+  return out << VakObjectText(object.getImpl()).get();
+}
 
 // The array form is used because objects that one removal takes out for another one's sake would
 // stay hidden; here nothing follows from the removal.

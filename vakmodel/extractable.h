@@ -3,7 +3,9 @@
 // The handle of any object of a model, with what all of them have: a name, a user object, named
 // properties, an identifier, and two ways out of the models.
 
+#include <iosfwd>
 #include <ranges>
+#include <string_view>
 
 #include "vakenv/memory/env.h"
 #include "vakenv/properties/property_set.h"
@@ -79,6 +81,27 @@ class VakExtractable {
   void removeProperty(const char* name) const;
   void removeAllProperties() const;
 
+  // The same for names of a known length: strings, views, and texts that need no terminator. What
+  // is looked up is not copied, and exceptions hold a copy of the name.
+
+  void setName(std::string_view name) const;
+  [[nodiscard]] bool hasProperty(std::string_view name) const;
+  [[nodiscard]] VakNamedProperty getProperty(std::string_view name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name) const {
+    return VakReadProperty<T>(*this, name);
+  }
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name, T fallback) const {
+    return VakReadProperty<T>(*this, name, fallback);
+  }
+  void setIntProperty(std::string_view name, VakInt value) const;
+  void setNumProperty(std::string_view name, VakNum value) const;
+  void setAnyProperty(std::string_view name, VakAny value) const;
+  void setStringProperty(std::string_view name, const char* value) const;
+  void setStringProperty(std::string_view name, std::string_view value) const;
+  void removeProperty(std::string_view name) const;
+
   /// Takes the object out of every model, constraint, objective and expression; it lives on and can
   /// be used again. Algorithms are told afterwards, of all objects at once; what they refuse is
   /// done nevertheless. Throws VakModelError while a change of the object is being reported. Costs
@@ -106,6 +129,11 @@ class VakExtractable {
 
   VakExtractableI* _impl = nullptr;  ///< The object, not owned; null when the handle is empty.
 };
+
+/// Writes the object as its class does: a variable as its name, or as in #12 when it has none, the
+/// number being its identifier; constraints, objectives, models and stored expressions as what they
+/// say; anything else as in: VakThing "name". An empty handle is written as (empty).
+std::ostream& operator<<(std::ostream& out, VakExtractable object);
 
 /// Ends all objects of `array` in one removal; empty handles and objects that were taken out of
 /// their environment are passed over. The array stays, and its elements dangle. Throws as

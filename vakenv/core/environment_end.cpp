@@ -73,7 +73,10 @@ void VakEnvI::forgetExpander() { _expander = nullptr; }
 
 void VakEnvI::endTypedLists() { _typedLists.end(this); }
 
-void VakEnvI::endIdentifiers() { _idManager->end(); }
+void VakEnvI::endIdentifiers() {
+  _registry.references.end();
+  _idManager->end();
+}
 
 void VakEnvI::endRandom() { delete _random; }
 
@@ -81,7 +84,10 @@ void VakEnvI::endSymbols() { delete _symbolTable; }
 
 void VakEnvI::endTerms() { delete _termAllocator; }
 
-void VakEnvI::endAllocator() { delete _allocator; }
+void VakEnvI::endAllocator() {
+  _life.end();
+  delete _allocator;
+}
 
 // An algorithm that does not detach itself, or throws before it does, is unlinked here, so that the
 // end always comes. Detaching moves every walk on, so a walk that still stands before the head

@@ -31,8 +31,6 @@ void VakEnvObjectI::operator delete(void* p, unsigned long size) noexcept(false)
   giveBack(static_cast<VakEnvObjectI*>(p)->_env, p, size);
 }
 
-VakRttiEnvObjectI::VakRttiEnvObjectI(VakEnvI* env) : _env(env) {}
-
 VakRttiEnvObjectI::~VakRttiEnvObjectI() noexcept(false) = default;
 
 VakMemoryManager VakRttiEnvObjectI::getMemoryManager() const { return _env->_allocator; }
