@@ -5,7 +5,6 @@
 #include <CbcHeuristicDiveCoefficient.hpp>
 #include <CbcHeuristicFPump.hpp>
 #include <CbcHeuristicGreedy.hpp>
-#include <CbcHeuristicLocal.hpp>
 #include <CbcHeuristicRINS.hpp>
 #include <CbcModel.hpp>
 #include <CglClique.hpp>
@@ -40,15 +39,17 @@ double getIncrement(double objective) {
 void addCuts(CbcModel& tree) {
   constexpr int WhenUseful = -1;  // At the root, and deeper if they helped there.
   constexpr int RootOnly = -99;
+  // Deliberate: bounds are all that probing gives, and it does not look at the objective. The rows
+  // that it makes of the objective cut the optimum off on rare occasions.
   CglProbing probing;
-  probing.setUsingObjective(1);
+  probing.setUsingObjective(0);
   probing.setMaxPass(1);
   probing.setMaxPassRoot(5);
   probing.setMaxProbe(10);
   probing.setMaxProbeRoot(1000);
   probing.setMaxLook(50);
   probing.setMaxLookRoot(500);
-  probing.setRowCuts(3);
+  probing.setRowCuts(0);
   tree.addCutGenerator(&probing, WhenUseful, "Probing");
   CglGomory gomory;
   gomory.setLimitAtRoot(1000);
@@ -70,22 +71,31 @@ void addCuts(CbcModel& tree) {
   tree.addCutGenerator(&zeroHalf, WhenUseful, "ZeroHalf");
 }
 
+bool isBounded(const OsiSolverInterface& solver) {
+  for (int j = 0; j < solver.getNumCols(); ++j) {
+    if (solver.getColLower()[j] <= -COIN_DBL_MAX || solver.getColUpper()[j] >= COIN_DBL_MAX) {
+      return false;
+    }
+  }
+  return true;
+}
+
 void addHeuristics(CbcModel& tree) {
   CbcRounding rounding(tree);
   tree.addHeuristic(&rounding, "Rounding");
-  CbcHeuristicFPump pump(tree);
-  pump.setMaximumPasses(20);
-  tree.addHeuristic(&pump, "Pump");
-  CbcHeuristicGreedyCover cover(tree);
-  tree.addHeuristic(&cover, "Cover");
+  // These two move columns to their bounds, infinite ones included, and end the program then.
+  if (isBounded(*tree.solver())) {
+    CbcHeuristicFPump pump(tree);
+    pump.setMaximumPasses(20);
+    tree.addHeuristic(&pump, "Pump");
+    CbcHeuristicGreedyCover cover(tree);
+    tree.addHeuristic(&cover, "Cover");
+  }
   CbcHeuristicDiveCoefficient dive(tree);
   tree.addHeuristic(&dive, "Dive");
   CbcHeuristicRINS neighbours(tree);
   neighbours.setHowOften(100);
   tree.addHeuristic(&neighbours, "Neighbours");
-  CbcHeuristicLocal local(tree);
-  local.setSearchType(1);
-  tree.addHeuristic(&local, "Local");
 }
 
 }  // namespace

@@ -166,4 +166,5 @@ void VakEnvI::endMarksAndLocalEnv() {
     _localEnv = head->_next;
     delete head;
   }
+  if constexpr (VakChecksMemory) VakMemoryLedger::WriteLeftovers(&_memory);
 }

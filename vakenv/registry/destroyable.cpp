@@ -47,6 +47,7 @@ VakDestroyableList::~VakDestroyableList() {
 void VakDestroyableList::add(VakDestroyableI* d) {
   if (has(d)) return;
   Element* element = ::new (env->allocate(sizeof(Element))) Element{d, nullptr, nullptr};
+  VakNameElement(element, typeid(Element));
   bool isNew = false;
   try {
     const auto lock = guard();
