@@ -93,7 +93,6 @@ void vakFromArrays(const Input& input) {
 void vakByColumn(const Input& input) {
   VakEnv env;
   const VakModel model(env);
-  model.minimize(VakExpr(env));
   const std::vector<VakConstraint> constraints = makeRows(model, input);
   std::vector<VakConstraint> rows(PerColumn);
   for (int column = 0; column < input.columns; ++column) {
