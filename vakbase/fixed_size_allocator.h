@@ -1,7 +1,8 @@
+#pragma once
+
 // One size class of the block memory pool: a free list of elements of one size, with the counts
 // that memory usage is made of. The pool (`VakMemory`) embeds one for each of its classes; the
 // environment keeps one of its own for expression terms. All draw their blocks from the pool.
-#pragma once
 
 #include <cstring>
 

@@ -1,3 +1,5 @@
+#pragma once
+
 // The block memory pool from which all model memory of an environment comes.
 //
 //   VakMemory ---embeds---> one VakFixedSizeAllocatorI a size class (free list and counts)
@@ -23,7 +25,6 @@
 // Free elements stay in their class until the pool ends: regions are released all at once by the
 // destructor. In the mode without pooling nothing of this is used: every element is a heap block of
 // its own in the allocation list of its class.
-#pragma once
 
 #include <initializer_list>
 #include <string>

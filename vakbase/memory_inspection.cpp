@@ -109,7 +109,7 @@ bool VakMemoryInspection::checkAllocator(const VakFixedSizeAllocatorI& allocator
     return fail(name + "there is a free list without pooling");
   }
   if (allocator._list != nullptr) {
-    const std::string broken = allocator._list->check();
+    std::string broken = allocator._list->check();
     if (!broken.empty()) return fail(name + broken);
   }
   const std::size_t before = _free.size();

@@ -98,7 +98,7 @@ VakInt VakSymbolTable::getMemoryUsage() const {
 }
 
 std::string VakSymbolTable::check() const {
-  const std::string broken = VakNameFault("names", _table.check());
+  std::string broken = VakNameFault("names", _table.check());
   if (!broken.empty()) return broken;
   if (_table._nbItems != getSize()) {
     return VakFaultText(getSize(), " symbols have numbers, ", _table._nbItems, " have names");

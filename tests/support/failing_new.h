@@ -1,8 +1,9 @@
+#pragma once
+
 // Makes the n-th call of the global operator new fail, for tests of what happens then.
 //
 // A test program that links `vak_test_failing_new` has all forms of the global operators new and
 // delete replaced by ones that count. Unless a `VakFailingNew` lives they behave as ever.
-#pragma once
 
 #include <cstddef>
 #include <exception>
@@ -24,13 +25,34 @@ class VakHeapObserver {
   virtual void givenBack(void* block) noexcept = 0;
 };
 
+/// How often the chosen call fails.
+enum class VakFailureSpan { Once, FromThenOn };
+
+/// Whose calls are counted and can fail.
+enum class VakNewCallers {
+  All,      ///< Everybody's.
+  Program,  ///< Those of the program itself, the static libraries in it included; not those of shared
+            ///< libraries, which may be unable to live without memory.
+};
+
+/// While it lives, calls of this thread are neither counted nor let fail.
+class VakSparedNew {
+ public:
+  VakSparedNew() noexcept;
+  VakSparedNew(const VakSparedNew&) = delete;
+  VakSparedNew& operator=(const VakSparedNew&) = delete;
+  ~VakSparedNew();
+};
+
 /// While it lives, counts the calls of the global operator new in all threads and lets one of them
 /// throw `std::bad_alloc` (or return null, in the forms that do not throw). At most one lives at a
 /// time.
 class VakFailingNew {
  public:
-  /// Lets call number `failAt` fail, counted from 1; with 0 none fails and calls are only counted.
-  explicit VakFailingNew(long failAt) noexcept;
+  /// Lets call number `failAt` fail, counted from 1, and with `FromThenOn` all that follow it; with
+  /// 0 none fails and calls are only counted.
+  explicit VakFailingNew(long failAt, VakFailureSpan span = VakFailureSpan::Once,
+                         VakNewCallers callers = VakNewCallers::All) noexcept;
   VakFailingNew(const VakFailingNew&) = delete;
   VakFailingNew& operator=(const VakFailingNew&) = delete;
   ~VakFailingNew();

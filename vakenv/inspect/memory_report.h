@@ -55,11 +55,11 @@ struct VakMemoryReport {
 
   /// A report of nothing.
   VakMemoryReport() = default;
-  /// What `env` holds now. Throws VakEmptyHandleException ("VakEnv: Using empty handle") for an
-  /// empty handle, and std::bad_alloc. Takes no memory from the environment. The time is linear in
-  /// the identifiers, destroyables and symbols, in the checked build in everything in use. No other
-  /// thread may use the environment meanwhile; not while it ends.
-  explicit VakMemoryReport(VakEnv env);
+  /// What the environment holds now. Throws VakEmptyHandleException ("VakEnv: Using empty handle")
+  /// for an empty handle, and std::bad_alloc. Takes no memory from the environment. The time is
+  /// linear in the identifiers, destroyables and symbols, in the checked build in everything in
+  /// use. No other thread may use the environment meanwhile; not while it ends.
+  explicit VakMemoryReport(VakEnv handle);
 
   bool isPooled = false;   ///< Memory came from the pool; false with VAK_NO_MEMORY_MANAGER.
   bool isChecked = false;  ///< The checked build, which alone knows `arrays` and `made`.

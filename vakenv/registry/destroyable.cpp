@@ -94,7 +94,7 @@ void VakDestroyableList::destroyAll() {
 
 std::string VakDestroyableList::check() const {
   const auto lock = guard();
-  const std::string broken = VakNameFault("table", table.check());
+  std::string broken = VakNameFault("table", table.check());
   if (!broken.empty()) return broken;
   VakInt elements = 0;
   const Element* newer = nullptr;
