@@ -32,7 +32,8 @@ int countOnAllThreads(Read read) {
 }
 
 TEST(SharedReading, OfAModel) {
-  VakScopedEnv env;
+  const VakScopedEnv scope;
+  const VakEnv env = scope.env;
   const VakModel model(env, "plan");
   const VakNumVarArray x(env, 50, 0, 40);
   x[7].setName("seven");
@@ -53,7 +54,8 @@ TEST(SharedReading, OfAModel) {
 }
 
 TEST(SharedReading, OfPropertiesSymbolsAndArrays) {
-  VakScopedEnv env;
+  const VakScopedEnv scope;
+  const VakEnv env = scope.env;
   env.setNumProperty("gap", 0.25);
   env.setStringProperty("colour", "red");
   VakSymbolI* symbol = env.makeSymbol("north");
