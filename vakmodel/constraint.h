@@ -14,6 +14,11 @@
 /// A constant of the expression it is made from goes over to the bounds. Bounds are numbers, or
 /// plus or minus VakGetInfinity() where there is none; a constraint without any is a free row.
 /// Wrong bounds throw as for variables.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakConstraint : public VakLinear {
  public:
   VakConstraint() = default;
@@ -23,6 +28,9 @@ class VakConstraint : public VakLinear {
   VakConstraint(VakEnv env, const VakRelation& relation, const char* name = nullptr);
   /// A new constraint without terms.
   VakConstraint(VakEnv env, VakNum lb, VakNum ub, const char* name = nullptr);
+  // The same with names of a known length.
+  VakConstraint(VakEnv env, const VakRelation& relation, std::string_view name);
+  VakConstraint(VakEnv env, VakNum lb, VakNum ub, std::string_view name);
 
   /// The object as a constraint; an empty handle when it is something else.
   [[nodiscard]] static VakConstraint From(VakExtractable object);
@@ -53,7 +61,7 @@ class VakConstraint : public VakLinear {
 /// Another name for the same: a constraint is a range that a linear expression has to stay in.
 using VakRange = VakConstraint;
 
-/// Writes it as the relation, after its name and a colon if it has one.
+/// Writes it as the relation, after its name and a colon if it has one; an empty handle as (empty).
 std::ostream& operator<<(std::ostream& out, VakConstraint constraint);
 
 // Many right-hand sides in one change; see VakSetBounds for variables.

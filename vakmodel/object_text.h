@@ -12,6 +12,9 @@
 
 /// An object in words, as in: variable "x", constraint "capacity", variable #12. The number is the
 /// identifier. Holds its text itself; a long name is cut.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 class VakObjectText {
  public:
   /// `object` may be null, which gives `other`.
@@ -21,6 +24,11 @@ class VakObjectText {
  private:
   char _text[112];  ///< Terminated.
 };
+
+/// What an object is, as in "variable"; of static lifetime.
+[[nodiscard]] const char* VakGetKindText(const VakExtractableI* object);
+/// Lets a sentence begin with a capital also when it begins with the kind of an object.
+void VakCapitalize(char* text);
 
 /// Throws VakModelError about `object`, which may be null, with a text formatted as by printf.
 [[noreturn, gnu::cold, gnu::format(printf, 2, 3)]] void VakThrowModelError(

@@ -13,6 +13,9 @@
 ///
 /// Invariant: at least one of the bounds was given; the other is infinite until a second comparison
 /// gives it.
+///
+/// Threads: confined; each thread may have its own, over variables that others read too.
+/// Phases: open, while the variables in it live; gone of itself.
 class VakRelation {
  public:
   VakRelation(VakNum lower, VakExpr expr, VakNum upper)
@@ -49,6 +52,9 @@ class VakRelation {
 
 /// Writes it as in "3 x + 2 y <= 12" or "1 <= x + y <= 4".
 std::ostream& operator<<(std::ostream& out, const VakRelation& relation);
+
+/// Writes it as in "x == y".
+std::ostream& operator<<(std::ostream& out, VakVarEquality equality);
 
 /// lower <= e <= upper.
 [[nodiscard]] VakRelation VakBetween(VakNum lower, VakExpr e, VakNum upper);

@@ -16,6 +16,11 @@
 
 class VakVarEquality;
 
+/// The kind in words, as in "Boolean"; of static lifetime.
+[[nodiscard]] const char* VakGetKindName(VakVarKind kind);
+/// Writes the kind in words.
+std::ostream& operator<<(std::ostream& out, VakVarKind kind);
+
 /// Handle of a variable; see VakExtractable.
 ///
 /// Bounds are numbers, or plus or minus VakGetInfinity() where there is none. Wrong bounds throw
@@ -25,6 +30,11 @@ class VakVarEquality;
 ///
 /// Each change is reported once. When an algorithm refuses it or anything else throws, the variable
 /// gets its old state back, whoever had accepted is told of that, and the exception passes on.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakNumVar : public VakExtractable {
  public:
   VakNumVar() = default;
@@ -37,6 +47,10 @@ class VakNumVar : public VakExtractable {
   VakNumVar(VakEnv env, VakNum lb, VakNum ub, const char* name = nullptr);
   /// A new variable of this kind with these bounds.
   VakNumVar(VakEnv env, VakNum lb, VakNum ub, VakVarKind kind, const char* name = nullptr);
+  // The same with names of a known length.
+  VakNumVar(VakEnv env, std::string_view name);
+  VakNumVar(VakEnv env, VakNum lb, VakNum ub, std::string_view name);
+  VakNumVar(VakEnv env, VakNum lb, VakNum ub, VakVarKind kind, std::string_view name);
 
   /// The object as a variable; an empty handle when it is something else.
   [[nodiscard]] static VakNumVar From(VakExtractable object);
@@ -62,23 +76,39 @@ class VakNumVar : public VakExtractable {
 };
 
 /// Handle of a variable that was made as an integer one. It is a VakNumVar: setKind still applies.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakIntVar : public VakNumVar {
  public:
   VakIntVar() = default;
   /// A new integer variable, 0 or more.
   explicit VakIntVar(VakEnv env, const char* name = nullptr);
   VakIntVar(VakEnv env, VakNum lb, VakNum ub, const char* name = nullptr);
+  VakIntVar(VakEnv env, std::string_view name);
+  VakIntVar(VakEnv env, VakNum lb, VakNum ub, std::string_view name);
 };
 
 /// Handle of a variable that was made as a Boolean one. It is a VakNumVar: setKind still applies.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakBoolVar : public VakNumVar {
  public:
   VakBoolVar() = default;
   explicit VakBoolVar(VakEnv env, const char* name = nullptr);
+  VakBoolVar(VakEnv env, std::string_view name);
 };
 
 /// What `x == y` between variables gives: a relation that can be added to a model, and where a
 /// truth value is needed, whether both handles hold the same variable.
+///
+/// Threads: confined; each thread may have its own, over variables that others read too.
+/// Phases: open, while the variables in it live; gone of itself.
 class VakVarEquality {
  public:
   VakVarEquality(VakNumVar left, VakNumVar right) : _left(left), _right(right) {}

@@ -2,7 +2,12 @@
 
 // The version record.
 
+#include <iosfwd>
+
 /// The version of the library, as constants of the process.
+///
+/// Threads: thread safe: it holds constants.
+/// Phases: any.
 class VakTarnVersion {
  public:
   static const char* const _VAK_NAME;     ///< Name of the product.
@@ -17,3 +22,7 @@ class VakTarnVersion {
   /// The one text that names the library, its version and date.
   static const char* const _identification;
 };
+
+/// Writes the text that names the library, its version and date, as in
+/// std::cout << VakTarnVersion().
+std::ostream& operator<<(std::ostream& out, VakTarnVersion version);

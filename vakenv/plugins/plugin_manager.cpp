@@ -92,8 +92,12 @@ VakPlugInManager::VakCell* VakPlugInManager::findOrCreateCell(const char* name) 
 }
 
 VakPlugInManager::VakCell* VakPlugInManager::findCell(const char* name) const {
+  return findCell(std::string_view(name));
+}
+
+VakPlugInManager::VakCell* VakPlugInManager::findCell(std::string_view name) const {
   VakCell* cell = first;
-  while (cell != nullptr && std::strcmp(cell->name, name) != 0) cell = cell->next;
+  while (cell != nullptr && cell->name != name) cell = cell->next;
   return cell;
 }
 
@@ -205,6 +209,10 @@ std::string VakPlugInManager::check(const VakMemoryInspection* pool) const {
 }
 
 VakInt VakPlugInManager::isCreated(VakTypeInfo type, const char* name) const {
+  return isCreated(type, std::string_view(name));
+}
+
+VakInt VakPlugInManager::isCreated(VakTypeInfo type, std::string_view name) const {
   const VakCell* cell = findCell(name);
   if (cell == nullptr) return 0;
   for (const VakPlugInAddon* a = cell->addons; a != nullptr; a = a->next) {

@@ -10,6 +10,7 @@
 // as long as the manager, except that a notified plug-in's node goes with its removal.
 
 #include <string>
+#include <string_view>
 
 #include "vakenv/fwd.h"
 #include "vakenv/plugins/walk.h"
@@ -21,6 +22,11 @@
 /// Made and owned by the environment. Operations that alter the manager, and the add-ons that they
 /// call, run under the environment's mutex when it has one, so that mutex must be recursive. The
 /// others take no lock.
+///
+/// Threads: read-shared for findCell and isCreated; add, remove, addNotified and removeNotified run
+///     under the environment's mutex, if any; apply is confined.
+/// Phases: open, callbacks of plug-ins and add-ons included, until step 11 of the end.
+/// Gives back: remove takes back add, removeNotified takes back addNotified; neither deletes.
 class VakPlugInManager {
  public:
   /// What is filed under one name. Never removed before the manager ends, even when empty.
@@ -66,6 +72,7 @@ class VakPlugInManager {
   VakCell* findOrCreateCell(const char* name);
   /// The cell of exactly this name, or null.
   [[nodiscard]] VakCell* findCell(const char* name) const;
+  [[nodiscard]] VakCell* findCell(std::string_view name) const;
 
   /// Files `p` under `name` and tells the add-ons of that name. When one throws, `p` stays filed.
   void add(VakPlugIn* p, const char* name);
@@ -90,6 +97,7 @@ class VakPlugInManager {
   /// 1 when an add-on of exactly this type is filed under `name`, else 0. Deliberate: plug-ins are
   /// not looked at.
   [[nodiscard]] VakInt isCreated(VakTypeInfo type, const char* name) const;
+  [[nodiscard]] VakInt isCreated(VakTypeInfo type, std::string_view name) const;
 
   /// An empty text if no list runs in a circle, no two cells have one name, and everything filed or
   /// entered belongs to this environment and is not free memory of `pool`; else what is broken.

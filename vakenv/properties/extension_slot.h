@@ -3,12 +3,17 @@
 // The property operations of an owner, told once for the environment and the extensible objects,
 // which differ only in the allocator and in where the extension pointer lives.
 
+#include <string_view>
+
 #include "vakenv/fwd.h"
 #include "vakenv/properties/extension.h"
 
 /// An owner's allocator and the place of its extension pointer, put together for one operation.
 ///
 /// "The set" below is the one in the owner's extension, if there is one.
+///
+/// Threads: confined; made for one operation.
+/// Phases: open, for the length of one operation.
 class VakExtensionSlot {
  public:
   VakExtensionSlot(VakGenAlloc* allocator, VakExtension*& slot)
@@ -24,6 +29,10 @@ class VakExtensionSlot {
   /// Throws VakNamedPropertySet::NotPresent with `name` when there is none.
   [[nodiscard]] static VakNamedPropertyI* GetProperty(const VakExtension* extension,
                                                       const char* name);
+
+  [[nodiscard]] static VakInt HasProperty(const VakExtension* extension, std::string_view name);
+  [[nodiscard]] static VakNamedPropertyI* GetProperty(const VakExtension* extension,
+                                                      std::string_view name);
 
   // Writing: records are created by a value that is not null or by an insertion, and stay when
   // values are cleared.
@@ -42,6 +51,7 @@ class VakExtensionSlot {
   void addProperties(const VakNamedPropertySetI* set) const;
   /// Throws VakNamedPropertySet::NotPresent with the name.
   void removeProperty(const char* name) const;
+  void removeProperty(std::string_view name) const;
   /// Throws VakNamedPropertySet::NotPresent with the property's name and the property.
   void removeProperty(VakNamedPropertyI* property) const;
   void removeAllProperties() const { setProperties(nullptr); }

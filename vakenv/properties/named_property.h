@@ -7,8 +7,10 @@
 //   std::cout << size;                       // size (3)
 
 #include <iosfwd>
+#include <string_view>
 #include <type_traits>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/fwd.h"
 #include "vakenv/memory/create.h"
 #include "vakenv/memory/memory_manager.h"
@@ -19,6 +21,11 @@
 ///
 /// getName and end throw VakEmptyHandleException ("VakNamedProperty: Using empty handle")
 /// on an empty handle; display, makeClone and operator<< do not test the handle.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedProperty {
  public:
   VakNamedProperty() = default;
@@ -44,7 +51,6 @@ class VakNamedProperty {
 
   VakNamedPropertyI* _impl = nullptr;  ///< The property, not owned; null when the handle is empty.
 
- protected:
   /// Throws VakEmptyHandleException ("VakNamedProperty: Using empty handle") on an empty handle.
   void requireImpl() const;
 };
@@ -57,6 +63,11 @@ std::ostream& operator<<(std::ostream& out, VakNamedProperty property);
 ///
 /// getValue and setValue throw VakEmptyHandleException ("VakNamedProperty: Using empty handle") on
 /// an empty handle.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 template <class Handle, class Impl>
 class VakTypedNamedProperty : public VakNamedProperty {
  public:
@@ -70,6 +81,9 @@ class VakTypedNamedProperty : public VakNamedProperty {
   /// also what VakNamedPropertyI::cloneString throws.
   VakTypedNamedProperty(VakMemoryManager manager, const char* name, EmbeddedType value)
       : VakNamedProperty(VakCreate<Impl>(manager, name, value)) {}
+  /// The same for a name of a known length.
+  VakTypedNamedProperty(VakMemoryManager manager, std::string_view name, EmbeddedType value)
+      : VakTypedNamedProperty(manager, VakTerminatedText(name).get(), value) {}
 
   [[nodiscard]] Impl* getImpl() const { return static_cast<Impl*>(_impl); }
   [[nodiscard]] EmbeddedType getValue() const {
@@ -87,6 +101,11 @@ class VakTypedNamedProperty : public VakNamedProperty {
 };
 
 /// Handle of an integer property.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedIntProperty
     : public VakTypedNamedProperty<VakNamedIntProperty, VakNamedIntPropertyI> {
  public:
@@ -94,6 +113,11 @@ class VakNamedIntProperty
 };
 
 /// Handle of a numeric property.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedNumProperty
     : public VakTypedNamedProperty<VakNamedNumProperty, VakNamedNumPropertyI> {
  public:
@@ -101,6 +125,11 @@ class VakNamedNumProperty
 };
 
 /// Handle of a property that names an object of the user, which is not owned.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedAnyProperty
     : public VakTypedNamedProperty<VakNamedAnyProperty, VakNamedAnyPropertyI> {
  public:
@@ -108,6 +137,11 @@ class VakNamedAnyProperty
 };
 
 /// Handle of a text property, which keeps its own copy of the text.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedStringProperty
     : public VakTypedNamedProperty<VakNamedStringProperty, VakNamedStringPropertyI> {
  public:
