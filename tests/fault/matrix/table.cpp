@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <iostream>
 
-
 #include "tests/fault/matrix/groups.h"
 #include "tests/fault/matrix/prescribed_leaks.h"
 #include "tests/fault/matrix/runner.h"
@@ -69,8 +68,7 @@ void printHead(const std::string& first) {
 
 // Whether all counted points were survived.
 bool isSound(const Counts& counts) {
-  return std::ranges::all_of(counts,
-                             [](const VakFaultCount& c) { return c.survived == c.tried; });
+  return std::ranges::all_of(counts, [](const VakFaultCount& c) { return c.survived == c.tried; });
 }
 
 const char* nameOf(VakFaultKind kind) {
@@ -79,9 +77,10 @@ const char* nameOf(VakFaultKind kind) {
 }
 
 void printLeaks() {
-  std::cout << "\n## What is left behind on purpose\n\nIn these rows, and no others, memory may be "
-               "lost at a failure of that kind; everything else\nis held to the same conditions.\n\n"
-               "| operation | kind | what and why |\n|---|---|---|\n";
+  std::cout
+      << "\n## What is left behind on purpose\n\nIn these rows, and no others, memory may be "
+         "lost at a failure of that kind; everything else\nis held to the same conditions.\n\n"
+         "| operation | kind | what and why |\n|---|---|---|\n";
   for (const VakPrescribedLeak& leak : VakGetPrescribedLeaks()) {
     std::cout << "| " << leak.operation << " | " << nameOf(leak.kind) << " | " << leak.reason
               << " |\n";
