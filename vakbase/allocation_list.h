@@ -1,7 +1,8 @@
+#pragma once
+
 // The list through which memory is taken when it is not pooled: every element is a heap block of
 // its own, so that memory checkers see each one, and the list remembers which are outstanding so
 // that they can all be released with it.
-#pragma once
 
 #include <string>
 

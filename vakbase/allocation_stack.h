@@ -1,5 +1,6 @@
-// Memory for temporary work that is given back in the reverse order of taking it.
 #pragma once
+
+// Memory for temporary work that is given back in the reverse order of taking it.
 
 #include <string>
 

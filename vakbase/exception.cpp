@@ -35,6 +35,11 @@ VakException::~VakException() = default;
 
 const char* VakException::what() const noexcept { return _message != nullptr ? _message : ""; }
 
+std::ostream& operator<<(std::ostream& out, const VakException& exception) {
+  exception.print(out);
+  return out;
+}
+
 VakWrongUsage::VakWrongUsage(const char* message) : VakException(message, 0) {}
 
 VakWrongUsage::VakWrongUsage(const VakWrongUsage& other) = default;

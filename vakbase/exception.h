@@ -1,8 +1,9 @@
+#pragma once
+
 // The root of everything the library throws. VakExceptionBase holds the message and the operations
 // whose order among the virtual functions is fixed; VakException joins it to std::exception;
 // VakWrongUsage reports misuse that has a message of its own. Exceptions are thrown by value and
 // caught by reference.
-#pragma once
 
 #include <exception>
 #include <iosfwd>
@@ -53,6 +54,9 @@ class VakException : public VakExceptionBase, public std::exception {
   /// Returns the message, or the empty text when it is null.
   [[nodiscard]] const char* what() const noexcept override;
 };
+
+/// Writes what VakException::print writes.
+std::ostream& operator<<(std::ostream& out, const VakException& exception);
 
 /// Thrown when the caller did what the library does not allow; the message says what that was.
 class VakWrongUsage : public VakException {

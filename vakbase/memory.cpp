@@ -22,10 +22,7 @@ constexpr long LargestBlockBytes = 16 * 1024;
 /// Bytes of the first slab and the bound that doubling stops at. The slabs before the largest add
 /// up to as much as it: a pool that asks for the first of the largest has outgrown a few megabytes.
 constexpr unsigned long FirstSlabBytes = 4 * 1024;
-constexpr unsigned long LargestSlabBytes = VakSlabCache::SlabBytes;
-
-/// Regions of so many bytes are worth huge pages.
-constexpr unsigned long HugeRegionBytes = LargestSlabBytes;
+constexpr unsigned long LargestSlabBytes = VakSlabCache::HugeBytes;
 
 /// Elements of so many bytes are regions of their own.
 constexpr unsigned long LargeElementBytes = 32 * 1024;
@@ -58,12 +55,13 @@ VakMemory::VakMemory(long useMemoryManager) noexcept : _nextSlabBytes(FirstSlabB
 }
 
 VakMemory::~VakMemory() {
+  if constexpr (VakChecksMemory) VakMemoryLedger::Forget(this);
   while (_regions != nullptr) {
     Region* region = _regions;
     _regions = region->_next;
     // The program's operator delete may not be the sanitizer's and leave the poison where it is.
     VakUnpoison(region, region->_bytes);
-    ReleaseRegion(region);
+    VakSlabCache::GiveBack(region, region->_bytes);
   }
 }
 
@@ -78,6 +76,12 @@ long VakMemory::getTotalMemoryUsage() const {
   for (const SizeClass& sizeClass : _classes) bytes += sizeClass._allocator._bytesObtained;
   return bytes;
 }
+
+long VakMemory::getUsageWithCompanion() const {
+  return getMemoryUsage() + (_companion == nullptr ? 0 : _companion->_bytesInUse);
+}
+
+long VakMemory::getHighWater() const { return std::max(_highWater, getUsageWithCompanion()); }
 
 VakMemory::Block VakMemory::obtainBlock(long elementSize, const VakFixedSizeAllocatorI* taker) {
   const Block block = carveBlock(elementSize);
@@ -98,7 +102,8 @@ VakMemory::Growth* VakMemory::growthOf(const VakFixedSizeAllocatorI* taker, long
 
 VakMemory::Block VakMemory::carveBlock(long elementSize) {
   const long index = getIndex(elementSize);
-  const auto bytes = static_cast<unsigned long>(elementSize);
+  const long stride = elementSize + VakGuardBytes;
+  const auto bytes = static_cast<unsigned long>(stride);
   const bool fits = bytes <= static_cast<unsigned long>(_slabEnd - _slabCursor);
   if (bytes >= LargeElementBytes || (!fits && bytes > _nextSlabBytes / FewElements)) {
     return {FirstElement(obtainRegion(bytes + sizeof(Region) + BlockAlignment - 1)), 1};
@@ -107,8 +112,8 @@ VakMemory::Block VakMemory::carveBlock(long elementSize) {
   // A block ends with its slab, so that what is left of a slab serves before a new one is obtained.
   Growth& growth = _classes[index]._growth;
   const long available = std::min(long{growth._nextBlockBytes}, _slabEnd - _slabCursor);
-  const Block block{_slabCursor, std::max(available / elementSize, 1L)};
-  _slabCursor += roundUp(static_cast<unsigned long>(block.count * elementSize));
+  const Block block{_slabCursor, std::max(available / stride, 1L)};
+  _slabCursor += roundUp(static_cast<unsigned long>(block.count * stride));
   growth._nextBlockBytes =
       static_cast<unsigned short>(std::min(2L * growth._nextBlockBytes, LargestBlockBytes));
   return block;
@@ -124,30 +129,12 @@ void VakMemory::obtainSlab() {
 }
 
 VakMemory::Region* VakMemory::obtainRegion(unsigned long bytes) {
-  void* start = nullptr;
-  // Any region of the bytes of a largest slab may come from the cache, for any may go there.
-  if (bytes == LargestSlabBytes) {
-    start = VakSlabCache::Take();
-  } else if (bytes > HugeRegionBytes) {
-    start = VakSlabCache::ObtainHuge(bytes);
-  } else {
-    start = ::operator new(bytes);
-  }
-  auto* region = ::new (start) Region{_regions, bytes};
+  if (_regions != nullptr) _highWater = getHighWater();
+  auto* region = ::new (VakSlabCache::Take(bytes)) Region{_regions, bytes};
   VakPoison(region + 1, bytes - sizeof(Region));
   _regions = region;
   _bytesObtained += static_cast<long>(bytes);
   return region;
-}
-
-void VakMemory::ReleaseRegion(Region* region) noexcept {
-  if (region->_bytes == LargestSlabBytes) {
-    VakSlabCache::GiveBack(region);
-  } else if (region->_bytes > HugeRegionBytes) {
-    VakSlabCache::ReleaseHuge(region);
-  } else {
-    ::operator delete(region);
-  }
 }
 
 char* VakMemory::FirstElement(Region* region) {

@@ -1,3 +1,5 @@
+#pragma once
+
 // The block memory pool from which all model memory of an environment comes.
 //
 //   VakMemory ---embeds---> one VakFixedSizeAllocatorI a size class (free list and counts)
@@ -15,14 +17,14 @@
 //               the first-level cache while its elements are handed out
 //   slab        the heap memory that blocks are carved from; slabs grow from 4 KiB to 4 MiB, so
 //               that a small environment stays small and a large one seldom asks the heap; the
-//               largest lie in huge pages where the system grants them, and wait in the cache of
-//               the process (slab_cache.h) when their pool has ended
-//   region      a slab or a single large element: one block of the heap, in a list of the pool
+//               largest lie in huge pages where the system grants them
+//   region      a slab or a single large element: one block of the heap, in a list of the pool;
+//               large regions wait in the cache of the process (slab_cache.h) when their pool has
+//               ended
 //
 // Free elements stay in their class until the pool ends: regions are released all at once by the
 // destructor. In the mode without pooling nothing of this is used: every element is a heap block of
 // its own in the allocation list of its class.
-#pragma once
 
 #include <initializer_list>
 #include <string>
@@ -77,6 +79,7 @@ class VakMemory {
     const long index = getIndex(static_cast<long>(size));
     VakFixedSizeAllocatorI& sizeClass = _classes[index]._allocator;
     void* element = sizeClass.allocate(this, ElementSizeOf(sizeClass, index));
+    if constexpr (VakChecksMemory) VakMemoryLedger::Narrow(element, static_cast<long>(size));
     if constexpr (VakPoisonsMemory) {
       VakPoison(static_cast<char*>(element) + size,
                 static_cast<unsigned long>(sizeClass._elementSize) - size);
@@ -87,6 +90,9 @@ class VakMemory {
   /// Gives back what `allocate` returned for the same size; `element` is not null. A size of 0 is
   /// not filtered out: it names the class of the smallest elements.
   void deallocate(void* element, unsigned long size) {
+    if constexpr (VakChecksMemory) {
+      if (!VakMemoryLedger::MayGiveBack(this, element, static_cast<long>(size))) return;
+    }
     const long index = getIndex(static_cast<long>(size));
     VakFixedSizeAllocatorI& sizeClass = _classes[index]._allocator;
     sizeClass.deallocate(element, ElementSizeOf(sizeClass, index));
@@ -97,6 +103,11 @@ class VakMemory {
 
   /// Returns the bytes obtained from the heap: regions, and elements that are not pooled.
   [[nodiscard]] long getTotalMemoryUsage() const;
+
+  /// Returns the largest number of bytes that were in use, by the classes and the companion, when
+  /// the pool asked the heap for more memory or now: at least so many were in use at once. The
+  /// bytes obtained bound it from above. Without pooling only what is in use now is known.
+  [[nodiscard]] long getHighWater() const;
 
   /// Takes memory for elements of `elementSize` bytes (a multiple of 8) and lets the next block of
   /// the class that serves them be larger. The block is counted for `taker` if that is a class of
@@ -156,7 +167,7 @@ class VakMemory {
   Block carveBlock(long elementSize);
   Growth* growthOf(const VakFixedSizeAllocatorI* taker, long elementSize);
   Region* obtainRegion(unsigned long bytes);
-  static void ReleaseRegion(Region* region) noexcept;
+  [[nodiscard]] long getUsageWithCompanion() const;
   void obtainSlab();
 
  public:
@@ -174,4 +185,5 @@ class VakMemory {
   long _bytesObtained = 0;         ///< Bytes of all regions.
   const VakFixedSizeAllocatorI* _companion = nullptr;  ///< Counted beside the classes; not owned.
   Growth _companionGrowth;                             ///< What the companion obtained.
+  long _highWater = 0;  ///< Most bytes in use when a region was obtained.
 };

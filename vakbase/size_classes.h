@@ -1,5 +1,6 @@
-// Which size class of the block memory pool serves a request, as arithmetic and as a table.
 #pragma once
+
+// Which size class of the block memory pool serves a request, as arithmetic and as a table.
 
 #include <array>
 #include <bit>

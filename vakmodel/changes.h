@@ -11,9 +11,10 @@
 //     object that it has is one that just joined the model;
 //   - takes what brings it back to a state that it had before: a refusal of that is dropped.
 //
-// While it is told, a listener may read everything, and ask for objects to be ended, but must not
-// change or end what the change is about. A coefficient that was set to 0 is still among the terms
-// of its object until everybody was told.
+// While it is told, a listener may read everything, end or detach algorithms, and end objects, but
+// must not change or end what the change lists, nor end its model. What is in that model must not
+// change otherwise either: adding and removing throw VakModelError until the report is over. A
+// coefficient that was set to 0 is still among the terms of its object until everybody was told.
 //
 // A change is passed with the extractable it is about if there is exactly one, else without. Its
 // spans are valid during the call only.
@@ -24,7 +25,7 @@
 //   VakRowBoundsChange    bounds of constraints
 //   VakCoefsChange        coefficients
 //   VakTermsChange        all terms of a constraint (with its bounds), of an objective (with its
-//                         constant) or of a stored expression
+//                         constant and sense) or of a stored expression (with its constant)
 //   VakSenseChange        the sense of an objective
 //   VakConstantChange     the constant of an objective
 //   VakAddChange          what joined a model
@@ -106,8 +107,9 @@ class VakLinearChange : public VakChange {
   VakExtractableI* _linear;  ///< Not owned.
 };
 
-/// All terms were touched: of a constraint, together with its bounds; of an objective or a stored
-/// expression, together with its constant. Variables in them may have joined the model.
+/// All terms were touched: of a constraint, together with its bounds; of an objective, together
+/// with its constant and its sense; of a stored expression, together with its constant. Variables
+/// in them may have joined the model.
 class VakTermsChange final : public VakLinearChange {
   VAK_RTTI(VakTermsChange, VakLinearChange);
   explicit VakTermsChange(VakExtractableI* linear) : VakLinearChange(linear) {}

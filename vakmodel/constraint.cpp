@@ -3,10 +3,12 @@
 #include <ostream>
 #include <vector>
 
+#include "vakbase/terminated_text.h"
 #include "vakmodel/env_check.h"
 #include "vakmodel/linear_impl.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 
 VakConstraint::VakConstraint(VakConstraintI* impl) : VakLinear(impl) {}
 
@@ -15,6 +17,12 @@ VakConstraint::VakConstraint(VakEnv env, const VakRelation& relation, const char
 
 VakConstraint::VakConstraint(VakEnv env, VakNum lb, VakNum ub, const char* name)
     : VakConstraint(env, VakRelation(lb, VakExpr(), ub), name) {}
+
+VakConstraint::VakConstraint(VakEnv env, const VakRelation& relation, std::string_view name)
+    : VakConstraint(env, relation, VakTerminatedText(name).get()) {}
+
+VakConstraint::VakConstraint(VakEnv env, VakNum lb, VakNum ub, std::string_view name)
+    : VakConstraint(env, lb, ub, VakTerminatedText(name).get()) {}
 
 VakConstraint VakConstraint::From(VakExtractable object) {
   VakExtractableI* impl = object.getImpl();
@@ -56,6 +64,7 @@ void VakConstraint::setKeptWhenEmpty(bool kept) const { checked()->_keptWhenEmpt
 bool VakConstraint::isKeptWhenEmpty() const { return checked()->_keptWhenEmpty; }
 
 std::ostream& operator<<(std::ostream& out, VakConstraint constraint) {
+  if (constraint.isEmpty()) return out << VakEmptyHandleText;
   if (constraint.getName() != nullptr) out << constraint.getName() << ": ";
   return out << constraint.getRelation();
 }
@@ -70,7 +79,7 @@ void changeAll(std::span<const VakConstraint> handles, BoundsOf boundsOf) {
     VakNum lb;
     VakNum ub;
   };
-  VakEnvI* env = handles.front().getEnv().getImpl();
+  VakEnvI* env = handles.front().checked()->_env;
   std::vector<VakConstraintI*> constraints;
   std::vector<Bounds> before;
   constraints.reserve(handles.size());
@@ -83,6 +92,7 @@ void changeAll(std::span<const VakConstraint> handles, BoundsOf boundsOf) {
     constraints.push_back(constraint);
     before.push_back({constraint->_lb, constraint->_ub});
   }
+  const VakUnsettledObjectsI unsettled(constraints);
   for (std::size_t i = 0; i < constraints.size(); ++i) {
     const auto [lb, ub] = boundsOf(i);
     constraints[i]->_lb = lb;

@@ -23,6 +23,9 @@ class VakConstraint : public VakLinear {
   VakConstraint(VakEnv env, const VakRelation& relation, const char* name = nullptr);
   /// A new constraint without terms.
   VakConstraint(VakEnv env, VakNum lb, VakNum ub, const char* name = nullptr);
+  // The same with names of a known length.
+  VakConstraint(VakEnv env, const VakRelation& relation, std::string_view name);
+  VakConstraint(VakEnv env, VakNum lb, VakNum ub, std::string_view name);
 
   /// The object as a constraint; an empty handle when it is something else.
   [[nodiscard]] static VakConstraint From(VakExtractable object);
@@ -53,7 +56,7 @@ class VakConstraint : public VakLinear {
 /// Another name for the same: a constraint is a range that a linear expression has to stay in.
 using VakRange = VakConstraint;
 
-/// Writes it as the relation, after its name and a colon if it has one.
+/// Writes it as the relation, after its name and a colon if it has one; an empty handle as (empty).
 std::ostream& operator<<(std::ostream& out, VakConstraint constraint);
 
 // Many right-hand sides in one change; see VakSetBounds for variables.

@@ -1,17 +1,10 @@
 #include "vakmodel/errors.h"
 
-#include <cstring>
-
 #include "vakmodel/extractable.h"
-
-VakErrorText::VakErrorText(const char* text) {
-  std::strncpy(_text, text, Capacity - 1);
-  _text[Capacity - 1] = '\0';
-}
 
 // The message of the base always points into the text of the same object.
 
-VakModelError::VakModelError(const char* text, VakExtractableI* object)
+VakModelError::VakModelError(std::string_view text, VakExtractableI* object)
     : VakErrorText(text), VakWrongUsage(VakErrorText::text()), _object(object) {}
 
 VakModelError::VakModelError(const VakModelError& other)
@@ -27,7 +20,7 @@ VakModelError::~VakModelError() = default;
 
 VakExtractable VakModelError::getObject() const { return VakExtractable(_object); }
 
-VakModelMismatch::VakModelMismatch(const char* text, VakExtractableI* object)
+VakModelMismatch::VakModelMismatch(std::string_view text, VakExtractableI* object)
     : VakErrorText(text), VakEnvironmentMismatch(VakErrorText::text()), _object(object) {}
 
 VakModelMismatch::VakModelMismatch(const VakModelMismatch& other)

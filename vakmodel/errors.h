@@ -6,30 +6,19 @@
 // An operation on an empty handle throws VakEmptyHandleException instead, with a text that names
 // the handle's class: "VakNumVar: Using empty handle". Memory that runs out is std::bad_alloc.
 
+#include <string_view>
+
+#include "vakbase/error_text.h"
 #include "vakbase/exception.h"
 #include "vakenv/types/exceptions.h"
 #include "vakmodel/fwd.h"
-
-/// A text made at run time that lives in the exception itself, so that throwing needs no memory and
-/// nobody has to end the exception.
-class VakErrorText {
- public:
-  static constexpr int Capacity = 480;  ///< Bytes with the terminator; a longer text is cut.
-
-  /// Copies `text`.
-  explicit VakErrorText(const char* text);
-  [[nodiscard]] const char* text() const { return _text; }
-
- private:
-  char _text[Capacity];  ///< Terminated.
-};
 
 /// A modelling object was used in a way that makes no sense: a bound that is NaN, a lower bound
 /// above the upper one, an object that was removed, and the like.
 class VakModelError : private VakErrorText, public VakWrongUsage {
  public:
   /// Copies `text`. `object` is what the text is about; null for none.
-  VakModelError(const char* text, VakExtractableI* object);
+  VakModelError(std::string_view text, VakExtractableI* object);
   VakModelError(const VakModelError& other);
   VakModelError& operator=(const VakModelError& other);
   ~VakModelError() override;
@@ -44,7 +33,7 @@ class VakModelError : private VakErrorText, public VakWrongUsage {
 /// Objects of two environments met in one operation.
 class VakModelMismatch : private VakErrorText, public VakEnvironmentMismatch {
  public:
-  VakModelMismatch(const char* text, VakExtractableI* object);
+  VakModelMismatch(std::string_view text, VakExtractableI* object);
   VakModelMismatch(const VakModelMismatch& other);
   VakModelMismatch& operator=(const VakModelMismatch& other);
   ~VakModelMismatch() override;

@@ -78,11 +78,7 @@ void printCoef(std::ostream& out, const VakTerm& term, bool first) {
     coef = 1;
   }
   if (coef != 1) out << coef << ' ';
-  if (const char* name = term.var.getName()) {
-    out << name;
-  } else {
-    out << '#' << term.var.getId();
-  }
+  out << term.var;
 }
 
 }  // namespace
@@ -94,6 +90,7 @@ VakExpr::VakExpr(VakTerm term) { addTerm(term.var, term.coef); }
 VakExpr::VakExpr(VakNumExpr e) { *this = e.getExpr(); }
 
 VakNum VakExpr::getCoef(VakNumVar x) const {
+  requireVariable(x);
   VakNum sum = 0;
   for (const VakTerm& term : _terms) {
     if (term.var.is(x)) sum += term.coef;
@@ -141,25 +138,30 @@ VakExpr& VakExpr::operator-=(VakTerm term) {
   return *this;
 }
 
-// By index and by copy, since `e` may be this expression.
 VakExpr& VakExpr::operator+=(const VakExpr& e) {
-  const std::size_t count = e._terms.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    const VakTerm term = e._terms[i];
-    _terms.push_back(term);
-  }
-  _constant += e._constant;
+  append(e, 1);
   return *this;
 }
 
 VakExpr& VakExpr::operator-=(const VakExpr& e) {
-  const std::size_t count = e._terms.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    const VakTerm term = e._terms[i];
-    _terms.emplace_back(term.var, -term.coef);
-  }
-  _constant -= e._constant;
+  append(e, -1);
   return *this;
+}
+
+// By index and by copy, since `e` may be this expression.
+void VakExpr::append(const VakExpr& e, VakNum sign) {
+  const std::size_t before = _terms.size();
+  const std::size_t count = e._terms.size();
+  try {
+    for (std::size_t i = 0; i < count; ++i) {
+      const VakTerm term = e._terms[i];
+      _terms.emplace_back(term.var, sign * term.coef);
+    }
+  } catch (...) {
+    _terms.resize(before);
+    throw;
+  }
+  _constant += sign * e._constant;
 }
 
 VakExpr& VakExpr::operator*=(VakNum factor) {
@@ -189,9 +191,10 @@ void VakExpr::normalize() {
 }
 
 void VakExpr::substitute(VakNumVar x, const VakExpr& e) {
-  const VakExpr replacement = getCoef(x) * e;
-  std::erase_if(_terms, [x](const VakTerm& term) { return term.var.is(x); });
-  *this += replacement;
+  VakExpr result = *this;
+  std::erase_if(result._terms, [x](const VakTerm& term) { return term.var.is(x); });
+  result += getCoef(x) * e;
+  *this = std::move(result);
 }
 
 std::ostream& operator<<(std::ostream& out, const VakExpr& e) {
@@ -203,5 +206,11 @@ std::ostream& operator<<(std::ostream& out, const VakExpr& e) {
   const VakNum constant = e.getConstant();
   if (first) return out << constant;
   if (constant != 0) out << (constant < 0 ? " - " : " + ") << (constant < 0 ? -constant : constant);
+  return out;
+}
+
+std::ostream& operator<<(std::ostream& out, const VakTerm& term) {
+  if (term.var.isEmpty()) return out << VakEmptyHandleText;
+  printCoef(out, term, true);
   return out;
 }

@@ -3,7 +3,9 @@
 // The handle of any object of a model, with what all of them have: a name, a user object, named
 // properties, an identifier, and two ways out of the models.
 
+#include <iosfwd>
 #include <ranges>
+#include <string_view>
 
 #include "vakenv/memory/env.h"
 #include "vakenv/properties/property_set.h"
@@ -19,6 +21,9 @@
 /// Every operation but getImpl, isEmpty, end and the comparison throws VakEmptyHandleException on
 /// an empty handle, with the name of the handle's class: "VakExtractable: Using empty handle" for
 /// the operations here. One thread at a time uses an environment and everything in it.
+///
+/// With GCC 12, in `h = f()` an `f` that throws may leave `h` overwritten, a fault of that compiler
+/// with trivially copyable classes: do not read `h` afterwards in the same function.
 class VakExtractable {
  public:
   VakExtractable() = default;
@@ -69,24 +74,48 @@ class VakExtractable {
   void setNumProperty(const char* name, VakNum value) const;
   void setAnyProperty(const char* name, VakAny value) const;
   void setStringProperty(const char* name, const char* value) const;
-  /// Adds copies of all properties of `set`, which must not be an empty handle.
+  /// Adds copies of all properties of `set`, which must not be an empty handle. Throws
+  /// VakNamedPropertySet::AlreadyPresent at the first name that the object has a property of.
   void addProperties(VakNamedPropertySet set) const;
   /// Throws NotPresent when there is none of this name.
   void removeProperty(const char* name) const;
   void removeAllProperties() const;
 
+  // The same for names of a known length: strings, views, and texts that need no terminator. What
+  // is looked up is not copied, and exceptions hold a copy of the name.
+
+  void setName(std::string_view name) const;
+  [[nodiscard]] bool hasProperty(std::string_view name) const;
+  [[nodiscard]] VakNamedProperty getProperty(std::string_view name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name) const {
+    return VakReadProperty<T>(*this, name);
+  }
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name, T fallback) const {
+    return VakReadProperty<T>(*this, name, fallback);
+  }
+  void setIntProperty(std::string_view name, VakInt value) const;
+  void setNumProperty(std::string_view name, VakNum value) const;
+  void setAnyProperty(std::string_view name, VakAny value) const;
+  void setStringProperty(std::string_view name, const char* value) const;
+  void setStringProperty(std::string_view name, std::string_view value) const;
+  void removeProperty(std::string_view name) const;
+
   /// Takes the object out of every model, constraint, objective and expression; it lives on and can
   /// be used again. Algorithms are told afterwards, of all objects at once; what they refuse is
-  /// done nevertheless. Costs one pass over everything in the environment.
+  /// done nevertheless. Throws VakModelError while a change of the object is being reported. Costs
+  /// one pass over everything in the environment.
   void removeFromAll() const;
   /// Takes the object out of everything and deletes it, with all that becomes pointless:
   ///   - a constraint that loses its last variable, unless it is kept when empty;
   ///   - the constraints and the objective of a model that ends.
   /// Algorithms are told of the removal once, then of the end of each object. Should one of them
   /// throw, or memory run out, what was taken out stays out, what was not deleted yet lives on, and
-  /// the exception passes on; the handle keeps its object then. Costs one pass over everything in
-  /// the environment: end many objects with VakEndAll. The handle is empty afterwards; nothing for
-  /// an empty one.
+  /// the exception passes on; the handle keeps its object then if it lives. While a change of the
+  /// object is being reported it cannot be ended (VakModelError), and a constraint does not end for
+  /// want of variables. Costs one pass over everything in the environment: end many objects with
+  /// VakEndAll. The handle is empty afterwards; nothing for an empty one.
   void end();
 
  protected:
@@ -101,10 +130,18 @@ class VakExtractable {
   VakExtractableI* _impl = nullptr;  ///< The object, not owned; null when the handle is empty.
 };
 
-/// Ends all objects of `array` in one removal; empty handles are passed over. The array stays, and
-/// its elements dangle. Throws as VakExtractable::end does.
+/// Writes the object as its class does: a variable as its name, or as in #12 when it has none, the
+/// number being its identifier; constraints, objectives, models and stored expressions as what they
+/// say; anything else as in: VakThing "name". An empty handle is written as (empty).
+std::ostream& operator<<(std::ostream& out, VakExtractable object);
+
+/// Ends all objects of `array` in one removal; empty handles and objects that were taken out of
+/// their environment are passed over. The array stays, and its elements dangle. Throws as
+/// VakExtractable::end does, and VakModelMismatch, having ended nothing, for objects of another
+/// environment than the array's.
 void VakEndAll(VakExtractableArray array);
-/// Takes all objects of `array` out of everything in one removal; they live on.
+/// Takes all objects of `array` out of everything in one removal; they live on. Throws as
+/// VakEndAll.
 void VakRemoveAllFromAll(VakExtractableArray array);
 
 /// The objects of a range of handles as an array in the environment of the first one, for the

@@ -57,6 +57,8 @@ class VakLinear : public VakExtractable {
   VakLinear() = default;
   explicit VakLinear(VakLinearI* impl);
   [[nodiscard]] VakLinearI* getImpl() const;
+  /// The same; throws "VakLinear: Using empty handle" when there is none.
+  [[nodiscard]] VakLinearI* checked() const;
 
   /// The model the object is in, or an empty handle. It is in one at most.
   [[nodiscard]] VakModel getModel() const;
@@ -75,9 +77,6 @@ class VakLinear : public VakExtractable {
   /// variable that stands there twice the last coefficient counts. Costs one walk over the terms
   /// and time and memory in the number of variables.
   void setCoefs(std::span<const VakNumVar> vars, std::span<const VakNum> coefs) const;
-
- protected:
-  [[nodiscard]] VakLinearI* linear() const;
 };
 
 /// One coefficient of a matrix: that of `var` in `linear`.

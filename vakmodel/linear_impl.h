@@ -21,7 +21,7 @@
 class VakLinearI : public VakExtractableI {
   VAK_RTTI(VakLinearI, VakExtractableI);
 
-  explicit VakLinearI(VakEnvI* env) : VakExtractableI(env) {}
+  explicit VakLinearI(VakEnvI* env) : VakExtractableI(env) { enterSlot(); }
   /// Gives the terms back. Derived classes leave the model before.
   ~VakLinearI() noexcept(false) override;
 
@@ -49,7 +49,7 @@ class VakLinearI : public VakExtractableI {
   /// Exchanges the terms with those of `terms`, whose variables join the model, calls `swapRest`,
   /// and reports a VakTermsChange. When the report throws, all of that is done backwards.
   template <class Swap>
-  void exchangeTerms(VakTermListI& terms, Swap swapRest);
+  void exchangeTerms(VakOwnTermsI& terms, Swap swapRest);
 };
 
 /// A constraint.
@@ -92,7 +92,9 @@ class VakObjectiveI final : public VakLinearI {
 
   void setSense(VakSense sense);
   void setConstant(VakNum constant);
-  void setExpr(const VakExpr& expr);
+  void setExpr(const VakExpr& expr) { setAll(_sense, expr); }
+  /// Sense, terms and constant in one change.
+  void setAll(VakSense sense, const VakExpr& expr);
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
 
   VakNum _constant = 0;
@@ -109,7 +111,7 @@ class VakNumLinExprI final : public VakNumExprI {
 
   /// A new expression of the checked terms and constant of `expr`. `name` may be null.
   [[nodiscard]] static VakNumLinExprI* Make(VakEnvI* env, const VakExpr& expr, const char* name);
-  explicit VakNumLinExprI(VakEnvI* env) : VakNumExprI(env) {}
+  explicit VakNumLinExprI(VakEnvI* env) : VakNumExprI(env) { enterSlot(); }
   ~VakNumLinExprI() noexcept(false) override;
 
   void setExpr(const VakExpr& expr);

@@ -1,12 +1,11 @@
 #include "vakmodel/model.h"
 
-#include <cstring>
 #include <ostream>
 #include <vector>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/core/create.h"
 #include "vakmodel/annotations.h"
-#include "vakmodel/contract/algorithm.h"
 #include "vakmodel/env_check.h"
 #include "vakmodel/model_impl.h"
 #include "vakmodel/object_text.h"
@@ -34,10 +33,9 @@ std::span<Impl* const> only(Impl* const& one) {
 }
 
 template <class Handle>
-Handle find(VakModel::Members<Handle> members, const char* name) {
-  if (name == nullptr) return {};
+Handle find(VakModel::Members<Handle> members, std::string_view name) {
   for (const Handle member : members) {
-    if (member.getName() != nullptr && std::strcmp(member.getName(), name) == 0) return member;
+    if (member.getName() != nullptr && member.getName() == name) return member;
   }
   return {};
 }
@@ -47,6 +45,9 @@ Handle find(VakModel::Members<Handle> members, const char* name) {
 VakModel::VakModel(VakModelI* impl) : VakExtractable(impl) {}
 
 VakModel::VakModel(VakEnv env, const char* name) : VakExtractable(makeModel(env, name)) {}
+
+VakModel::VakModel(VakEnv env, std::string_view name)
+    : VakModel(env, VakTerminatedText(name).get()) {}
 
 VakModel VakModel::From(VakExtractable object) {
   VakExtractableI* impl = object.getImpl();
@@ -69,6 +70,10 @@ VakConstraint VakModel::add(const VakRelation& relation, const char* name) const
   return made;
 }
 
+VakConstraint VakModel::add(const VakRelation& relation, std::string_view name) const {
+  return add(relation, VakTerminatedText(name).get());
+}
+
 void VakModel::add(VakConstraint constraint) const {
   VakModelI* model = checked();
   model->add(only(constraint.checked()));
@@ -86,7 +91,6 @@ void VakModel::add(VakObjective objective) const {
 
 namespace {
 
-// Two changes of the objective; when the second one is refused, the first one is taken back.
 VakObjective optimize(VakModel model, VakSense sense, const VakExpr& expr) {
   VakObjective objective = model.getObjective();
   if (objective.isEmpty()) {
@@ -99,18 +103,7 @@ VakObjective optimize(VakModel model, VakSense sense, const VakExpr& expr) {
     }
     return objective;
   }
-  const VakSense before = objective.getSense();
-  objective.setSense(sense);
-  try {
-    objective.setExpr(expr);
-  } catch (...) {
-    try {
-      objective.setSense(before);
-    } catch (VakAlgorithm::CannotChangeException& refusal) {
-      refusal.end();
-    }
-    throw;
-  }
+  objective.getImpl()->setAll(sense, expr);
   return objective;
 }
 
@@ -231,29 +224,38 @@ bool VakModel::contains(VakConstraint constraint) const {
   return constraint.checked()->_model == model;
 }
 
-VakNumVar VakModel::findVariable(const char* name) const { return find(variables(), name); }
+VakNumVar VakModel::findVariable(std::string_view name) const { return find(variables(), name); }
 
-VakConstraint VakModel::findConstraint(const char* name) const { return find(constraints(), name); }
+VakConstraint VakModel::findConstraint(std::string_view name) const {
+  return find(constraints(), name);
+}
+
+// The handle is tested also when there is nothing to look for.
+
+VakNumVar VakModel::findVariable(const char* name) const {
+  const Members<VakNumVar> members = variables();
+  return name == nullptr ? VakNumVar() : find(members, name);
+}
+
+VakConstraint VakModel::findConstraint(const char* name) const {
+  const Members<VakConstraint> members = constraints();
+  return name == nullptr ? VakConstraint() : find(members, name);
+}
 
 std::string VakModel::check() const { return checked()->check(); }
 
 namespace {
 
 void printVariable(std::ostream& out, VakNumVar x) {
-  if (x.getName() != nullptr) {
-    out << x.getName();
-  } else {
-    out << '#' << x.getId();
-  }
-  const char* kind = "";
-  if (x.getKind() == VakVarKind::Integer) kind = " integer";
-  if (x.getKind() == VakVarKind::Boolean) kind = " Boolean";
-  out << " in [" << x.getLB() << ", " << x.getUB() << ']' << kind << '\n';
+  out << x << " in [" << x.getLB() << ", " << x.getUB() << ']';
+  if (x.isInteger()) out << ' ' << x.getKind();
+  out << '\n';
 }
 
 }  // namespace
 
 std::ostream& operator<<(std::ostream& out, VakModel model) {
+  if (model.isEmpty()) return out << VakEmptyHandleText;
   if (!model.getObjective().isEmpty()) out << model.getObjective() << '\n';
   for (const VakConstraint constraint : model.constraints()) out << constraint << '\n';
   for (const VakNumVar x : model.variables()) printVariable(out, x);

@@ -16,6 +16,7 @@
 #include <iterator>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "vakmodel/constraint.h"
 #include "vakmodel/objective.h"
@@ -25,7 +26,7 @@
 ///
 /// Row (or column) number i has its entries at starts[i] up to starts[i + 1]: `members` says for
 /// each entry, by its index in a list given beside this, which variable (or constraint) it is for,
-/// and `coefs` its coefficient. An index that occurs twice in a row (or column) is added up.
+/// and `coefs` its coefficient. What occurs twice in a row (or column) is added up.
 struct VakSparse {
   std::span<const VakInt> starts;  ///< One more than there are rows or columns; never falling.
   std::span<const int> members;    ///< Indices.
@@ -73,6 +74,8 @@ class VakModel : public VakExtractable {
   /// A new, empty model. Throws VakEmptyHandleException ("VakEnv: Using empty handle") for an empty
   /// environment.
   explicit VakModel(VakEnv env, const char* name = nullptr);
+  /// The same with a name of a known length.
+  VakModel(VakEnv env, std::string_view name);
 
   /// The object as a model; an empty handle when it is something else.
   [[nodiscard]] static VakModel From(VakExtractable object);
@@ -85,6 +88,7 @@ class VakModel : public VakExtractable {
   /// Makes a constraint of the relation and adds it, with all its variables. If anything throws,
   /// the constraint is gone again.
   VakConstraint add(const VakRelation& relation, const char* name = nullptr) const;
+  VakConstraint add(const VakRelation& relation, std::string_view name) const;
   /// Adds a constraint, which must be in no model, with all its variables.
   void add(VakConstraint constraint) const;
   /// Adds a variable; nothing when it is in the model already.
@@ -145,6 +149,8 @@ class VakModel : public VakExtractable {
   /// The first one of this name, or an empty handle. Costs a walk over all names.
   [[nodiscard]] VakNumVar findVariable(const char* name) const;
   [[nodiscard]] VakConstraint findConstraint(const char* name) const;
+  [[nodiscard]] VakNumVar findVariable(std::string_view name) const;
+  [[nodiscard]] VakConstraint findConstraint(std::string_view name) const;
 
   /// Returns an empty text if the model's invariants hold, else what is broken. Linear time.
   [[nodiscard]] std::string check() const;
@@ -207,5 +213,6 @@ class VakModel::Members {
   VakInt _size;               ///< Number of places.
 };
 
-/// Writes the whole model: the objective, the constraints, the variables with bounds and kinds.
+/// Writes the whole model: the objective, the constraints, the variables with bounds and kinds; an
+/// empty handle as (empty). vakmodel/dump.h writes models in other forms.
 std::ostream& operator<<(std::ostream& out, VakModel model);

@@ -9,7 +9,9 @@
 #include "vakmodel/report.h"
 
 VakModelI::VakModelI(VakEnvI* env)
-    : VakExtractableI(env), _variables(env), _constraints(env), _placeOf(env) {}
+    : VakExtractableI(env), _variables(env), _constraints(env), _placeOf(env) {
+  enterSlot();
+}
 
 VakModelI::~VakModelI() noexcept(false) {
   // While the environment ends, the objects may be gone already.
@@ -30,9 +32,20 @@ void VakModelI::joinNew(VakModelVarI* variable) {
 
 void VakModelI::unjoin(VakInt size) {
   for (VakInt place = size; place < _variables.size(); ++place) {
-    _placeOf.set(_variables[place]->id, 0);
+    if (_variables[place] != nullptr) _placeOf.set(_variables[place]->id, 0);
   }
   _variables.truncate(size);
+}
+
+VakMembershipI::VakMembershipI(VakModelI* model) : _model(model) {
+  if (model == nullptr) return;
+  if (model->_isChanging) {
+    VakThrowModelError(model,
+                       "%s is being changed and that is being reported. Change it when the report "
+                       "is over.",
+                       VakObjectText(model).get());
+  }
+  model->_isChanging = true;
 }
 
 void VakModelI::tidy() {
@@ -167,7 +180,7 @@ std::string VakModelI::check(const VakMemoryInspection* pool) const {
 
 std::string VakModelI::checkTerms(const VakLinearI* linear, const VakMemoryInspection* pool) const {
   if (linear->_model != this) return VakFaultText("object ", linear->id, " is in another model");
-  const std::string broken = linear->_terms.check(pool);
+  std::string broken = linear->_terms.check(pool);
   if (!broken.empty()) return VakFaultText("object ", linear->id, ": ", broken);
   for (const VakNumLinExprTermI* t = linear->_terms.first(); t != nullptr; t = t->next) {
     if (contains(static_cast<VakModelVarI*>(t->var))) continue;

@@ -53,9 +53,9 @@ class VakPlacesI : private VakBlockList<VakExtractableI*> {
     VakBlockList::operator[](place) = member;
     ++_count;
   }
-  /// Drops the places from `size` on, all of which have members.
+  /// Drops the places from `size` on.
   void truncate(VakInt size) {
-    _count -= this->size() - size;
+    for (VakInt place = size; place < this->size(); ++place) _count -= (*this)[place] != nullptr;
     VakBlockList::truncate(size);
   }
   /// Drops the empty places; members move up in their order, and `moved` is called with each one
@@ -152,6 +152,7 @@ class VakModelI final : public VakExtractableI {
   VakPlacesI _constraints;
   VakIdTableI _placeOf;                 ///< By the identifier of a variable: 1 + its place, or 0.
   VakObjectiveI* _objective = nullptr;  ///< Null for none.
+  bool _isChanging = false;             ///< True as long as a VakMembershipI for it lives.
 
  private:
   class Addition;
@@ -179,11 +180,27 @@ class VakModelI final : public VakExtractableI {
                                        const VakMemoryInspection* pool) const;
 };
 
+/// The right to change what is in a model, from before the change until it was reported. Only one
+/// change at a time has it, because places are remembered meanwhile.
+class VakMembershipI {
+ public:
+  /// Throws VakModelError when another change has the right. `model` may be null.
+  explicit VakMembershipI(VakModelI* model);
+  ~VakMembershipI() {
+    if (_model != nullptr) _model->_isChanging = false;
+  }
+  VakMembershipI(const VakMembershipI&) = delete;
+  VakMembershipI& operator=(const VakMembershipI&) = delete;
+
+ private:
+  VakModelI* _model;  ///< Not owned; null for none.
+};
+
 /// Variables that join a model on behalf of a change, and leave it again unless the change is kept.
 class VakJoiningI {
  public:
   /// `model` may be null: then nobody joins anything.
-  explicit VakJoiningI(VakModelI* model) : _model(model) {
+  explicit VakJoiningI(VakModelI* model) : _membership(model), _model(model) {
     if (_model == nullptr) return;
     _model->tidy();
     _from = _model->_variables.size();
@@ -207,6 +224,7 @@ class VakJoiningI {
   [[nodiscard]] VakModelI* getModel() const { return _model; }
 
  private:
+  VakMembershipI _membership;
   VakModelI* _model;  ///< Not owned; null when there is nothing to take back.
   VakInt _from = 0;   ///< Places of variables before the first one joined.
 };

@@ -1,5 +1,6 @@
 #include "vakmodel/num_expr.h"
 
+#include "vakbase/terminated_text.h"
 #include "vakmodel/env_check.h"
 #include "vakmodel/linear_impl.h"
 
@@ -7,6 +8,9 @@ VakNumExpr::VakNumExpr(VakNumLinExprI* impl) : VakExtractable(impl) {}
 
 VakNumExpr::VakNumExpr(VakEnv env, const VakExpr& expr, const char* name)
     : VakExtractable(VakNumLinExprI::Make(VakCheckEnv(env), expr, name)) {}
+
+VakNumExpr::VakNumExpr(VakEnv env, const VakExpr& expr, std::string_view name)
+    : VakNumExpr(env, expr, VakTerminatedText(name).get()) {}
 
 VakNumExpr VakNumExpr::From(VakExtractable object) {
   VakExtractableI* impl = object.getImpl();

@@ -17,6 +17,9 @@ class VakNumExpr : public VakExtractable {
   /// Throws VakEmptyHandleException ("VakEnv: Using empty handle") for an empty environment.
   explicit VakNumExpr(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr);
 
+  /// The same with a name of a known length.
+  VakNumExpr(VakEnv env, const VakExpr& expr, std::string_view name);
+
   /// The object as a stored expression; an empty handle when it is something else.
   [[nodiscard]] static VakNumExpr From(VakExtractable object);
   [[nodiscard]] VakNumLinExprI* getImpl() const;

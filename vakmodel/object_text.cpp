@@ -11,7 +11,13 @@
 
 namespace {
 
-const char* kindOf(const VakExtractableI* object) {
+VakExtractableI* mutableObject(const VakExtractableI* object) {
+  return const_cast<VakExtractableI*>(object);
+}
+
+}  // namespace
+
+const char* VakGetKindText(const VakExtractableI* object) {
   if (object->isType(VakNumVarI::GetTypeInfo())) return "variable";
   if (object->isType(VakConstraintI::GetTypeInfo())) return "constraint";
   if (object->isType(VakObjectiveI::GetTypeInfo())) return "objective";
@@ -20,24 +26,17 @@ const char* kindOf(const VakExtractableI* object) {
   return object->getRttiTypeName();
 }
 
-VakExtractableI* mutableObject(const VakExtractableI* object) {
-  return const_cast<VakExtractableI*>(object);
-}
-
-// A sentence begins with a capital also when it begins with the kind of an object.
-void capitalize(char* text) {
+void VakCapitalize(char* text) {
   if (text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
 }
-
-}  // namespace
 
 VakObjectText::VakObjectText(const VakExtractableI* object, const char* other) {
   if (object == nullptr) {
     std::snprintf(_text, sizeof(_text), "%s", other);
   } else if (const char* name = object->getName()) {
-    std::snprintf(_text, sizeof(_text), "%s \"%.80s\"", kindOf(object), name);
+    std::snprintf(_text, sizeof(_text), "%s \"%.80s\"", VakGetKindText(object), name);
   } else {
-    std::snprintf(_text, sizeof(_text), "%s #%ld", kindOf(object), object->id);
+    std::snprintf(_text, sizeof(_text), "%s #%ld", VakGetKindText(object), object->id);
   }
 }
 
@@ -47,7 +46,7 @@ void VakThrowModelError(const VakExtractableI* object, const char* format, ...) 
   va_start(arguments, format);
   std::vsnprintf(text, sizeof(text), format, arguments);
   va_end(arguments);
-  capitalize(text);
+  VakCapitalize(text);
   throw VakModelError(text, mutableObject(object));
 }
 
@@ -74,7 +73,7 @@ void VakThrowMismatch(const VakExtractableI* object, const VakExtractableI* user
       "%s belongs to another environment than %s. Use objects of one environment, or copy "
       "the model with a VakCopier.",
       VakObjectText(object).get(), VakObjectText(user, "the objects it is used with").get());
-  capitalize(text);
+  VakCapitalize(text);
   throw VakModelMismatch(text, mutableObject(object));
 }
 

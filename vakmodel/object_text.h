@@ -22,6 +22,11 @@ class VakObjectText {
   char _text[112];  ///< Terminated.
 };
 
+/// What an object is, as in "variable"; of static lifetime.
+[[nodiscard]] const char* VakGetKindText(const VakExtractableI* object);
+/// Lets a sentence begin with a capital also when it begins with the kind of an object.
+void VakCapitalize(char* text);
+
 /// Throws VakModelError about `object`, which may be null, with a text formatted as by printf.
 [[noreturn, gnu::cold, gnu::format(printf, 2, 3)]] void VakThrowModelError(
     const VakExtractableI* object, const char* format, ...);

@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "vakbase/terminated_text.h"
 #include "vakmodel/env_check.h"
 #include "vakmodel/linear_impl.h"
 
@@ -9,6 +10,9 @@ VakObjective::VakObjective(VakObjectiveI* impl) : VakLinear(impl) {}
 
 VakObjective::VakObjective(VakEnv env, VakSense sense, const VakExpr& expr, const char* name)
     : VakLinear(VakObjectiveI::Make(VakCheckEnv(env), sense, expr, name)) {}
+
+VakObjective::VakObjective(VakEnv env, VakSense sense, const VakExpr& expr, std::string_view name)
+    : VakObjective(env, sense, expr, VakTerminatedText(name).get()) {}
 
 VakObjective VakObjective::From(VakExtractable object) {
   VakExtractableI* impl = object.getImpl();
@@ -39,8 +43,13 @@ VakExpr VakObjective::getExpr() const {
 
 void VakObjective::setExpr(const VakExpr& expr) const { checked()->setExpr(expr); }
 
+std::ostream& operator<<(std::ostream& out, VakSense sense) {
+  return out << (sense == VakSense::Minimize ? "minimize" : "maximize");
+}
+
 std::ostream& operator<<(std::ostream& out, VakObjective objective) {
-  out << (objective.getSense() == VakSense::Minimize ? "minimize" : "maximize");
+  if (objective.isEmpty()) return out << VakEmptyHandleText;
+  out << objective.getSense();
   if (objective.getName() != nullptr) out << ' ' << objective.getName();
   return out << ": " << objective.getExpr();
 }

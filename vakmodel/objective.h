@@ -17,6 +17,9 @@ class VakObjective : public VakLinear {
   /// NaN or infinite.
   VakObjective(VakEnv env, VakSense sense, const VakExpr& expr = {}, const char* name = nullptr);
 
+  /// The same with a name of a known length.
+  VakObjective(VakEnv env, VakSense sense, const VakExpr& expr, std::string_view name);
+
   /// The object as an objective; an empty handle when it is something else.
   [[nodiscard]] static VakObjective From(VakExtractable object);
   [[nodiscard]] VakObjectiveI* getImpl() const;
@@ -37,6 +40,8 @@ class VakMinimize : public VakObjective {
  public:
   explicit VakMinimize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)
       : VakObjective(env, VakSense::Minimize, expr, name) {}
+  VakMinimize(VakEnv env, const VakExpr& expr, std::string_view name)
+      : VakObjective(env, VakSense::Minimize, expr, name) {}
 };
 
 /// A new objective that is to be maximised.
@@ -44,7 +49,11 @@ class VakMaximize : public VakObjective {
  public:
   explicit VakMaximize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)
       : VakObjective(env, VakSense::Maximize, expr, name) {}
+  VakMaximize(VakEnv env, const VakExpr& expr, std::string_view name)
+      : VakObjective(env, VakSense::Maximize, expr, name) {}
 };
 
-/// Writes it as in "minimize cost: 3 x + 2 y".
+/// Writes "minimize" or "maximize".
+std::ostream& operator<<(std::ostream& out, VakSense sense);
+/// Writes it as in "minimize cost: 3 x + 2 y"; an empty handle as (empty).
 std::ostream& operator<<(std::ostream& out, VakObjective objective);

@@ -80,3 +80,7 @@ std::ostream& operator<<(std::ostream& out, const VakRelation& relation) {
   if (upper == infinity) return out << " free";
   return out << " <= " << upper;
 }
+
+std::ostream& operator<<(std::ostream& out, VakVarEquality equality) {
+  return out << equality.getLeft() << " == " << equality.getRight();
+}

@@ -50,6 +50,9 @@ class VakRelation {
 /// Writes it as in "3 x + 2 y <= 12" or "1 <= x + y <= 4".
 std::ostream& operator<<(std::ostream& out, const VakRelation& relation);
 
+/// Writes it as in "x == y".
+std::ostream& operator<<(std::ostream& out, VakVarEquality equality);
+
 /// lower <= e <= upper.
 [[nodiscard]] VakRelation VakBetween(VakNum lower, VakExpr e, VakNum upper);
 

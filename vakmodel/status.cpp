@@ -1,5 +1,7 @@
 #include "vakmodel/status.h"
 
+#include <ostream>
+
 const char* VakGetStatusName(VakStatus status) {
   switch (status) {
     case VakStatus::NotSolved:
@@ -26,4 +28,8 @@ const char* VakGetStatusName(VakStatus status) {
       return "failed";
   }
   return "unknown";
+}
+
+std::ostream& operator<<(std::ostream& out, VakStatus status) {
+  return out << VakGetStatusName(status);
 }

@@ -2,6 +2,8 @@
 
 // How a solve ended.
 
+#include <iosfwd>
+
 /// What an algorithm knows of its model. Whether it has a solution is asked for apart, since a
 /// limit may strike before or after one was found.
 enum class VakStatus : unsigned char {
@@ -20,3 +22,5 @@ enum class VakStatus : unsigned char {
 
 /// The status in words, as in "infeasible or unbounded"; of static lifetime.
 [[nodiscard]] const char* VakGetStatusName(VakStatus status);
+/// Writes the status in words.
+std::ostream& operator<<(std::ostream& out, VakStatus status);

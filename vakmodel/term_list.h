@@ -26,13 +26,6 @@
 /// `_highest`.
 class VakTermListI {
  public:
-  /// The beginning of a list.
-  struct Mark {
-    VakNumLinExprTermI* first = nullptr;
-    const VakNumVarI* highest = nullptr;
-    std::int32_t size = 0;
-  };
-
   VakTermListI() = default;
   VakTermListI(const VakTermListI&) = delete;
   VakTermListI& operator=(const VakTermListI&) = delete;
@@ -58,15 +51,15 @@ class VakTermListI {
   VakNumLinExprTermI* unlinkAfter(VakNumLinExprTermI* before);
   /// Gives back the terms whose coefficient is 0.
   void dropZeros(VakEnvI* env);
-  /// Where the list begins now, for cut().
-  [[nodiscard]] Mark mark() const { return {_first, _highest, _size}; }
-  /// Gives back the terms that were prepended since mark(); nothing else may have happened
-  /// meanwhile.
-  void cut(VakEnvI* env, Mark mark);
+  /// Gives back the first `count` terms, which must be there.
+  void cut(VakEnvI* env, VakInt count);
   /// Exchanges the terms of two lists of one environment.
   void swap(VakTermListI& other) noexcept;
   /// Gives all terms back.
-  void clear(VakEnvI* env) { cut(env, Mark()); }
+  void clear(VakEnvI* env) {
+    cut(env, _size);
+    _highest = nullptr;
+  }
   /// Gives the terms of hidden variables back and tells whether there were any.
   bool removeHidden(VakEnvI* env);
 

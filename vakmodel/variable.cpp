@@ -1,11 +1,14 @@
 #include "vakmodel/variable.h"
 
+#include <ostream>
 #include <vector>
 
+#include "vakbase/terminated_text.h"
 #include "vakmodel/changes.h"
 #include "vakmodel/env_check.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 #include "vakmodel/variable_array.h"
 #include "vakmodel/variable_impl.h"
 
@@ -30,14 +33,46 @@ VakNumVar::VakNumVar(VakEnv env, VakNum lb, VakNum ub, const char* name)
 VakNumVar::VakNumVar(VakEnv env, VakNum lb, VakNum ub, VakVarKind kind, const char* name)
     : VakExtractable(makeChecked(env, lb, ub, kind, name)) {}
 
+VakNumVar::VakNumVar(VakEnv env, std::string_view name)
+    : VakNumVar(env, VakTerminatedText(name).get()) {}
+
+VakNumVar::VakNumVar(VakEnv env, VakNum lb, VakNum ub, std::string_view name)
+    : VakNumVar(env, lb, ub, VakTerminatedText(name).get()) {}
+
+VakNumVar::VakNumVar(VakEnv env, VakNum lb, VakNum ub, VakVarKind kind, std::string_view name)
+    : VakNumVar(env, lb, ub, kind, VakTerminatedText(name).get()) {}
+
 VakIntVar::VakIntVar(VakEnv env, const char* name)
     : VakNumVar(env, 0, VakGetInfinity(), VakVarKind::Integer, name) {}
 
 VakIntVar::VakIntVar(VakEnv env, VakNum lb, VakNum ub, const char* name)
     : VakNumVar(env, lb, ub, VakVarKind::Integer, name) {}
 
+VakIntVar::VakIntVar(VakEnv env, std::string_view name)
+    : VakIntVar(env, VakTerminatedText(name).get()) {}
+
+VakIntVar::VakIntVar(VakEnv env, VakNum lb, VakNum ub, std::string_view name)
+    : VakIntVar(env, lb, ub, VakTerminatedText(name).get()) {}
+
 VakBoolVar::VakBoolVar(VakEnv env, const char* name)
     : VakNumVar(env, 0, 1, VakVarKind::Boolean, name) {}
+
+VakBoolVar::VakBoolVar(VakEnv env, std::string_view name)
+    : VakBoolVar(env, VakTerminatedText(name).get()) {}
+
+const char* VakGetKindName(VakVarKind kind) {
+  switch (kind) {
+    case VakVarKind::Continuous:
+      return "continuous";
+    case VakVarKind::Integer:
+      return "integer";
+    case VakVarKind::Boolean:
+      return "Boolean";
+  }
+  return "unknown";
+}
+
+std::ostream& operator<<(std::ostream& out, VakVarKind kind) { return out << VakGetKindName(kind); }
 
 VakNumVar VakNumVar::From(VakExtractable object) {
   VakExtractableI* impl = object.getImpl();
@@ -74,7 +109,7 @@ namespace {
 template <class Change, class ValuesOf>
 void changeAll(std::span<const VakNumVar> vars, ValuesOf valuesOf) {
   if (vars.empty()) return;
-  VakEnvI* env = vars.front().getEnv().getImpl();
+  VakEnvI* env = vars.front().checked()->_env;
   std::vector<VakModelVarI*> variables;
   variables.reserve(vars.size());
   for (std::size_t i = 0; i < vars.size(); ++i) {
@@ -93,6 +128,7 @@ void changeAll(std::span<const VakNumVar> vars, ValuesOf valuesOf) {
       before.pop_back();
     }
   };
+  const VakUnsettledObjectsI unsettled(variables);
   const Change change(variables);
   bool isReporting = false;
   try {

@@ -16,6 +16,11 @@
 
 class VakVarEquality;
 
+/// The kind in words, as in "Boolean"; of static lifetime.
+[[nodiscard]] const char* VakGetKindName(VakVarKind kind);
+/// Writes the kind in words.
+std::ostream& operator<<(std::ostream& out, VakVarKind kind);
+
 /// Handle of a variable; see VakExtractable.
 ///
 /// Bounds are numbers, or plus or minus VakGetInfinity() where there is none. Wrong bounds throw
@@ -37,6 +42,10 @@ class VakNumVar : public VakExtractable {
   VakNumVar(VakEnv env, VakNum lb, VakNum ub, const char* name = nullptr);
   /// A new variable of this kind with these bounds.
   VakNumVar(VakEnv env, VakNum lb, VakNum ub, VakVarKind kind, const char* name = nullptr);
+  // The same with names of a known length.
+  VakNumVar(VakEnv env, std::string_view name);
+  VakNumVar(VakEnv env, VakNum lb, VakNum ub, std::string_view name);
+  VakNumVar(VakEnv env, VakNum lb, VakNum ub, VakVarKind kind, std::string_view name);
 
   /// The object as a variable; an empty handle when it is something else.
   [[nodiscard]] static VakNumVar From(VakExtractable object);
@@ -68,6 +77,8 @@ class VakIntVar : public VakNumVar {
   /// A new integer variable, 0 or more.
   explicit VakIntVar(VakEnv env, const char* name = nullptr);
   VakIntVar(VakEnv env, VakNum lb, VakNum ub, const char* name = nullptr);
+  VakIntVar(VakEnv env, std::string_view name);
+  VakIntVar(VakEnv env, VakNum lb, VakNum ub, std::string_view name);
 };
 
 /// Handle of a variable that was made as a Boolean one. It is a VakNumVar: setKind still applies.
@@ -75,6 +86,7 @@ class VakBoolVar : public VakNumVar {
  public:
   VakBoolVar() = default;
   explicit VakBoolVar(VakEnv env, const char* name = nullptr);
+  VakBoolVar(VakEnv env, std::string_view name);
 };
 
 /// What `x == y` between variables gives: a relation that can be added to a model, and where a

@@ -30,6 +30,9 @@ class VakNumVarArray : public VakArray<VakNumVar> {
   VakNumVarArray(VakEnv env, std::span<const VakNum> lbs, std::span<const VakNum> ubs,
                  VakVarKind kind = VakVarKind::Continuous);
 
+  /// Number of elements; 0 for an empty handle.
+  [[nodiscard]] VakInt getSize() const { return _impl == nullptr ? 0 : _impl->_size; }
+
   [[nodiscard]] friend VakArrayIterator<VakNumVar> begin(VakNumVarArray a) { return a.first(); }
   [[nodiscard]] friend VakArrayIterator<VakNumVar> end(VakNumVarArray a) { return a.behindLast(); }
 };

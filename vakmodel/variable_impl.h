@@ -46,7 +46,9 @@ class VakModelVarI final : public VakNumVarI {
   }
 
   /// For Make: kind and bounds as the word above. Takes bounds of its own over.
-  VakModelVarI(VakEnvI* env, std::uintptr_t domain) : VakNumVarI(env), _domain(domain) {}
+  VakModelVarI(VakEnvI* env, std::uintptr_t domain) : VakNumVarI(env), _domain(domain) {
+    enterSlot();
+  }
   ~VakModelVarI() noexcept(false) override;
 
   [[nodiscard]] VakVarKind getKind() const { return static_cast<VakVarKind>(_domain & KindBits); }

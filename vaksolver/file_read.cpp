@@ -437,30 +437,47 @@ VakModel readMps(VakEnv env, const char* file, std::string& content) {
                                   reader.getObjectiveName());
 }
 
-/// Looks for what an LP reader would print, or never come to the end of.
-Fault scanLp(std::string_view content) {
-  Fault fault;
-  std::string last;
-  Lines lines(content);
-  while (auto line = lines.next()) {
-    for (const std::string_view word : wordsOf(line->substr(0, line->find('\\')))) {
-      const bool isComparison = word == "<=" || word == ">=" || word == "=";
-      if (std::strchr("<>=", word[0]) != nullptr && !isComparison) {
-        fault.note(lines.getNumber(),
-                   printable(std::string(word)) + " is no comparison; write <=, >= or =");
-      }
-      last = word;
+/// Looks for what an LP reader would print, misread, or never come to the end of.
+class LpScan {
+ public:
+  Fault run(std::string_view content) {
+    Lines lines(content);
+    while (const auto line = lines.next()) {
+      visit(wordsOf(line->substr(0, line->find('\\'))), lines.getNumber());
     }
+    if (!isSame(_last, "End")) _fault.note(0, "the file does not end with the word End");
+    return _fault;
   }
-  if (!isSame(last, "End")) fault.note(0, "the file does not end with the word End");
-  return fault;
-}
+
+ private:
+  void visit(const std::vector<std::string_view>& words, VakInt number) {
+    if (words.empty()) return;
+    if (isSame(words[0], "Bounds") || isSame(words[0], "Bound")) _isInBounds = true;
+    int comparisons = 0;
+    for (const std::string_view word : words) {
+      if (std::strchr("<>=", word[0]) == nullptr) continue;
+      ++comparisons;
+      if (word != "<=" && word != ">=" && word != "=") {
+        _fault.note(number, printable(std::string(word)) +
+                                " is no comparison; write <=, >= or = by itself");
+      }
+    }
+    if (comparisons > 1 && !_isInBounds) {
+      _fault.note(number, "a constraint with two bounds has to be written as two");
+    }
+    _last = words.back();
+  }
+
+  Fault _fault;
+  std::string _last;         ///< The last word that is no comment.
+  bool _isInBounds = false;  ///< Behind the beginning of the bounds, which may have two sides.
+};
 
 VakModel readLp(VakEnv env, const char* file, std::string& content) {
   if (content.find('\0') != std::string::npos) {
     throw VakFileError(file, 0, "this is no text file");
   }
-  Fault fault = scanLp(content);
+  Fault fault = LpScan().run(content);
   throwFault(file, fault);
   FaultListener listener(&fault);
   // Whatever the reader skips, it finds an end behind it.

@@ -3,7 +3,8 @@
 #include <CbcEventHandler.hpp>
 #include <CbcHeuristic.hpp>
 #include <CbcHeuristicDiveCoefficient.hpp>
-#include <CbcHeuristicFPump.hpp>
+#include <CbcHeuristicDiveFractional.hpp>
+#include <CbcHeuristicDiveVectorLength.hpp>
 #include <CbcHeuristicGreedy.hpp>
 #include <CbcHeuristicRINS.hpp>
 #include <CbcModel.hpp>
@@ -80,19 +81,19 @@ bool isBounded(const OsiSolverInterface& solver) {
   return true;
 }
 
+// Deliberate: no feasibility pump. That of the libraries may give a point that it never filled in.
 void addHeuristics(CbcModel& tree) {
   CbcRounding rounding(tree);
   tree.addHeuristic(&rounding, "Rounding");
-  // These two move columns to their bounds, infinite ones included, and end the program then.
-  if (isBounded(*tree.solver())) {
-    CbcHeuristicFPump pump(tree);
-    pump.setMaximumPasses(20);
-    tree.addHeuristic(&pump, "Pump");
-    CbcHeuristicGreedyCover cover(tree);
-    tree.addHeuristic(&cover, "Cover");
-  }
+  // Starts from the lower bounds, infinite ones included, and ends the program then.
+  CbcHeuristicGreedyCover cover(tree);
+  if (isBounded(*tree.solver())) tree.addHeuristic(&cover, "Cover");
   CbcHeuristicDiveCoefficient dive(tree);
   tree.addHeuristic(&dive, "Dive");
+  CbcHeuristicDiveFractional fractional(tree);
+  tree.addHeuristic(&fractional, "Fractional");
+  CbcHeuristicDiveVectorLength length(tree);
+  tree.addHeuristic(&length, "Length");
   CbcHeuristicRINS neighbours(tree);
   neighbours.setHowOften(100);
   tree.addHeuristic(&neighbours, "Neighbours");
@@ -286,9 +287,9 @@ VakSearchResultI VakSearchI::search(const double* start, bool withObjective) {
   result.end = tree.getEnd();
   const double* point = tree.getPoint();
   if (point == nullptr) return result;
-  if (auto polished = polish(point)) {
-    result.values = std::move(*polished);
-  } else if (_lp.isFeasible(point, 10 * _control.getOptions().feasibilityTolerance)) {
+  if (auto settled = settle(point)) {
+    result.values = std::move(*settled);
+  } else if (_lp.isFeasible(point, getTolerance())) {
     result.values.assign(point, point + _lp.getColumnCount());
   } else {
     result.end = VakSearchResultI::End::Failed;
@@ -299,19 +300,31 @@ VakSearchResultI VakSearchI::search(const double* start, bool withObjective) {
   return result;
 }
 
+double VakSearchI::getTolerance() const { return 10 * _control.getOptions().feasibilityTolerance; }
+
+std::vector<double> VakSearchI::round(const double* values) const {
+  std::vector<double> point(values, values + _lp.getColumnCount());
+  for (std::size_t j = 0; j < point.size(); ++j) {
+    if (_integer[j] != 0) point[j] = std::round(point[j]) + 0.0;  // Not -0.
+  }
+  return point;
+}
+
+std::optional<std::vector<double>> VakSearchI::settle(const double* values) const {
+  std::vector<double> point = round(values);
+  if (_lp.isFeasible(point.data(), getTolerance())) return point;
+  return polish(values);
+}
+
 // Limits do not count here: what was found is to be kept, and with the whole columns fixed little
 // is left to do.
 std::optional<std::vector<double>> VakSearchI::polish(const double* values) const {
-  const int columns = _lp.getColumnCount();
-  std::vector<double> point(values, values + columns);
-  const std::unique_ptr<VakLinearProgramI> rest = _lp.makeCopy();
-  for (int j = 0; j < columns; ++j) {
-    const auto at = static_cast<std::size_t>(j);
-    if (_integer[at] == 0) continue;
-    point[at] = std::round(point[at]) + 0.0;  // Not -0.
-    rest->setColumnBounds(j, point[at], point[at]);
-  }
+  std::vector<double> point = round(values);
   if (std::find(_integer.begin(), _integer.end(), 0) != _integer.end()) {
+    const std::unique_ptr<VakLinearProgramI> rest = _lp.makeCopy();
+    for (std::size_t j = 0; j < point.size(); ++j) {
+      if (_integer[j] != 0) rest->setColumnBounds(static_cast<int>(j), point[j], point[j]);
+    }
     VakSolverOptions options = _control.getOptions();
     options.timeLimit = VakGetInfinity();
     options.iterationLimit = -1;
@@ -319,12 +332,10 @@ std::optional<std::vector<double>> VakSearchI::polish(const double* values) cons
     const VakSolver::ProgressCallback nobody;
     VakRunControlI control(options, never, nobody);
     if (rest->solve(control) != VakLinearProgramI::Outcome::Optimal) return std::nullopt;
-    for (int j = 0; j < columns; ++j) {
-      const auto at = static_cast<std::size_t>(j);
-      if (_integer[at] == 0) point[at] = rest->getValues()[j];
+    for (std::size_t j = 0; j < point.size(); ++j) {
+      if (_integer[j] == 0) point[j] = rest->getValues()[j];
     }
   }
-  const double tolerance = 10 * _control.getOptions().feasibilityTolerance;
-  if (!_lp.isFeasible(point.data(), tolerance)) return std::nullopt;
+  if (!_lp.isFeasible(point.data(), getTolerance())) return std::nullopt;
   return point;
 }

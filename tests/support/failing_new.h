@@ -1,11 +1,14 @@
+#pragma once
+
 // Makes the n-th call of the global operator new fail, for tests of what happens then.
 //
 // A test program that links `vak_test_failing_new` has all forms of the global operators new and
 // delete replaced by ones that count. Unless a `VakFailingNew` lives they behave as ever.
-#pragma once
 
 #include <cstddef>
 #include <exception>
+
+#include "vakbase/slab_cache.h"
 
 /// Told of every block that comes from and goes back to the global operators while it lives. Its
 /// functions must not use the heap themselves. One thread at a time; at most one observer lives.
@@ -63,9 +66,11 @@ class VakFailingNew {
 /// Runs `attempt` again and again, the k-th time with the k-th call of operator new failing, until
 /// it runs without reaching a failure; then whatever it throws is thrown on. After each failure,
 /// with operator new as ever, calls `afterFailure` with what `attempt` threw (null if nothing).
-/// Returns the number of failures.
+/// Returns the number of failures. Switches the slab cache off for good, so that every attempt asks
+/// operator new for the same.
 template <typename Attempt, typename AfterFailure>
 long VakFailEachNew(Attempt attempt, AfterFailure afterFailure) {
+  VakSetSlabCacheLimit(0);
   for (long failAt = 1;; ++failAt) {
     std::exception_ptr thrown;
     bool hasFailed = false;

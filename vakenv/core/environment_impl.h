@@ -25,6 +25,7 @@
 #include "vakenv/core/local_env.h"
 #include "vakenv/core/multithreading.h"
 #include "vakenv/fwd.h"
+#include "vakenv/memory/env_life.h"
 #include "vakenv/registry/registry_state.h"
 #include "vakenv/types/rtti.h"
 #include "vakenv/utilities/null_stream.h"
@@ -319,18 +320,31 @@ class VakEnvI {
 
   VakInt _endedSteps = 0;      ///< Steps of end() that are done: 0 while alive, 16 when ended.
   VakRegistryState _registry;  ///< Walks, lists of the running removal, locks of thread-safe mode.
+  VakEnvLifeNote _life;        ///< For those who may outlive the environment and have to notice.
 
  private:
   void makeServices();
   void makeTermAllocator();
-  void runEndStep(VakInt step);
+  /// A step of end().
+  struct EndStep {
+    void (VakEnvI::*run)();
+    bool walksUserObjects;  ///< Entered again when a user destructor throws in it.
+  };
+  static const EndStep EndStepList[EndSteps];
   void endExtension();
   void endDestroyables();
   void endAlgorithms();
+  void forgetExpander();
+  void endTypedLists();
   void endExtractables();
+  void endIdentifiers();
   void endDomains();
+  void endRandom();
   void endPlugIns();
   void endManagers();
+  void endSymbols();
+  void endTerms();
+  void endAllocator();
   void endMarksAndLocalEnv();
   // Strikes `e`, whose registration ends, wherever the registry would go on to use it.
   void forgetExtractable(const VakExtractableI* e);

@@ -2,6 +2,8 @@
 
 // The version record.
 
+#include <iosfwd>
+
 /// The version of the library, as constants of the process.
 class VakTarnVersion {
  public:
@@ -17,3 +19,7 @@ class VakTarnVersion {
   /// The one text that names the library, its version and date.
   static const char* const _identification;
 };
+
+/// Writes the text that names the library, its version and date, as in
+/// std::cout << VakTarnVersion().
+std::ostream& operator<<(std::ostream& out, VakTarnVersion version);

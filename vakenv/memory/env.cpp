@@ -1,7 +1,9 @@
 #include "vakenv/memory/env.h"
 
 #include <new>
+#include <ostream>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/tarn_alloc.h"
 #include "vakenv/types/exceptions.h"
@@ -68,7 +70,23 @@ VakSymbolI* VakEnv::makeSymbol(const char* name) const {
   return checkedService(_impl)->makeSymbol(name);
 }
 
+VakSymbolI* VakEnv::getSymbol(std::string_view name) const {
+  return checkedService(_impl)->getSymbol(VakTerminatedText(name).get());
+}
+
+VakSymbolI* VakEnv::makeSymbol(std::string_view name) const {
+  return checkedService(_impl)->makeSymbol(VakTerminatedText(name).get());
+}
+
 VakUniqueRandomI* VakEnv::getRandom() const { return checkedService(_impl)->createRandom(); }
+
+std::ostream& operator<<(std::ostream& out, VakEnv env) {
+  const VakEnvI* impl = env.getImpl();
+  if (impl == nullptr) return out << VakEmptyHandleText;
+  out << "environment ";
+  if (const char* name = impl->getName()) out << '"' << name << "\" ";
+  return out << '(' << impl->getMemoryUsage() << " bytes in use)";
+}
 
 VakEnv::AbortException::AbortException() : VakException("VakEnv has been requested to abort.", 0) {}
 VakEnv::AbortException::~AbortException() = default;

@@ -2,7 +2,9 @@
 
 // The handle of an environment.
 
+#include <iosfwd>
 #include <string>
+#include <string_view>
 
 #include "vakbase/exception.h"
 #include "vakenv/fwd.h"
@@ -72,6 +74,9 @@ class VakEnv {
   [[nodiscard]] VakSymbolI* getSymbol(const char* name) const;
   /// The symbol of this name, made if there is none.
   VakSymbolI* makeSymbol(const char* name) const;
+  // The same for texts of a known length, of which a terminated copy is made for the call.
+  [[nodiscard]] VakSymbolI* getSymbol(std::string_view name) const;
+  VakSymbolI* makeSymbol(std::string_view name) const;
   /// The environment's random generator, made on first use; lives as long as the environment.
   [[nodiscard]] VakUniqueRandomI* getRandom() const;
 
@@ -122,8 +127,32 @@ class VakEnv {
   void setAnyProperty(const char* name, VakAny value) const;
   void setStringProperty(const char* name, const char* value) const;
 
+  // The same for names of a known length: strings, views, and texts that need no terminator. What
+  // is looked up is not copied, and exceptions hold a copy of the name.
+
+  void setName(std::string_view name) const;
+  [[nodiscard]] VakInt hasProperty(std::string_view name) const;
+  [[nodiscard]] VakNamedProperty getProperty(std::string_view name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name, T fallback) const;
+  void removeProperty(std::string_view name) const;
+  [[nodiscard]] VakInt getIntProperty(std::string_view name) const;
+  [[nodiscard]] VakNum getNumProperty(std::string_view name) const;
+  [[nodiscard]] VakAny getAnyProperty(std::string_view name) const;
+  [[nodiscard]] const char* getStringProperty(std::string_view name) const;
+  void setIntProperty(std::string_view name, VakInt value) const;
+  void setNumProperty(std::string_view name, VakNum value) const;
+  void setAnyProperty(std::string_view name, VakAny value) const;
+  void setStringProperty(std::string_view name, const char* value) const;
+  void setStringProperty(std::string_view name, std::string_view value) const;
+
   VakEnvI* _impl;  ///< The environment, not owned; null when the handle is empty.
 };
+
+/// Writes the name and the memory in use, as in: environment "plant" (1024 bytes in use).
+std::ostream& operator<<(std::ostream& out, VakEnv env);
 
 /// For algorithms that are asked to stop: "VakEnv has been requested to abort.". The environment
 /// itself never throws it.

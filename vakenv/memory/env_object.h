@@ -48,7 +48,7 @@ class VakEnvObjectI {
 class VakRttiEnvObjectI : public VakRtti {
   VAK_RTTI_BELOW_ROOT(VakRttiEnvObjectI);
 
-  explicit VakRttiEnvObjectI(VakEnvI* env);
+  explicit VakRttiEnvObjectI(VakEnvI* env) : _env(env) {}
   ~VakRttiEnvObjectI() noexcept(false) override;
 
   VakRttiEnvObjectI(const VakRttiEnvObjectI&) = delete;

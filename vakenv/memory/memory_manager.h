@@ -2,7 +2,12 @@
 
 // The handle of a memory manager, and the way from a memory manager to its environment.
 
+#include <iosfwd>
+
 #include "vakenv/fwd.h"
+
+/// What `<<` writes for a handle that is empty.
+inline constexpr char VakEmptyHandleText[] = "(empty)";
 
 /// Handle of an allocator: one pointer, copied freely, never an owner; null when empty.
 class VakMemoryManager {
@@ -18,6 +23,9 @@ class VakMemoryManager {
 
   VakGenAlloc* _impl = nullptr;  ///< The allocator, not owned; null when the handle is empty.
 };
+
+/// Writes the class of the allocator, as in "VakTarnAlloc".
+std::ostream& operator<<(std::ostream& out, VakMemoryManager manager);
 
 /// The environment whose own allocator `manager` is; null for every other allocator and for an
 /// empty manager. Constant time.

@@ -92,8 +92,12 @@ VakPlugInManager::VakCell* VakPlugInManager::findOrCreateCell(const char* name) 
 }
 
 VakPlugInManager::VakCell* VakPlugInManager::findCell(const char* name) const {
+  return findCell(std::string_view(name));
+}
+
+VakPlugInManager::VakCell* VakPlugInManager::findCell(std::string_view name) const {
   VakCell* cell = first;
-  while (cell != nullptr && std::strcmp(cell->name, name) != 0) cell = cell->next;
+  while (cell != nullptr && cell->name != name) cell = cell->next;
   return cell;
 }
 
@@ -181,7 +185,7 @@ std::string VakPlugInManager::check(const VakMemoryInspection* pool) const {
   std::unordered_set<std::string_view> names;
   const auto next = [](const auto* element) { return element->next; };
   const auto isGone = [pool](const void* p) { return pool != nullptr && pool->isFree(p); };
-  const std::string broken = VakCheckChain(first, next, [&](const VakCell* cell) -> std::string {
+  std::string broken = VakCheckChain(first, next, [&](const VakCell* cell) -> std::string {
     if (isGone(cell)) return "the list of cells leads into free memory";
     if (cell->name == nullptr || isGone(cell->name)) return "a cell has no name";
     const std::string cellName = VakFaultText("cell \"", cell->name, "\"");
@@ -205,6 +209,10 @@ std::string VakPlugInManager::check(const VakMemoryInspection* pool) const {
 }
 
 VakInt VakPlugInManager::isCreated(VakTypeInfo type, const char* name) const {
+  return isCreated(type, std::string_view(name));
+}
+
+VakInt VakPlugInManager::isCreated(VakTypeInfo type, std::string_view name) const {
   const VakCell* cell = findCell(name);
   if (cell == nullptr) return 0;
   for (const VakPlugInAddon* a = cell->addons; a != nullptr; a = a->next) {

@@ -10,6 +10,7 @@
 // as long as the manager, except that a notified plug-in's node goes with its removal.
 
 #include <string>
+#include <string_view>
 
 #include "vakenv/fwd.h"
 #include "vakenv/plugins/walk.h"
@@ -66,6 +67,7 @@ class VakPlugInManager {
   VakCell* findOrCreateCell(const char* name);
   /// The cell of exactly this name, or null.
   [[nodiscard]] VakCell* findCell(const char* name) const;
+  [[nodiscard]] VakCell* findCell(std::string_view name) const;
 
   /// Files `p` under `name` and tells the add-ons of that name. When one throws, `p` stays filed.
   void add(VakPlugIn* p, const char* name);
@@ -90,6 +92,7 @@ class VakPlugInManager {
   /// 1 when an add-on of exactly this type is filed under `name`, else 0. Deliberate: plug-ins are
   /// not looked at.
   [[nodiscard]] VakInt isCreated(VakTypeInfo type, const char* name) const;
+  [[nodiscard]] VakInt isCreated(VakTypeInfo type, std::string_view name) const;
 
   /// An empty text if no list runs in a circle, no two cells have one name, and everything filed or
   /// entered belongs to this environment and is not free memory of `pool`; else what is broken.

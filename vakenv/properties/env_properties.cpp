@@ -1,10 +1,13 @@
 // The property operations of the environment's handle: the handle is tested first, then the
 // argument, then the environment does the work.
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/env.h"
+#include "vakenv/properties/extension_slot.h"
 #include "vakenv/properties/named_property.h"
 #include "vakenv/properties/property_set.h"
+#include "vakenv/properties/typed_properties.h"
 #include "vakenv/types/exceptions.h"
 
 namespace {
@@ -22,9 +25,7 @@ VakEnvI& tested(VakEnv env, const char* name) {
 
 VakEnvI& tested(VakEnv env, VakNamedProperty property) {
   VakEnvI& impl = tested(env);
-  if (property.getImpl() == nullptr) {
-    throw VakEmptyHandleException("VakNamedProperty: Using empty handle");
-  }
+  property.requireImpl();
   return impl;
 }
 
@@ -96,4 +97,64 @@ void VakEnv::setAnyProperty(const char* name, VakAny value) const {
 }
 void VakEnv::setStringProperty(const char* name, const char* value) const {
   tested(*this, name).setStringProperty(name, value);
+}
+
+// ---- Names of a known length --------------------------------------------------------------------
+
+namespace {
+
+template <class Kind>
+typename Kind::EmbeddedType valueOf(VakEnv env, std::string_view name) {
+  return VakAsPropertyKind<Kind>(name, env.getProperty(name).getImpl()).getValue();
+}
+
+template <class Kind>
+void setValueOf(VakEnv env, std::string_view name, typename Kind::EmbeddedType value) {
+  VakSetPropertyValueI<Kind>(name, &tested(env), value);
+}
+
+}  // namespace
+
+void VakEnv::setName(std::string_view name) const {
+  tested(*this).setName(VakTerminatedText(name).get());
+}
+
+VakInt VakEnv::hasProperty(std::string_view name) const {
+  return VakExtensionSlot::HasProperty(tested(*this)._extension, name);
+}
+VakNamedProperty VakEnv::getProperty(std::string_view name) const {
+  return VakNamedProperty(VakExtensionSlot::GetProperty(tested(*this)._extension, name));
+}
+void VakEnv::removeProperty(std::string_view name) const {
+  VakEnvI& impl = tested(*this);
+  VakExtensionSlot(VakGetOwnerAllocator(&impl), impl._extension).removeProperty(name);
+}
+
+VakInt VakEnv::getIntProperty(std::string_view name) const {
+  return valueOf<VakNamedIntProperty>(*this, name);
+}
+VakNum VakEnv::getNumProperty(std::string_view name) const {
+  return valueOf<VakNamedNumProperty>(*this, name);
+}
+VakAny VakEnv::getAnyProperty(std::string_view name) const {
+  return valueOf<VakNamedAnyProperty>(*this, name);
+}
+const char* VakEnv::getStringProperty(std::string_view name) const {
+  return valueOf<VakNamedStringProperty>(*this, name);
+}
+
+void VakEnv::setIntProperty(std::string_view name, VakInt value) const {
+  setValueOf<VakNamedIntProperty>(*this, name, value);
+}
+void VakEnv::setNumProperty(std::string_view name, VakNum value) const {
+  setValueOf<VakNamedNumProperty>(*this, name, value);
+}
+void VakEnv::setAnyProperty(std::string_view name, VakAny value) const {
+  setValueOf<VakNamedAnyProperty>(*this, name, value);
+}
+void VakEnv::setStringProperty(std::string_view name, const char* value) const {
+  setValueOf<VakNamedStringProperty>(*this, name, value);
+}
+void VakEnv::setStringProperty(std::string_view name, std::string_view value) const {
+  setStringProperty(name, VakTerminatedText(value).get());
 }

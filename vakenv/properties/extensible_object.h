@@ -26,7 +26,8 @@ class VakExtensibleRttiEnvObjectI : public VakRttiEnvObjectI,
                                     public VakPropertyOwner<VakExtensibleRttiEnvObjectI> {
   VAK_RTTI(VakExtensibleRttiEnvObjectI, VakRttiEnvObjectI);
 
-  explicit VakExtensibleRttiEnvObjectI(VakEnvI* env);
+  explicit VakExtensibleRttiEnvObjectI(VakEnvI* env)
+      : VakRttiEnvObjectI(env), _extension(nullptr) {}
   /// Ends the extension and gives it back.
   ~VakExtensibleRttiEnvObjectI() noexcept(false) override;
 

@@ -31,6 +31,18 @@ VakNamedPropertyI* VakExtensionSlot::GetProperty(const VakExtension* extension, 
   return set->getProperty(name);
 }
 
+VakInt VakExtensionSlot::HasProperty(const VakExtension* extension, std::string_view name) {
+  const VakNamedPropertySetI* set = GetProperties(extension);
+  return set != nullptr && set->getElem(name) != nullptr ? 1 : 0;
+}
+
+VakNamedPropertyI* VakExtensionSlot::GetProperty(const VakExtension* extension,
+                                                 std::string_view name) {
+  const VakNamedPropertySetI* set = GetProperties(extension);
+  if (set == nullptr) VakThrowNotPresent(name);
+  return set->getProperty(name);
+}
+
 // ---- Writing ------------------------------------------------------------------------------------
 
 void VakExtensionSlot::setName(const char* name) const {
@@ -81,6 +93,12 @@ void VakExtensionSlot::addProperties(const VakNamedPropertySetI* set) const {
 void VakExtensionSlot::removeProperty(const char* name) const {
   VakNamedPropertySetI* set = GetProperties(*_slot);
   if (set == nullptr) throw VakNamedPropertySet::NotPresent(name, nullptr);
+  set->removeProperty(name);
+}
+
+void VakExtensionSlot::removeProperty(std::string_view name) const {
+  VakNamedPropertySetI* set = GetProperties(*_slot);
+  if (set == nullptr) VakThrowNotPresent(name);
   set->removeProperty(name);
 }
 

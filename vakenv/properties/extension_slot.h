@@ -3,6 +3,8 @@
 // The property operations of an owner, told once for the environment and the extensible objects,
 // which differ only in the allocator and in where the extension pointer lives.
 
+#include <string_view>
+
 #include "vakenv/fwd.h"
 #include "vakenv/properties/extension.h"
 
@@ -25,6 +27,10 @@ class VakExtensionSlot {
   [[nodiscard]] static VakNamedPropertyI* GetProperty(const VakExtension* extension,
                                                       const char* name);
 
+  [[nodiscard]] static VakInt HasProperty(const VakExtension* extension, std::string_view name);
+  [[nodiscard]] static VakNamedPropertyI* GetProperty(const VakExtension* extension,
+                                                      std::string_view name);
+
   // Writing: records are created by a value that is not null or by an insertion, and stay when
   // values are cleared.
 
@@ -42,6 +48,7 @@ class VakExtensionSlot {
   void addProperties(const VakNamedPropertySetI* set) const;
   /// Throws VakNamedPropertySet::NotPresent with the name.
   void removeProperty(const char* name) const;
+  void removeProperty(std::string_view name) const;
   /// Throws VakNamedPropertySet::NotPresent with the property's name and the property.
   void removeProperty(VakNamedPropertyI* property) const;
   void removeAllProperties() const { setProperties(nullptr); }

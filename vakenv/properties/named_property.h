@@ -7,8 +7,10 @@
 //   std::cout << size;                       // size (3)
 
 #include <iosfwd>
+#include <string_view>
 #include <type_traits>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/fwd.h"
 #include "vakenv/memory/create.h"
 #include "vakenv/memory/memory_manager.h"
@@ -44,7 +46,6 @@ class VakNamedProperty {
 
   VakNamedPropertyI* _impl = nullptr;  ///< The property, not owned; null when the handle is empty.
 
- protected:
   /// Throws VakEmptyHandleException ("VakNamedProperty: Using empty handle") on an empty handle.
   void requireImpl() const;
 };
@@ -70,6 +71,9 @@ class VakTypedNamedProperty : public VakNamedProperty {
   /// also what VakNamedPropertyI::cloneString throws.
   VakTypedNamedProperty(VakMemoryManager manager, const char* name, EmbeddedType value)
       : VakNamedProperty(VakCreate<Impl>(manager, name, value)) {}
+  /// The same for a name of a known length.
+  VakTypedNamedProperty(VakMemoryManager manager, std::string_view name, EmbeddedType value)
+      : VakTypedNamedProperty(manager, VakTerminatedText(name).get(), value) {}
 
   [[nodiscard]] Impl* getImpl() const { return static_cast<Impl*>(_impl); }
   [[nodiscard]] EmbeddedType getValue() const {

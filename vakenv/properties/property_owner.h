@@ -2,6 +2,8 @@
 
 // The property operations as members of an extensible class.
 
+#include <string_view>
+
 #include "vakenv/fwd.h"
 #include "vakenv/properties/extension_slot.h"
 #include "vakenv/properties/typed_properties.h"
@@ -82,6 +84,34 @@ class VakPropertyOwner {
   }
   void setStringProperty(const char* name, const char* v) {
     VakSetPropertyValueI<VakNamedStringProperty>(name, owner(), v);
+  }
+
+  // The same for names of a known length. What is looked up is not copied; exceptions hold a copy.
+
+  void setName(std::string_view name) { setName(VakTerminatedText(name).get()); }
+  [[nodiscard]] VakInt hasProperty(std::string_view name) const {
+    return VakExtensionSlot::HasProperty(extension(), name);
+  }
+  [[nodiscard]] VakNamedPropertyI* getProperty(std::string_view name) const {
+    return VakExtensionSlot::GetProperty(extension(), name);
+  }
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name) const {
+    return VakReadProperty<T>(*this, name);
+  }
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name, T fallback) const {
+    return VakReadProperty<T>(*this, name, fallback);
+  }
+  void removeProperty(std::string_view name) { slot().removeProperty(name); }
+  template <class Kind>
+  [[nodiscard]] typename Kind::EmbeddedType getPropertyValue(std::string_view name) const {
+    return VakAsPropertyKind<Kind>(name, getProperty(name)).getValue();
+  }
+  /// Changes the property of this name or adds one of the kind `Kind`.
+  template <class Kind>
+  void setPropertyValue(std::string_view name, typename Kind::EmbeddedType v) {
+    VakSetPropertyValueI<Kind>(name, owner(), v);
   }
 
  private:

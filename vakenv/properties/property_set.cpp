@@ -1,5 +1,8 @@
 #include "vakenv/properties/property_set.h"
 
+#include <ostream>
+
+#include "vakbase/error_text.h"
 #include "vakenv/memory/create.h"
 #include "vakenv/properties/text.h"
 #include "vakenv/types/exceptions.h"
@@ -7,9 +10,7 @@
 namespace {
 
 VakNamedPropertyI* required(VakNamedProperty property) {
-  if (property.getImpl() == nullptr) {
-    throw VakEmptyHandleException("VakNamedProperty: Using empty handle");
-  }
+  property.requireImpl();
   return property.getImpl();
 }
 
@@ -49,6 +50,35 @@ void VakNamedPropertySet::NotPresent::print(std::ostream& out) const {
   out << "> not present";
 }
 
+namespace {
+
+// The exceptions that hold a copy of the name. The message of the base always points into the text
+// of the same object.
+
+class OwnedNotPresent : private VakErrorText, public VakNamedPropertySet::NotPresent {
+ public:
+  explicit OwnedNotPresent(std::string_view name)
+      : VakErrorText(name), NotPresent(VakErrorText::text(), nullptr) {}
+  OwnedNotPresent(const OwnedNotPresent& other) : OwnedNotPresent(other.text()) {}
+  OwnedNotPresent& operator=(const OwnedNotPresent&) = delete;
+  ~OwnedNotPresent() override = default;
+};
+
+class OwnedBadType : private VakErrorText, public VakNamedPropertySet::BadType {
+ public:
+  explicit OwnedBadType(std::string_view name)
+      : VakErrorText(name), BadType(VakErrorText::text()) {}
+  OwnedBadType(const OwnedBadType& other) : OwnedBadType(other.text()) {}
+  OwnedBadType& operator=(const OwnedBadType&) = delete;
+  ~OwnedBadType() override = default;
+};
+
+}  // namespace
+
+void VakThrowNotPresent(std::string_view name) { throw OwnedNotPresent(name); }
+
+void VakThrowBadType(std::string_view name) { throw OwnedBadType(name); }
+
 // ---- The handle ---------------------------------------------------------------------------------
 
 VakNamedPropertySet::VakNamedPropertySet(VakMemoryManager manager)
@@ -85,6 +115,18 @@ VakNamedProperty VakNamedPropertySet::getProperty(const char* name) const {
 
 void VakNamedPropertySet::removeProperty(const char* name) const { impl().removeProperty(name); }
 
+bool VakNamedPropertySet::hasProperty(std::string_view name) const {
+  return impl().getElem(name) != nullptr;
+}
+
+VakNamedProperty VakNamedPropertySet::getProperty(std::string_view name) const {
+  return VakNamedProperty(impl().getProperty(name));
+}
+
+void VakNamedPropertySet::removeProperty(std::string_view name) const {
+  impl().removeProperty(name);
+}
+
 void VakNamedPropertySet::removeProperty(VakNamedProperty property) const {
   impl().removeProperty(required(property));
 }
@@ -100,6 +142,16 @@ VakNamedPropertySet VakNamedPropertySet::makeDeepCopy(VakMemoryManager manager) 
 }
 
 VakNamedPropertySet::Range VakNamedPropertySet::all() const { return Range(_impl); }
+
+std::ostream& operator<<(std::ostream& out, VakNamedPropertySet set) {
+  out << '{';
+  const char* separator = "";
+  for (const VakNamedProperty property : set.all()) {
+    out << separator << property;
+    separator = ", ";
+  }
+  return out << '}';
+}
 
 void VakNamedPropertySet::end() {
   VakNamedPropertySetI* set = &impl();

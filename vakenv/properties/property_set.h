@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <iosfwd>
 #include <iterator>
+#include <string_view>
 
 #include "vakbase/exception.h"
 #include "vakenv/fwd.h"
@@ -64,6 +65,17 @@ class VakNamedPropertySet {
   /// Lets the property of this name go; it is deleted if no other set holds it. Throws NotPresent.
   void removeProperty(const char* name) const;
   void removeProperty(VakNamedProperty property) const;
+
+  // The same for names of a known length, which are not copied; exceptions hold a copy.
+
+  [[nodiscard]] bool hasProperty(std::string_view name) const;
+  [[nodiscard]] VakNamedProperty getProperty(std::string_view name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name) const;
+  template <class T>
+  [[nodiscard]] auto getProperty(std::string_view name, T fallback) const;
+  void removeProperty(std::string_view name) const;
+
   void removeAllProperties() const;
   /// A set of copies that the new set does not hold; see VakNamedPropertySetI::makeClone.
   [[nodiscard]] VakNamedPropertySet makeClone(VakMemoryManager manager) const;
@@ -122,8 +134,17 @@ class VakNamedPropertySet::Range {
   const VakNamedPropertySetI* _set;  ///< The set, not owned; null for an empty range.
 };
 
+/// Writes the properties, newest first, as in {size (3), colour(red)}; an empty handle as {}.
+std::ostream& operator<<(std::ostream& out, VakNamedPropertySet set);
+
 // The messages of these exceptions are the names that the caller gave: the caller's pointer, not a
-// copy, so the text has to outlive the exception.
+// copy, so the text has to outlive the exception. A name of a known length is copied into the
+// exception that is thrown.
+
+/// Throws VakNamedPropertySet::NotPresent with a copy of `name`, which is cut when it is long.
+[[noreturn]] void VakThrowNotPresent(std::string_view name);
+/// Throws VakNamedPropertySet::BadType with a copy of `name`, which is cut when it is long.
+[[noreturn]] void VakThrowBadType(std::string_view name);
 
 /// A property of the name exists but is of another kind:
 /// prints "Named property <NAME> has wrong type".

@@ -61,6 +61,14 @@ VakNamedPropertySetI::PropertyList* VakNamedPropertySetI::getElem(const char* na
   return nullptr;
 }
 
+VakNamedPropertySetI::PropertyList* VakNamedPropertySetI::getElem(std::string_view name) const {
+  for (PropertyList* entry = _first; entry != nullptr; entry = entry->_next) {
+    const char* found = entry->_property->getName();
+    if (found != nullptr && name == found) return entry;
+  }
+  return nullptr;
+}
+
 VakNamedPropertySetI::PropertyList* VakNamedPropertySetI::getElem(
     const VakNamedPropertyI* property) const {
   PropertyList* entry = _first;
@@ -74,11 +82,23 @@ VakNamedPropertyI* VakNamedPropertySetI::getProperty(const char* name) const {
   return entry->_property;
 }
 
+VakNamedPropertyI* VakNamedPropertySetI::getProperty(std::string_view name) const {
+  const PropertyList* entry = getElem(name);
+  if (entry == nullptr) VakThrowNotPresent(name);
+  return entry->_property;
+}
+
 // ---- Removal ------------------------------------------------------------------------------------
 
 void VakNamedPropertySetI::removeProperty(const char* name) {
   PropertyList* entry = getElem(name);
   if (entry == nullptr) throw VakNamedPropertySet::NotPresent(name, nullptr);
+  remove(entry);
+}
+
+void VakNamedPropertySetI::removeProperty(std::string_view name) {
+  PropertyList* entry = getElem(name);
+  if (entry == nullptr) VakThrowNotPresent(name);
   remove(entry);
 }
 

@@ -6,6 +6,7 @@
 // manager; the properties are shared with other sets by counting holds.
 
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "vakenv/fwd.h"
@@ -44,13 +45,16 @@ class VakNamedPropertySetI : public VakMemoryManagerObjectI {
 
   /// The newest entry whose property has this name, or null; a null name finds nothing.
   [[nodiscard]] PropertyList* getElem(const char* name) const;
+  [[nodiscard]] PropertyList* getElem(std::string_view name) const;
   /// The newest entry of this very property, or null.
   [[nodiscard]] PropertyList* getElem(const VakNamedPropertyI* property) const;
   /// The property of this name. Throws VakNamedPropertySet::NotPresent when there is none.
   [[nodiscard]] VakNamedPropertyI* getProperty(const char* name) const;
+  [[nodiscard]] VakNamedPropertyI* getProperty(std::string_view name) const;
 
   /// Unlinks the entry of this name and drops its hold. Throws VakNamedPropertySet::NotPresent.
   void removeProperty(const char* name);
+  void removeProperty(std::string_view name);
   /// The same for the newest entry of this very property.
   void removeProperty(VakNamedPropertyI* property);
   /// Unlinks `entry`, which must belong to this set, gives its storage back and drops its hold; a

@@ -6,8 +6,10 @@
 // an owner has getProperty, getProperties and addProperty. getProperty<T>(name) of the handles and
 // of the extensible objects chooses the kind of property by the C++ type.
 
+#include <string_view>
 #include <type_traits>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/fwd.h"
 #include "vakenv/memory/env.h"
 #include "vakenv/properties/named_property.h"
@@ -25,6 +27,15 @@ template <class Kind>
   using Impl = typename Kind::ImplClass;
   if (property == nullptr) throw VakNamedPropertySet::NotPresent(name, nullptr);
   if (property->isType(Impl::GetTypeInfo()) == 0) throw VakNamedPropertySet::BadType(name);
+  return Kind(static_cast<Impl*>(property));
+}
+
+/// The same for a name of a known length; the exceptions hold a copy of it.
+template <class Kind>
+[[nodiscard]] Kind VakAsPropertyKind(std::string_view name, VakNamedPropertyI* property) {
+  using Impl = typename Kind::ImplClass;
+  if (property == nullptr) VakThrowNotPresent(name);
+  if (property->isType(Impl::GetTypeInfo()) == 0) VakThrowBadType(name);
   return Kind(static_cast<Impl*>(property));
 }
 
@@ -65,6 +76,17 @@ void VakSetPropertyValueI(const char* name, Owner* owner, typename Kind::Embedde
   }
 }
 
+/// The same for a name of a known length, which is copied only when a property is made.
+template <class Kind, class Owner>
+void VakSetPropertyValueI(std::string_view name, Owner* owner, typename Kind::EmbeddedType value) {
+  const VakNamedPropertySetI* set = owner->getProperties();
+  if (const auto* found = set == nullptr ? nullptr : set->getElem(name)) {
+    VakAsPropertyKind<Kind>(name, found->_property).setValue(value);
+    return;
+  }
+  VakSetPropertyValueI<Kind>(VakTerminatedText(name).get(), owner, value);
+}
+
 /// The kind of property that holds values of the C++ type T: Int for integer types, Num for
 /// floating-point types, String for const char*, Any for void*.
 template <class T>
@@ -86,10 +108,11 @@ struct VakPropertyKindOf<void*> {
   using Kind = VakNamedAnyProperty;
 };
 
-/// The value of the property of this name of whatever has getProperty(name).
-template <class T, class Source>
+/// The value of the property of this name, a `const char*` or a std::string_view, of whatever has
+/// getProperty(name).
+template <class T, class Source, class Name>
 [[nodiscard]] typename VakPropertyKindOf<T>::Kind::EmbeddedType VakReadProperty(
-    const Source& source, const char* name) {
+    const Source& source, Name name) {
   using Kind = typename VakPropertyKindOf<T>::Kind;
   if constexpr (std::is_pointer_v<decltype(source.getProperty(name))>) {
     return VakAsPropertyKind<Kind>(name, source.getProperty(name)).getValue();
@@ -99,9 +122,9 @@ template <class T, class Source>
 }
 
 /// The same, or `fallback` when there is no property of this name.
-template <class T, class Source>
+template <class T, class Source, class Name>
 [[nodiscard]] typename VakPropertyKindOf<T>::Kind::EmbeddedType VakReadProperty(
-    const Source& source, const char* name, T fallback) {
+    const Source& source, Name name, T fallback) {
   if (!source.hasProperty(name)) return fallback;
   return VakReadProperty<T>(source, name);
 }
@@ -114,6 +137,14 @@ template <class T>
 auto VakNamedPropertySet::getProperty(const char* name, T fallback) const {
   return VakReadProperty<T>(*this, name, fallback);
 }
+template <class T>
+auto VakNamedPropertySet::getProperty(std::string_view name) const {
+  return VakReadProperty<T>(*this, name);
+}
+template <class T>
+auto VakNamedPropertySet::getProperty(std::string_view name, T fallback) const {
+  return VakReadProperty<T>(*this, name, fallback);
+}
 
 template <class T>
 auto VakEnv::getProperty(const char* name) const {
@@ -121,5 +152,13 @@ auto VakEnv::getProperty(const char* name) const {
 }
 template <class T>
 auto VakEnv::getProperty(const char* name, T fallback) const {
+  return VakReadProperty<T>(*this, name, fallback);
+}
+template <class T>
+auto VakEnv::getProperty(std::string_view name) const {
+  return VakReadProperty<T>(*this, name);
+}
+template <class T>
+auto VakEnv::getProperty(std::string_view name, T fallback) const {
   return VakReadProperty<T>(*this, name, fallback);
 }

@@ -54,13 +54,13 @@ void tellAlgorithms(VakEnvI* env, Tell tell) {
 }  // namespace
 
 void VakEnvI::change(const VakExtractableI* e, const VakChange& c) {
-  _plugInManager->apply(c, e);
+  if (_plugInManager->notified != nullptr) _plugInManager->apply(c, e);
   if (_algorithms == nullptr) return;
   tellAlgorithms(this, [e, &c](VakAlgorithmI* algorithm) { algorithm->change(c, e); });
 }
 
 void VakEnvI::change(const VakChange& c) {
-  _plugInManager->apply(c, nullptr);
+  if (_plugInManager->notified != nullptr) _plugInManager->apply(c, nullptr);
   if (_algorithms == nullptr) return;
   tellAlgorithms(this, [&c](VakAlgorithmI* algorithm) { algorithm->change(c); });
 }

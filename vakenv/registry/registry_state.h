@@ -9,6 +9,7 @@
 #include "vakenv/plugins/plugin_manager.h"
 #include "vakenv/plugins/walk.h"
 #include "vakenv/registry/extractable_roll.h"
+#include "vakenv/registry/reference_table.h"
 
 /// Walks under way, what the running removals list, and the counts and locks of thread-safe mode.
 ///
@@ -42,6 +43,8 @@ struct VakRegistryState {
   VakExtractableRoll pending;     ///< What the recycle bin lists as pending, in its order.
   VakExtractableRoll deferred;    ///< What the recycle bin lists as deferred, in its order.
   VakExtractableRoll nested;      ///< What removals within the running one hid without listing it.
+
+  VakReferenceTable references;  ///< Stamps of extractables that references follow.
 
   bool isDestroying = false;  ///< True while a removal runs that destroys what it takes out.
 

@@ -40,7 +40,9 @@ class VakRtti {
   [[nodiscard]] virtual VakTypeInfo getTypeInfo() const;
   /// 1 if the object's class is the one `type` stands for or has it among its declared parents,
   /// else 0. One comparison per level.
-  [[nodiscard]] virtual VakInt isType(VakTypeInfo type) const;
+  [[nodiscard]] virtual VakInt isType(VakTypeInfo type) const {
+    return type == VakRtti::GetTypeInfo() ? 1 : 0;
+  }
   /// The name of the object's class, of static lifetime.
   [[nodiscard]] virtual const char* getRttiTypeName() const = 0;
   /// The size in bytes of the whole object.

@@ -53,5 +53,10 @@ class VakExtractableI : public VakExtensibleRttiEnvObjectI {
   /// Unregisters the object if it is registered. For destructors of derived classes.
   void unregister();
 
+  /// Lets removals find the object although it is made while a local environment is installed,
+  /// whose booking leaves its slot null. For constructors of classes whose objects refer to others
+  /// or are referred to.
+  void enterSlot();
+
   VakInt id;  ///< Index of the object's slot in the identifier table; -1 while not registered.
 };

@@ -288,7 +288,7 @@ const std::vector<VakFaultOperation> _operations = {
     {"work on a list of terms",
      "VakTermListI::VakTermListI VakTermListI::first VakTermListI::size VakTermListI::empty "
      "VakTermListI::find VakTermListI::prepend VakTermListI::takeFirst VakTermListI::unlinkAfter "
-     "VakTermListI::dropZeros VakTermListI::mark VakTermListI::cut VakTermListI::swap "
+     "VakTermListI::dropZeros VakTermListI::cut VakTermListI::swap "
      "VakTermListI::clear VakTermListI::removeHidden VakTermListI::evaluate VakTermListI::addTo "
      "VakTermListI::check VakOwnTermsI::VakOwnTermsI VakOwnTermsI::make VakOwnTermsI::makeAll "
      "VakCheckTerms",
@@ -301,7 +301,6 @@ const std::vector<VakFaultOperation> _operations = {
          VakOwnTermsI terms(env);
          VakExpr storage;
          terms.makeAll(VakCheckTerms(env, nullptr, w.x + w.y + w.x, storage));
-         const VakTermListI::Mark mark = terms.mark();
          terms.make(w.z.getImpl(), 0);
          terms.dropZeros(env);
          terms.make(w.z.getImpl(), 5);
@@ -310,7 +309,7 @@ const std::vector<VakFaultOperation> _operations = {
          terms.prepend(terms.takeFirst());
          terms.prepend(terms.unlinkAfter(terms.first()));
          terms.prepend(terms.unlinkAfter(terms.first()));
-         terms.cut(env, mark);
+         terms.cut(env, 1);
          VakExpr copy;
          terms.addTo(copy);
          VakOwnTermsI other(env);

@@ -85,21 +85,21 @@ const std::vector<VakFaultOperation> _operations = {
        }};
      }},
     {"let slabs wait",
-     "VakSlabCache::Take VakSlabCache::GiveBack VakSlabCache::ObtainHuge "
-     "VakSlabCache::ReleaseHuge VakEmptySlabCache VakGetSlabCacheUsage VakSetSlabCacheLimit",
+     "VakSlabCache::Take VakSlabCache::GiveBack VakEmptySlabCache VakGetSlabCacheUsage "
+     "VakSetSlabCacheLimit",
      [](VakStage& s) {
        auto& slab = s.keep<void*>(nullptr);
        constexpr VakInt usualLimit = VakInt{128} << 20;
        return VakScene{.act =
                            [&] {
                              VakSetSlabCacheLimit(usualLimit);
-                             if (slab == nullptr) slab = VakSlabCache::Take();
-                             void* huge = VakSlabCache::ObtainHuge(VakSlabCache::SlabBytes);
-                             VakSlabCache::ReleaseHuge(huge);
+                             if (slab == nullptr) slab = VakSlabCache::Take(VakSlabCache::HugeBytes);
+                             void* small = VakSlabCache::Take(VakSlabCache::SmallestBytes);
+                             VakSlabCache::GiveBack(small, VakSlabCache::SmallestBytes);
                            },
                        .undo =
                            [&] {
-                             VakSlabCache::GiveBack(slab);
+                             VakSlabCache::GiveBack(slab, VakSlabCache::HugeBytes);
                              slab = nullptr;
                              VakEmptySlabCache();
                              if (VakGetSlabCacheUsage() != 0) std::abort();

@@ -218,6 +218,17 @@ TEST(PlugInManager, FindsCreatedAddonsByTheirExactTypeOnly) {
   EXPECT_EQ(w.manager.isCreated(DerivedAddon::GetTypeInfo(), "y"), 0);
 }
 
+TEST(PlugInManager, FindsNamesThatNeedNoTerminator) {
+  World w;
+  w.manager.add(VakCreate<DerivedAddon>(w.env.impl(), w.script, "a"), "cost");
+  const std::string_view names = "costsrest";
+  EXPECT_EQ(w.manager.findCell(names.substr(0, 4)), w.manager.findCell("cost"));
+  EXPECT_EQ(w.manager.findCell(names.substr(0, 5)), nullptr);
+  EXPECT_EQ(w.manager.findCell(names.substr(0, 3)), nullptr);
+  EXPECT_EQ(w.manager.isCreated(DerivedAddon::GetTypeInfo(), names.substr(0, 4)), 1);
+  EXPECT_EQ(w.manager.isCreated(DerivedAddon::GetTypeInfo(), std::string("costs")), 0);
+}
+
 TEST(PlugInManager, TellsNotifiedPlugInsNewestFirst) {
   World w;
   auto* a = w.notified("a");
