@@ -286,7 +286,7 @@ const std::vector<VakFaultOperation> _operations = {
        }};
      }},
     {"work on a list of terms",
-     "VakTermListI::VakTermListI VakTermListI::first VakTermListI::size VakTermListI::empty "
+     "VakTermListI::VakTermListI* VakTermListI::first VakTermListI::size VakTermListI::empty "
      "VakTermListI::find VakTermListI::prepend VakTermListI::takeFirst VakTermListI::unlinkAfter "
      "VakTermListI::dropZeros VakTermListI::cut VakTermListI::swap "
      "VakTermListI::clear VakTermListI::removeHidden VakTermListI::evaluate VakTermListI::addTo "
