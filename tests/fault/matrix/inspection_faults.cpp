@@ -93,7 +93,8 @@ const std::vector<VakFaultOperation> _operations = {
        return VakScene{.act =
                            [&] {
                              VakSetSlabCacheLimit(usualLimit);
-                             if (slab == nullptr) slab = VakSlabCache::Take(VakSlabCache::HugeBytes);
+                             if (slab == nullptr)
+                               slab = VakSlabCache::Take(VakSlabCache::HugeBytes);
                              void* small = VakSlabCache::Take(VakSlabCache::SmallestBytes);
                              VakSlabCache::GiveBack(small, VakSlabCache::SmallestBytes);
                            },

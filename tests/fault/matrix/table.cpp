@@ -33,8 +33,9 @@ survived if
 5. when it is taken back, exactly as much memory is in use as when nothing fails;
 6. when the environments have ended, every heap block is given back.
 
-The cells say how many points were survived out of how many were tried, with the memory pool and, behind the
-bar, without it. An operation of which all cells are empty asks for no memory and calls nobody.
+The cells say how many points were survived out of how many were tried with the memory pool, and behind the
+bar whether all were survived without it; how many there are without the pool depends on the addresses that
+the heap gives. An operation of which all cells are empty asks for no memory and calls nobody.
 
 This page is written by `scripts/fault_matrix.sh`; the tests compare it with a run of their own.
 )";
@@ -44,7 +45,7 @@ std::string cell(const VakFaultCount& pooled, const VakFaultCount& plain) {
     return std::to_string(count.survived) + "/" + std::to_string(count.tried);
   };
   if (pooled.tried == 0 && plain.tried == 0) return "";
-  return text(pooled) + " \\| " + text(plain);
+  return text(pooled) + " \\| " + (plain.survived == plain.tried ? "all" : text(plain));
 }
 
 void add(Counts& sum, const Counts& counts) {
