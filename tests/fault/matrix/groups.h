@@ -21,8 +21,6 @@
 [[nodiscard]] VakFaultGroup VakModelFaults();
 [[nodiscard]] VakFaultGroup VakAlgorithmFaults();
 [[nodiscard]] VakFaultGroup VakInspectionFaults();
-/// Only where there is the solver.
-[[nodiscard]] VakFaultGroup VakSolverFaults();
 
 /// All groups, in the order of the table.
 [[nodiscard]] std::vector<VakFaultGroup> VakFaultGroups();
