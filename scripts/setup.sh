@@ -10,7 +10,7 @@ packages=(
   pkg-config coinor-libcbc-dev coinor-libcgl-dev coinor-libclp-dev coinor-libcoinutils-dev coinor-libosi-dev
   zlib1g-dev
   # Test: the libraries, the second compiler and linkers, what reads the tree, the sanitizers' symbols.
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libglpk-dev
   clang lld binutils libclang-rt-dev llvm python3 valgrind gdb dpkg-dev file
   # Check and document.
   clang-format clang-tidy gcovr doxygen graphviz git ca-certificates

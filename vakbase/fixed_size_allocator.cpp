@@ -6,21 +6,33 @@
 
 void* VakFixedSizeAllocatorI::allocateBlock(VakMemory* memory) {
   const VakMemory::Block block = memory->obtainBlock(_elementSize, this);
+  const long stride = _elementSize + VakGuardBytes;
   char* const first = static_cast<char*>(block.start);
-  char* const last = first + (block.count - 1) * _elementSize;
+  char* const last = first + (block.count - 1) * stride;
   if (block.count > 1) {
-    for (char* element = first + _elementSize; element != last; element += _elementSize) {
+    for (char* element = first + stride; element != last; element += stride) {
       VakUnpoison(element, sizeof(void*));
-      StoreLink(element, element + _elementSize);
+      StoreLink(element, element + stride);
       VakPoison(element, sizeof(void*));
     }
     VakUnpoison(last, sizeof(void*));
     StoreLink(last, _free);
     VakPoison(last, sizeof(void*));
-    _free = first + _elementSize;
+    _free = first + stride;
   }
   VakUnpoison(first, static_cast<unsigned long>(_elementSize));
+  if constexpr (VakChecksMemory) VakMemoryLedger::Take(memory, first, _elementSize, true);
   return first;
+}
+
+// The slow path enters what it hands out itself.
+void* VakFixedSizeAllocatorI::allocateChecked(VakMemory* memory) {
+  void* element = _free;
+  if (element == nullptr) return allocateSlow(memory);
+  _free = LoadLink(element);
+  _bytesInUse += _elementSize;
+  if constexpr (VakChecksMemory) VakMemoryLedger::Take(memory, element, _elementSize, true);
+  return element;
 }
 
 void* VakFixedSizeAllocatorI::allocateSlow(VakMemory* memory) {
@@ -30,9 +42,10 @@ void* VakFixedSizeAllocatorI::allocateSlow(VakMemory* memory) {
     return element;
   }
   if (_list == nullptr) _list = new VakAllocationList();
-  void* element = _list->alloc(_elementSize);
+  void* element = _list->alloc(_elementSize + VakGuardBytes);
   _bytesObtained += _elementSize;
   _bytesInUse += _elementSize;
+  if constexpr (VakChecksMemory) VakMemoryLedger::Take(memory, element, _elementSize, false);
   return element;
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "vakbase/allocation_list.h"
+#include "vakbase/memory_ledger.h"
 #include "vakbase/poison.h"
 
 class VakMemory;
@@ -47,6 +48,7 @@ class VakFixedSizeAllocatorI {
 
   /// Does the same for a caller who knows the element size of this allocator.
   [[nodiscard]] void* allocate(VakMemory* memory, long elementSize) {
+    if constexpr (VakChecksMemory) return allocateChecked(memory);
     void* element = _free;
     if (element == nullptr) [[unlikely]]
       return allocateSlow(memory);
@@ -58,6 +60,9 @@ class VakFixedSizeAllocatorI {
 
   /// Does the same for a caller who knows the element size of this allocator.
   void deallocate(void* element, long elementSize) {
+    if constexpr (VakChecksMemory) {
+      if (!VakMemoryLedger::GiveBack(element, elementSize)) return;
+    }
     if (_pooled == 0) [[unlikely]] {
       deallocateToList(element);
       return;
@@ -100,6 +105,7 @@ class VakFixedSizeAllocatorI {
     _free = element;
   }
 
+  void* allocateChecked(VakMemory* memory);
   [[gnu::cold, gnu::noinline]] void* allocateSlow(VakMemory* memory);
   [[gnu::cold, gnu::noinline]] void deallocateToList(void* element);
 };

@@ -58,6 +58,7 @@ VakMemory::VakMemory(long useMemoryManager) noexcept : _nextSlabBytes(FirstSlabB
 }
 
 VakMemory::~VakMemory() {
+  if constexpr (VakChecksMemory) VakMemoryLedger::Forget(this);
   while (_regions != nullptr) {
     Region* region = _regions;
     _regions = region->_next;
@@ -79,6 +80,12 @@ long VakMemory::getTotalMemoryUsage() const {
   return bytes;
 }
 
+long VakMemory::getUsageWithCompanion() const {
+  return getMemoryUsage() + (_companion == nullptr ? 0 : _companion->_bytesInUse);
+}
+
+long VakMemory::getHighWater() const { return std::max(_highWater, getUsageWithCompanion()); }
+
 VakMemory::Block VakMemory::obtainBlock(long elementSize, const VakFixedSizeAllocatorI* taker) {
   const Block block = carveBlock(elementSize);
   if (Growth* growth = growthOf(taker, elementSize)) {
@@ -98,7 +105,8 @@ VakMemory::Growth* VakMemory::growthOf(const VakFixedSizeAllocatorI* taker, long
 
 VakMemory::Block VakMemory::carveBlock(long elementSize) {
   const long index = getIndex(elementSize);
-  const auto bytes = static_cast<unsigned long>(elementSize);
+  const long stride = elementSize + VakGuardBytes;
+  const auto bytes = static_cast<unsigned long>(stride);
   const bool fits = bytes <= static_cast<unsigned long>(_slabEnd - _slabCursor);
   if (bytes >= LargeElementBytes || (!fits && bytes > _nextSlabBytes / FewElements)) {
     return {FirstElement(obtainRegion(bytes + sizeof(Region) + BlockAlignment - 1)), 1};
@@ -107,8 +115,8 @@ VakMemory::Block VakMemory::carveBlock(long elementSize) {
   // A block ends with its slab, so that what is left of a slab serves before a new one is obtained.
   Growth& growth = _classes[index]._growth;
   const long available = std::min(long{growth._nextBlockBytes}, _slabEnd - _slabCursor);
-  const Block block{_slabCursor, std::max(available / elementSize, 1L)};
-  _slabCursor += roundUp(static_cast<unsigned long>(block.count * elementSize));
+  const Block block{_slabCursor, std::max(available / stride, 1L)};
+  _slabCursor += roundUp(static_cast<unsigned long>(block.count * stride));
   growth._nextBlockBytes =
       static_cast<unsigned short>(std::min(2L * growth._nextBlockBytes, LargestBlockBytes));
   return block;
@@ -124,6 +132,7 @@ void VakMemory::obtainSlab() {
 }
 
 VakMemory::Region* VakMemory::obtainRegion(unsigned long bytes) {
+  if (_regions != nullptr) _highWater = getHighWater();
   void* start = nullptr;
   // Any region of the bytes of a largest slab may come from the cache, for any may go there.
   if (bytes == LargestSlabBytes) {

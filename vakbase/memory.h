@@ -77,6 +77,7 @@ class VakMemory {
     const long index = getIndex(static_cast<long>(size));
     VakFixedSizeAllocatorI& sizeClass = _classes[index]._allocator;
     void* element = sizeClass.allocate(this, ElementSizeOf(sizeClass, index));
+    if constexpr (VakChecksMemory) VakMemoryLedger::Narrow(element, static_cast<long>(size));
     if constexpr (VakPoisonsMemory) {
       VakPoison(static_cast<char*>(element) + size,
                 static_cast<unsigned long>(sizeClass._elementSize) - size);
@@ -87,6 +88,9 @@ class VakMemory {
   /// Gives back what `allocate` returned for the same size; `element` is not null. A size of 0 is
   /// not filtered out: it names the class of the smallest elements.
   void deallocate(void* element, unsigned long size) {
+    if constexpr (VakChecksMemory) {
+      if (!VakMemoryLedger::MayGiveBack(this, element, static_cast<long>(size))) return;
+    }
     const long index = getIndex(static_cast<long>(size));
     VakFixedSizeAllocatorI& sizeClass = _classes[index]._allocator;
     sizeClass.deallocate(element, ElementSizeOf(sizeClass, index));
@@ -97,6 +101,11 @@ class VakMemory {
 
   /// Returns the bytes obtained from the heap: regions, and elements that are not pooled.
   [[nodiscard]] long getTotalMemoryUsage() const;
+
+  /// Returns the largest number of bytes that were in use, by the classes and the companion, when
+  /// the pool asked the heap for more memory or now: at least so many were in use at once. The
+  /// bytes obtained bound it from above. Without pooling only what is in use now is known.
+  [[nodiscard]] long getHighWater() const;
 
   /// Takes memory for elements of `elementSize` bytes (a multiple of 8) and lets the next block of
   /// the class that serves them be larger. The block is counted for `taker` if that is a class of
@@ -156,6 +165,7 @@ class VakMemory {
   Block carveBlock(long elementSize);
   Growth* growthOf(const VakFixedSizeAllocatorI* taker, long elementSize);
   Region* obtainRegion(unsigned long bytes);
+  [[nodiscard]] long getUsageWithCompanion() const;
   static void ReleaseRegion(Region* region) noexcept;
   void obtainSlab();
 
@@ -174,4 +184,5 @@ class VakMemory {
   long _bytesObtained = 0;         ///< Bytes of all regions.
   const VakFixedSizeAllocatorI* _companion = nullptr;  ///< Counted beside the classes; not owned.
   Growth _companionGrowth;                             ///< What the companion obtained.
+  long _highWater = 0;  ///< Most bytes in use when a region was obtained.
 };

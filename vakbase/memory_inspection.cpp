@@ -39,6 +39,10 @@ bool VakMemoryInspection::run(std::initializer_list<const VakFixedSizeAllocatorI
   for (long index = 0; index < VakMemory::ClassCount; ++index) {
     if (!checkClass(index)) return false;
   }
+  if constexpr (VakChecksMemory) {
+    const std::string overrun = VakMemoryLedger::Check(&_memory);
+    if (!overrun.empty()) return fail(overrun);
+  }
   for (const VakFixedSizeAllocatorI* other : others) {
     const bool isCounted = other == _memory._companion;
     if (!checkAllocator(*other, isCounted ? &_memory._companionGrowth : nullptr)) return false;
@@ -105,7 +109,7 @@ bool VakMemoryInspection::checkAllocator(const VakFixedSizeAllocatorI& allocator
     return fail(name + "there is a free list without pooling");
   }
   if (allocator._list != nullptr) {
-    const std::string broken = allocator._list->check();
+    std::string broken = allocator._list->check();
     if (!broken.empty()) return fail(name + broken);
   }
   const std::size_t before = _free.size();

@@ -167,7 +167,7 @@ std::string VakModelI::check(const VakMemoryInspection* pool) const {
 
 std::string VakModelI::checkTerms(const VakLinearI* linear, const VakMemoryInspection* pool) const {
   if (linear->_model != this) return VakFaultText("object ", linear->id, " is in another model");
-  const std::string broken = linear->_terms.check(pool);
+  std::string broken = linear->_terms.check(pool);
   if (!broken.empty()) return VakFaultText("object ", linear->id, ": ", broken);
   for (const VakNumLinExprTermI* t = linear->_terms.first(); t != nullptr; t = t->next) {
     if (contains(static_cast<VakModelVarI*>(t->var))) continue;

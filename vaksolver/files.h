@@ -15,8 +15,12 @@
 //   objective constant   MPS has it as the negated right-hand side of the objective row; a model's
 //                        constant is what it says
 //   maximise             a file that says so gives an objective that is maximised
-//   free rows            of MPS, beyond the first one, which is the objective, are left out by the
-//                        format's rules
+//   free rows            are left out by the formats: an MPS file's free rows but for the first
+//   one,
+//                        which is the objective, are not read; an LP file cannot hold any
+//   ranges               are two rows in LP files, the second one with "_low" behind its name; rows
+//   with
+//                        two bounds are not read from them
 //   infinity             numbers of 1e30 and more
 //
 // One thread reads or writes at a time for each environment; different environments, different

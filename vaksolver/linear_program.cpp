@@ -90,8 +90,19 @@ void VakLinearProgramI::setMatrix(int rows, int columns, VakMatrixI matrix) {
   int* lengths = matrix.lengths.release();
   packed->assignMatrix(true, rows, columns, entries, coefs, indices, starts, lengths);
   _simplex.replaceMatrix(new ClpPackedMatrix(packed.release()), true);
+  forgetCopies();
   _feasChanged = true;
   _costChanged = true;
+}
+
+// The simplex object keeps copies of the matrix, by rows and scaled, and does not see that this one
+// changed.
+void VakLinearProgramI::forgetCopies() {
+  _simplex.setNewRowCopy(nullptr);
+  _simplex.setClpScaledMatrix(nullptr);
+  _simplex.setRowScale(nullptr);
+  _simplex.setColumnScale(nullptr);
+  _simplex.setWhatsChanged(0);
 }
 
 void VakLinearProgramI::setColumnBounds(int column, double lb, double ub) {
@@ -111,6 +122,7 @@ void VakLinearProgramI::setObjective(int column, double coef) {
 
 void VakLinearProgramI::setCoef(int row, int column, double coef) {
   _simplex.modifyCoefficient(row, column, coef);
+  forgetCopies();
   _feasChanged = true;
   _costChanged = true;
 }
@@ -133,6 +145,7 @@ void VakLinearProgramI::addColumns(const Addition& columns) {
   toBounds(ubs);
   _simplex.addColumns(count, lbs.data(), ubs.data(), columns.objective.data(),
                       columns.starts.data(), dataOf(columns.members), dataOf(columns.coefs));
+  forgetCopies();
   _costChanged = true;
   if (!_simplex.statusExists()) _simplex.createStatus();
   for (int i = 0; i < count; ++i) {
@@ -157,6 +170,7 @@ void VakLinearProgramI::addRows(const Addition& rows) {
   toBounds(ubs);
   _simplex.addRows(count, lbs.data(), ubs.data(), rows.starts.data(), dataOf(rows.members),
                    dataOf(rows.coefs));
+  forgetCopies();
   if (!_simplex.statusExists()) _simplex.createStatus();
   for (int i = 0; i < count; ++i) _simplex.setRowStatus(first + i, ClpSimplex::basic);
   _feasChanged = true;
@@ -164,12 +178,14 @@ void VakLinearProgramI::addRows(const Addition& rows) {
 
 void VakLinearProgramI::removeColumns(std::span<const int> columns) {
   _simplex.deleteColumns(static_cast<int>(columns.size()), columns.data());
+  forgetCopies();
   _feasChanged = true;
   _costChanged = true;
 }
 
 void VakLinearProgramI::removeRows(std::span<const int> rows) {
   _simplex.deleteRows(static_cast<int>(rows.size()), rows.data());
+  forgetCopies();
   _feasChanged = true;
   _costChanged = true;
 }
@@ -271,18 +287,25 @@ void VakLinearProgramI::solveAgain(VakRunControlI& control) {
   if (!isEnded(control)) runSimplex(Method::Primal, control);
 }
 
+// Numerical trouble is met by solving without scaling, and then from the beginning by each method.
+// A claim that cannot be confirmed even so is believed in the end, since the tolerances of the
+// check may ask too much of a problem with bad numbers.
 VakLinearProgramI::Outcome VakLinearProgramI::settle(VakRunControlI& control) {
-  if (isBroken(control)) {
-    _simplex.scaling(0);
-    solveAgain(control);
-  }
-  if (isBroken(control)) {
-    _simplex.allSlackBasis(true);
-    solveAgain(control);
+  for (int attempt = 1; isBroken(control); ++attempt) {
+    if (attempt == 1) {
+      _simplex.scaling(0);
+      runSimplex(Method::Primal, control);
+    } else if (attempt == 2 || attempt == 3) {
+      _simplex.scaling(attempt == 2 ? 3 : 0);
+      _simplex.allSlackBasis(true);
+      runSimplex(attempt == 2 ? Method::Dual : Method::Primal, control);
+    } else {
+      break;
+    }
   }
   const int status = _simplex.status();
-  if (status == PrimalInfeasible || status == DualInfeasible) return decide(control);
-  return toOutcome(control);
+  const bool isOpen = status == PrimalInfeasible || status == DualInfeasible || status == Broken;
+  return isOpen && !isEnded(control) ? decide(control) : toOutcome(control);
 }
 
 // A point is optimal if it is feasible and every column and row whose reduced cost points somewhere

@@ -96,6 +96,7 @@ class VakLinearProgramI {
 
   enum class Method : unsigned char { Primal, Dual };
 
+  void forgetCopies();
   void prepare(const VakSolverOptions& options);
   [[nodiscard]] Method chooseMethod(const VakSolverOptions& options) const;
   void runFirst(VakRunControlI& control);

@@ -3,9 +3,9 @@
 #include <CbcEventHandler.hpp>
 #include <CbcHeuristic.hpp>
 #include <CbcHeuristicDiveCoefficient.hpp>
-#include <CbcHeuristicFPump.hpp>
+#include <CbcHeuristicDiveFractional.hpp>
+#include <CbcHeuristicDiveVectorLength.hpp>
 #include <CbcHeuristicGreedy.hpp>
-#include <CbcHeuristicLocal.hpp>
 #include <CbcHeuristicRINS.hpp>
 #include <CbcModel.hpp>
 #include <CglClique.hpp>
@@ -40,15 +40,17 @@ double getIncrement(double objective) {
 void addCuts(CbcModel& tree) {
   constexpr int WhenUseful = -1;  // At the root, and deeper if they helped there.
   constexpr int RootOnly = -99;
+  // Deliberate: bounds are all that probing gives, and it does not look at the objective. The rows
+  // that it makes of the objective cut the optimum off on rare occasions.
   CglProbing probing;
-  probing.setUsingObjective(1);
+  probing.setUsingObjective(0);
   probing.setMaxPass(1);
   probing.setMaxPassRoot(5);
   probing.setMaxProbe(10);
   probing.setMaxProbeRoot(1000);
   probing.setMaxLook(50);
   probing.setMaxLookRoot(500);
-  probing.setRowCuts(3);
+  probing.setRowCuts(0);
   tree.addCutGenerator(&probing, WhenUseful, "Probing");
   CglGomory gomory;
   gomory.setLimitAtRoot(1000);
@@ -70,22 +72,31 @@ void addCuts(CbcModel& tree) {
   tree.addCutGenerator(&zeroHalf, WhenUseful, "ZeroHalf");
 }
 
+bool isBounded(const OsiSolverInterface& solver) {
+  for (int j = 0; j < solver.getNumCols(); ++j) {
+    if (solver.getColLower()[j] <= -COIN_DBL_MAX || solver.getColUpper()[j] >= COIN_DBL_MAX) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Deliberate: no feasibility pump. That of the libraries may give a point that it never filled in.
 void addHeuristics(CbcModel& tree) {
   CbcRounding rounding(tree);
   tree.addHeuristic(&rounding, "Rounding");
-  CbcHeuristicFPump pump(tree);
-  pump.setMaximumPasses(20);
-  tree.addHeuristic(&pump, "Pump");
+  // Starts from the lower bounds, infinite ones included, and ends the program then.
   CbcHeuristicGreedyCover cover(tree);
-  tree.addHeuristic(&cover, "Cover");
+  if (isBounded(*tree.solver())) tree.addHeuristic(&cover, "Cover");
   CbcHeuristicDiveCoefficient dive(tree);
   tree.addHeuristic(&dive, "Dive");
+  CbcHeuristicDiveFractional fractional(tree);
+  tree.addHeuristic(&fractional, "Fractional");
+  CbcHeuristicDiveVectorLength length(tree);
+  tree.addHeuristic(&length, "Length");
   CbcHeuristicRINS neighbours(tree);
   neighbours.setHowOften(100);
   tree.addHeuristic(&neighbours, "Neighbours");
-  CbcHeuristicLocal local(tree);
-  local.setSearchType(1);
-  tree.addHeuristic(&local, "Local");
 }
 
 }  // namespace
@@ -276,9 +287,9 @@ VakSearchResultI VakSearchI::search(const double* start, bool withObjective) {
   result.end = tree.getEnd();
   const double* point = tree.getPoint();
   if (point == nullptr) return result;
-  if (auto polished = polish(point)) {
-    result.values = std::move(*polished);
-  } else if (_lp.isFeasible(point, 10 * _control.getOptions().feasibilityTolerance)) {
+  if (auto settled = settle(point)) {
+    result.values = std::move(*settled);
+  } else if (_lp.isFeasible(point, getTolerance())) {
     result.values.assign(point, point + _lp.getColumnCount());
   } else {
     result.end = VakSearchResultI::End::Failed;
@@ -289,19 +300,31 @@ VakSearchResultI VakSearchI::search(const double* start, bool withObjective) {
   return result;
 }
 
+double VakSearchI::getTolerance() const { return 10 * _control.getOptions().feasibilityTolerance; }
+
+std::vector<double> VakSearchI::round(const double* values) const {
+  std::vector<double> point(values, values + _lp.getColumnCount());
+  for (std::size_t j = 0; j < point.size(); ++j) {
+    if (_integer[j] != 0) point[j] = std::round(point[j]) + 0.0;  // Not -0.
+  }
+  return point;
+}
+
+std::optional<std::vector<double>> VakSearchI::settle(const double* values) const {
+  std::vector<double> point = round(values);
+  if (_lp.isFeasible(point.data(), getTolerance())) return point;
+  return polish(values);
+}
+
 // Limits do not count here: what was found is to be kept, and with the whole columns fixed little
 // is left to do.
 std::optional<std::vector<double>> VakSearchI::polish(const double* values) const {
-  const int columns = _lp.getColumnCount();
-  std::vector<double> point(values, values + columns);
-  const std::unique_ptr<VakLinearProgramI> rest = _lp.makeCopy();
-  for (int j = 0; j < columns; ++j) {
-    const auto at = static_cast<std::size_t>(j);
-    if (_integer[at] == 0) continue;
-    point[at] = std::round(point[at]) + 0.0;  // Not -0.
-    rest->setColumnBounds(j, point[at], point[at]);
-  }
+  std::vector<double> point = round(values);
   if (std::find(_integer.begin(), _integer.end(), 0) != _integer.end()) {
+    const std::unique_ptr<VakLinearProgramI> rest = _lp.makeCopy();
+    for (std::size_t j = 0; j < point.size(); ++j) {
+      if (_integer[j] != 0) rest->setColumnBounds(static_cast<int>(j), point[j], point[j]);
+    }
     VakSolverOptions options = _control.getOptions();
     options.timeLimit = VakGetInfinity();
     options.iterationLimit = -1;
@@ -309,12 +332,10 @@ std::optional<std::vector<double>> VakSearchI::polish(const double* values) cons
     const VakSolver::ProgressCallback nobody;
     VakRunControlI control(options, never, nobody);
     if (rest->solve(control) != VakLinearProgramI::Outcome::Optimal) return std::nullopt;
-    for (int j = 0; j < columns; ++j) {
-      const auto at = static_cast<std::size_t>(j);
-      if (_integer[at] == 0) point[at] = rest->getValues()[j];
+    for (std::size_t j = 0; j < point.size(); ++j) {
+      if (_integer[j] == 0) point[j] = rest->getValues()[j];
     }
   }
-  const double tolerance = 10 * _control.getOptions().feasibilityTolerance;
-  if (!_lp.isFeasible(point.data(), tolerance)) return std::nullopt;
+  if (!_lp.isFeasible(point.data(), getTolerance())) return std::nullopt;
   return point;
 }

@@ -50,6 +50,9 @@ class VakSearchI {
   /// Looks for any point, whatever the objective, in a limited number of nodes.
   [[nodiscard]] VakSearchResultI findAny();
 
+  /// The point with its whole columns rounded, and if that is none, the other ones made to fit;
+  /// nothing when they cannot be.
+  [[nodiscard]] std::optional<std::vector<double>> settle(const double* values) const;
   /// The point whose whole columns are those of `values`, rounded, and whose other columns are the
   /// best that go with them; nothing when there is none.
   [[nodiscard]] std::optional<std::vector<double>> polish(const double* values) const;
@@ -62,6 +65,10 @@ class VakSearchI {
   class Tree;
 
   [[nodiscard]] VakSearchResultI search(const double* start, bool withObjective);
+
+  [[nodiscard]] std::vector<double> round(const double* values) const;
+  /// How much a point may violate a bound of size 1.
+  [[nodiscard]] double getTolerance() const;
 
   const VakLinearProgramI& _lp;
   const std::vector<char>& _integer;

@@ -55,6 +55,7 @@ void VakSolverI::unload() {
   _integerCount = 0;
   _incumbent.clear();
   _newEntries.clear();
+  _refused.clear();
   _isMatrixOutOfDate = false;
   _isObjectiveOutOfDate = false;
 }

@@ -136,7 +136,7 @@ VakStatus VakSolverI::solveInteger(VakStatus relaxation, VakRunControlI& control
   const bool hasStart = _options.warmStart && offerIncumbent(search, control);
   if (relaxation != VakStatus::Optimal) return relaxation;
   if (isWhole(_lp->getValues())) {
-    if (const auto point = search.polish(_lp->getValues())) {
+    if (const auto point = search.settle(_lp->getValues())) {
       takeIncumbent(*point, control);
       return VakStatus::Optimal;
     }

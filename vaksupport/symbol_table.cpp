@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "vakbase/fault_text.h"
+#include "vakbase/memory.h"
 
 namespace {
 
@@ -16,6 +17,11 @@ unsigned long blockSize(VakInt length) {
 
 unsigned long bytesOf(VakInt symbols) {
   return static_cast<unsigned long>(symbols) * sizeof(VakSymbolI*);
+}
+
+// What the pool takes for a request.
+VakInt elementBytes(unsigned long size) {
+  return size == 0 ? 0 : VakMemory::getElementSize(VakMemory::getIndex(static_cast<long>(size)));
 }
 
 }  // namespace
@@ -81,8 +87,18 @@ void VakSymbolTable::giveBackSymbol(VakSymbolI* symbol) {
   VakFreeIn(_env, symbol, blockSize(symbol->getLength()));
 }
 
+VakInt VakSymbolTable::getMemoryUsage() const {
+  VakInt bytes = elementBytes(bytesOf(_encoder._capacity));
+  for (const VakSymbolI* symbol : getSymbols())
+    bytes += elementBytes(blockSize(symbol->getLength()));
+  if (_table._buckets == nullptr) return bytes;
+  using Item = decltype(_table)::Item;
+  bytes += elementBytes(static_cast<unsigned long>(_table._size) * sizeof(Item*));
+  return bytes + _table._nbItems * elementBytes(sizeof(Item));
+}
+
 std::string VakSymbolTable::check() const {
-  const std::string broken = VakNameFault("names", _table.check());
+  std::string broken = VakNameFault("names", _table.check());
   if (!broken.empty()) return broken;
   if (_table._nbItems != getSize()) {
     return VakFaultText(getSize(), " symbols have numbers, ", _table._nbItems, " have names");

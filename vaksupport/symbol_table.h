@@ -94,6 +94,9 @@ class VakSymbolTable : public VakEnvObjectI {
   [[nodiscard]] VakSymbolEncoder* getEncoder() { return &_encoder; }
   [[nodiscard]] const VakSymbolEncoder* getEncoder() const { return &_encoder; }
   [[nodiscard]] VakInt getSize() const { return _encoder.getSize(); }
+  /// Bytes of the elements that hold symbols, names, their list and the hash table; not of this
+  /// object. Costs a step a symbol.
+  [[nodiscard]] VakInt getMemoryUsage() const;
   /// All symbols in the order in which they were made, until the next one is made.
   [[nodiscard]] std::span<VakSymbolI* const> getSymbols() const {
     return {_encoder._symbols, static_cast<std::size_t>(_encoder._size)};

@@ -168,4 +168,5 @@ void VakEnvI::endMarksAndLocalEnv() {
     _localEnv = head->_next;
     delete head;
   }
+  if constexpr (VakChecksMemory) VakMemoryLedger::WriteLeftovers(&_memory);
 }

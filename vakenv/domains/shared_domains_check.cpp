@@ -37,7 +37,7 @@ std::string checkTable(const char* name, const VakSharedDomainHash<Range*>* tabl
   };
   for (VakInt bucket = 0; bucket < table->_size; ++bucket) {
     const Item* chain = table->_buckets[bucket];
-    const std::string broken = VakNameFault(name, VakCheckChain(chain, next, visit));
+    std::string broken = VakNameFault(name, VakCheckChain(chain, next, visit));
     if (!broken.empty()) return broken;
   }
   return VakNameFault(name, table->check());
@@ -46,6 +46,6 @@ std::string checkTable(const char* name, const VakSharedDomainHash<Range*>* tabl
 }  // namespace
 
 std::string VakEnvI::checkDomains(const VakMemoryInspection& pool) const {
-  const std::string broken = checkTable<VakIntRangeI>("integer", _intDomains, pool);
+  std::string broken = checkTable<VakIntRangeI>("integer", _intDomains, pool);
   return !broken.empty() ? broken : checkTable<VakNumRangeI>("numeric", _numDomains, pool);
 }

@@ -10,8 +10,10 @@
 // vakenv/core/create.h.
 
 #include <new>
+#include <typeinfo>
 #include <utility>
 
+#include "vakbase/memory_ledger.h"
 #include "vakenv/memory/gen_alloc.h"
 #include "vakenv/memory/memory_manager.h"
 
@@ -22,7 +24,9 @@ template <class T, class Memory, class... Args>
   static_assert(alignof(T) <= 16, "the library's memory is aligned to 16 bytes at most");
   void* block = memory.take(sizeof(T));
   try {
-    return ::new (block) T(std::forward<Args>(args)...);
+    T* object = ::new (block) T(std::forward<Args>(args)...);
+    if constexpr (VakChecksMemory) VakMemoryLedger::Name(block, typeid(T));
+    return object;
   } catch (...) {
     memory.giveBack(block, sizeof(T));
     throw;

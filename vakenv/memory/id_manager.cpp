@@ -57,7 +57,7 @@ std::string VakIdManager::check() const {
   }
   if (_data == nullptr) return _free == nullptr ? "" : "there is a free slot without a table";
   std::vector<bool> isFree(static_cast<std::size_t>(_capacity));
-  const std::string broken = checkFreeList(isFree);
+  std::string broken = checkFreeList(isFree);
   if (!broken.empty()) return broken;
   for (VakInt id = 0; id < _capacity; ++id) {
     if (isFree[static_cast<std::size_t>(id)]) continue;

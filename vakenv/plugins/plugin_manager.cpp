@@ -185,7 +185,7 @@ std::string VakPlugInManager::check(const VakMemoryInspection* pool) const {
   std::unordered_set<std::string_view> names;
   const auto next = [](const auto* element) { return element->next; };
   const auto isGone = [pool](const void* p) { return pool != nullptr && pool->isFree(p); };
-  const std::string broken = VakCheckChain(first, next, [&](const VakCell* cell) -> std::string {
+  std::string broken = VakCheckChain(first, next, [&](const VakCell* cell) -> std::string {
     if (isGone(cell)) return "the list of cells leads into free memory";
     if (cell->name == nullptr || isGone(cell->name)) return "a cell has no name";
     const std::string cellName = VakFaultText("cell \"", cell->name, "\"");

@@ -42,13 +42,13 @@ class PropertyCheck {
 std::string VakEnvI::checkProperties(const VakMemoryInspection& pool) const {
   PropertyCheck check(pool);
   if (_endedSteps == 0) {
-    const std::string broken = VakNameFault("environment", check.visit(_extension));
+    std::string broken = VakNameFault("environment", check.visit(_extension));
     if (!broken.empty()) return broken;
   }
   for (VakInt id = 0; id < _idManager->_size && _idManager->isInTable(id); ++id) {
     if (!_idManager->isLive(id)) continue;
     const auto* e = static_cast<const VakExtractableI*>(_idManager->_data[id]);
-    const std::string broken = check.visit(e->_extension);
+    std::string broken = check.visit(e->_extension);
     if (!broken.empty()) return VakFaultText("extractable ", id, ": ", broken);
   }
   return "";

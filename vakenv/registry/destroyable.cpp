@@ -38,6 +38,7 @@ VakDestroyableList::~VakDestroyableList() {
 void VakDestroyableList::add(VakDestroyableI* d) {
   if (has(d)) return;
   Element* element = ::new (env->allocate(sizeof(Element))) Element{d, nullptr, nullptr};
+  VakNameElement(element, typeid(Element));
   bool isNew = false;
   try {
     const auto lock = guard();
@@ -85,7 +86,7 @@ void VakDestroyableList::destroyAll() {
 
 std::string VakDestroyableList::check() const {
   const auto lock = guard();
-  const std::string broken = VakNameFault("table", table.check());
+  std::string broken = VakNameFault("table", table.check());
   if (!broken.empty()) return broken;
   VakInt elements = 0;
   const Element* newer = nullptr;

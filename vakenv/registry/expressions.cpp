@@ -34,6 +34,7 @@ VakNumLinExprTermI* VakEnvI::newTerm(VakNumVarI* var, VakNum coef) {
   static_assert(size == sizeof(VakNumLinExprTermI));
   void* place =
       _localEnv != nullptr ? _localEnv->alloc(size) : _termAllocator->allocate(&_memory, TermSize);
+  VakNameElement(place, typeid(VakNumLinExprTermI));
   return ::new (place) VakNumLinExprTermI{var, nullptr, coef};
 }
 
@@ -42,9 +43,12 @@ VakNumLinExprTermI* VakEnvI::newTerm(VakNumVarI* var, VakNum coef) {
 void VakEnvI::recycleTerm(VakNumLinExprTermI* t) {
   if (_localEnv != nullptr) {
     _localEnv->free(t, static_cast<unsigned long>(TermSize));
-  } else {
-    _termAllocator->deallocate(t, TermSize);
+    return;
   }
+  if constexpr (VakChecksMemory) {
+    if (!VakMemoryLedger::MayGiveBack(&_memory, t, TermSize)) return;
+  }
+  _termAllocator->deallocate(t, TermSize);
 }
 
 VakExpanderI* VakEnvI::getExpander() {

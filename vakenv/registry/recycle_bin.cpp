@@ -80,7 +80,7 @@ void VakRecycleBinI::removeFromAll() {
 
 std::string VakRecycleBinI::check(const VakMemoryInspection* pool) const {
   if (releaseMode != 0 && releaseMode != 1) return VakFaultText("release mode ", releaseMode);
-  const std::string broken = VakNameFault("destroyed", destroyed.check());
+  std::string broken = VakNameFault("destroyed", destroyed.check());
   if (!broken.empty()) return broken;
   const VakRegistryState& registry = getEnvImpl()->_registry;
   std::string fault = checkList("pending", pending, registry.pending, pool);
@@ -92,7 +92,7 @@ std::string VakRecycleBinI::check(const VakMemoryInspection* pool) const {
 std::string VakRecycleBinI::checkList(const char* name, VakExtractableArray array,
                                       const VakExtractableRoll& roll,
                                       const VakMemoryInspection* pool) const {
-  const std::string broken = VakNameFault(name, array.getImpl()->check());
+  std::string broken = VakNameFault(name, array.getImpl()->check());
   if (!broken.empty() || getEnvImpl()->_recycleBin != this) return broken;
   if (array.getSize() > roll.getSize()) {
     return VakFaultText(name, ": the array has ", array.getSize(), " elements, the roll ",

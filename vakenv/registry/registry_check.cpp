@@ -34,7 +34,7 @@ std::string VakEnvI::checkExtractables(const VakMemoryInspection& pool) const {
 
 std::string VakEnvI::checkDestroyables(const VakMemoryInspection& pool) const {
   if (_destroyables == nullptr) return "";
-  const std::string broken = _destroyables->check();
+  std::string broken = _destroyables->check();
   if (!broken.empty()) return broken;
   using Element = VakDestroyableList::Element;
   for (const Element* e = _destroyables->first; e != nullptr; e = e->next) {
@@ -63,7 +63,7 @@ std::string VakEnvI::checkAlgorithms(const VakMemoryInspection& pool) const {
     if (a == _expander) hasExpander = true;
     return "";
   };
-  const std::string broken = VakCheckChain(_algorithms, next, visit);
+  std::string broken = VakCheckChain(_algorithms, next, visit);
   if (!broken.empty() || hasExpander) return broken;
   return VakFaultText("the expander ", static_cast<const void*>(_expander), " is not attached");
 }

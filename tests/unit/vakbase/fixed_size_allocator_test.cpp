@@ -74,7 +74,8 @@ TEST(VakFixedSizeAllocator, LinksAllElementsOfABlockButTheFirstInTheOrderOfAddre
   auto* element = static_cast<char*>(allocator.allocateBlock(&memory));
   const long linked = countFree(allocator);
   EXPECT_GT(linked, 0);
-  for (long i = 1; i <= linked; ++i) EXPECT_EQ(allocator.allocate(&memory), element + i * 24);
+  constexpr long stride = 24 + VakGuardBytes;
+  for (long i = 1; i <= linked; ++i) EXPECT_EQ(allocator.allocate(&memory), element + i * stride);
   EXPECT_EQ(allocator._free, nullptr);
 }
 

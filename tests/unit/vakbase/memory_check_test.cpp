@@ -28,12 +28,14 @@ class VakMemoryCheckTest : public testing::Test {
   VakFixedSizeAllocatorI& _words = *_memory._allocators[VakMemory::getIndex(24)];
   void* _kept;
   char* _free;  ///< The first free element of 24 bytes.
+
+  static constexpr long Stride = 24 + VakGuardBytes;  ///< From one of them to the next.
 };
 
 TEST_F(VakMemoryCheckTest, FindsNothingInAnIntactPool) { EXPECT_EQ(_memory.check(), ""); }
 
 TEST_F(VakMemoryCheckTest, FindsACircle) {
-  setLink(_free + 24, _free);
+  setLink(_free + Stride, _free);
   EXPECT_THAT(_memory.check(),
               testing::StartsWith("24-byte elements: the free list runs in a circle through 0x"));
 }
@@ -62,7 +64,8 @@ TEST_F(VakMemoryCheckTest, FindsAFreeElementInWhatIsLeftOfTheSlab) {
   const VakMemory::Block last = _memory.obtainBlock(512);
   VakFixedSizeAllocatorI other(24);
   // Elements behind the end of the last block were never handed out.
-  other._free = static_cast<char*>(last.start) + 512;
+  constexpr long blockBytes = (512 + VakGuardBytes + 63) / 64 * 64;
+  other._free = static_cast<char*>(last.start) + blockBytes;
   setLink(other._free, nullptr);
   EXPECT_EQ(_memory.check({&other}), VakFaultText("free elements overlap at ", at(other._free)));
   other._free = nullptr;
@@ -102,7 +105,7 @@ TEST_F(VakMemoryCheckTest, FindsAnIndexThatLeadsToAnotherClass) {
 }
 
 TEST_F(VakMemoryCheckTest, FindsAFreeListThatWasCutOff) {
-  setLink(_free + 24, nullptr);
+  setLink(_free + Stride, nullptr);
   const std::string all = std::to_string(_memory.getGrowth(2)._elements);
   EXPECT_EQ(_memory.check(),
             "24-byte elements: 1 in use and 2 free are not the " + all + " of its blocks");

@@ -30,6 +30,15 @@ using testing::StartsWith;
 
 const void* at(const void* p) { return p; }
 
+/// Puts a link into a free element and returns the one that was there.
+void* exchangeLink(void* element, void* link) {
+  VakUnpoison(element, sizeof(void*));
+  void* before = VakFixedSizeAllocatorI::LoadLink(element);
+  VakFixedSizeAllocatorI::StoreLink(element, link);
+  VakPoison(element, sizeof(void*));
+  return before;
+}
+
 /// An object that dies with its environment.
 class Mortal : public VakDestroyableI {
   VAK_RTTI(Mortal, VakDestroyableI);
@@ -189,12 +198,10 @@ TEST_P(PoolCheck, FindsAnElementThatWasGivenBackTwice) {
   void* second = env->allocate(40);
   env->giveBack(first, 40);
   env->giveBack(second, 40);
-  VakUnpoison(first, 40);
-  void* const link = VakFixedSizeAllocatorI::LoadLink(first);
-  VakFixedSizeAllocatorI::StoreLink(first, second);
+  void* const link = exchangeLink(first, second);
   EXPECT_THAT(env->check(),
               StartsWith("pool: 40-byte elements: the free list runs in a circle through 0x"));
-  VakFixedSizeAllocatorI::StoreLink(first, link);
+  exchangeLink(first, link);
 }
 
 TEST_P(PoolCheck, NamesNothingButThePoolWhenThePoolIsBroken) {
@@ -282,7 +289,6 @@ TEST_P(EnvironmentCheck, FindsAnExtractableOfAnotherEnvironment) {
 
 TEST_P(PoolCheck, FindsAnExtractableWhoseMemoryWasGivenBack) {
   auto* a = node("A");
-  const VakMemoryInspection before(env->_memory, {env->_termAllocator});
   void* free = env->allocate(40);
   env->giveBack(free, 40);
   EXPECT_EQ(with(env->_idManager->_data[a->id], free),

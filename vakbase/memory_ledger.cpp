@@ -1,0 +1,312 @@
+#include "vakbase/memory_ledger.h"
+
+#include "vakbase/checked_memory.h"
+
+#ifndef VAK_CHECKED_MEMORY
+
+VakMemoryDefectHandler VakSetMemoryDefectHandler(VakMemoryDefectHandler /*handler*/) {
+  return nullptr;
+}
+std::ostream* VakSetLeftoverStream(std::ostream* /*stream*/) { return nullptr; }
+
+#else
+
+#include <cxxabi.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <utility>
+
+#include "vakbase/fault_text.h"
+
+namespace {
+
+constexpr unsigned char GuardByte = 0xFD;  // behind what was asked for
+constexpr unsigned char FreeByte = 0xDD;   // in what was given back, behind the link
+constexpr long LinkBytes = sizeof(void*);
+
+// Memory past the program's operator new.
+template <class T>
+struct Malloc {
+  using value_type = T;
+  Malloc() = default;
+  template <class U>
+  Malloc(const Malloc<U>& /*other*/) {}
+  T* allocate(std::size_t n) {
+    void* p = std::malloc(n * sizeof(T));
+    if (p == nullptr) std::abort();
+    return static_cast<T*>(p);
+  }
+  void deallocate(T* p, std::size_t /*n*/) { std::free(p); }
+  template <class U>
+  bool operator==(const Malloc<U>& /*other*/) const {
+    return true;
+  }
+};
+
+struct Record {
+  long size = 0;                         // asked for
+  long elementSize = 0;                  // of the class
+  const std::type_info* type = nullptr;  // null when not known
+  bool isLive = false;                   // false once it was given back
+  bool isPooled = false;                 // its memory stays with the pool
+};
+
+template <class K, class V>
+using Table = std::map<K, V, std::less<K>, Malloc<std::pair<const K, V>>>;
+using Page = Table<const void*, Record>;
+
+// Never destroyed, since environments may end after everything else.
+struct Book {
+  std::mutex lock;
+  Table<const VakMemory*, Page> pages;
+  VakMemoryDefectHandler handler = nullptr;
+  std::ostream* leftovers = &std::cerr;
+};
+
+Book& theBook() {
+  static Book* book = new (Malloc<Book>().allocate(1)) Book;
+  return *book;
+}
+
+using Lock = std::unique_lock<std::mutex>;
+
+// A record with the pool whose page it is on; a null record for none.
+struct Found {
+  const VakMemory* pool = nullptr;
+  Record* record = nullptr;
+};
+
+// The record of an element, one in use before one that was given back: without pooling the heap may
+// serve another pool with the same memory later.
+Found find(Book& book, const void* element) {
+  Found found;
+  for (auto& [pool, page] : book.pages) {
+    const auto entry = page.find(element);
+    if (entry == page.end()) continue;
+    found = {pool, &entry->second};
+    if (entry->second.isLive) return found;
+  }
+  return found;
+}
+
+std::string describe(const void* element, const Found& found) {
+  const Record& record = *found.record;
+  const std::string type =
+      record.type == nullptr ? "" : " (" + VakMemoryLedger::GetTypeName(record.type) + ")";
+  return VakFaultText(element, type, ", ", record.size, " bytes in the class of ",
+                      record.elementSize, " bytes of pool ", static_cast<const void*>(found.pool),
+                      ",");
+}
+
+// Tells the handler of a misuse, without holding the lock.
+void report(Lock& lock, VakMemoryFault fault, const void* element, std::string text) {
+  const VakMemoryDefectHandler handler = theBook().handler;
+  lock.unlock();
+  const VakMemoryDefect defect{fault, element, std::move(text)};
+  if (handler != nullptr) {
+    handler(defect);
+    return;
+  }
+  std::cerr << "Vak: memory misused: " << defect.text << std::endl;
+  std::abort();
+}
+
+const unsigned char* bytesOf(const void* element) {
+  return static_cast<const unsigned char*>(element);
+}
+
+// The first byte from `from` on and before `to` that is not `byte`; `to` for none.
+long firstOther(const void* element, long from, long to, unsigned char byte) {
+  const unsigned char* start = bytesOf(element);
+  return std::find_if(start + from, start + to, [byte](unsigned char b) { return b != byte; }) -
+         start;
+}
+
+void fill(const void* element, long from, long to, unsigned char byte) {
+  std::memset(static_cast<char*>(const_cast<void*>(element)) + from, byte,
+              static_cast<std::size_t>(to - from));
+}
+
+// Which byte behind those asked for was written; an empty text for none.
+std::string findOverrun(const void* element, const Found& found) {
+  const long end = found.record->elementSize + VakGuardBytes;
+  const long hurt = firstOther(element, found.record->size, end, GuardByte);
+  if (hurt == end) return "";
+  return VakFaultText(describe(element, found), " was written at byte ", hurt);
+}
+
+}  // namespace
+
+VakMemoryDefectHandler VakSetMemoryDefectHandler(VakMemoryDefectHandler handler) {
+  const Lock lock(theBook().lock);
+  return std::exchange(theBook().handler, handler);
+}
+
+std::ostream* VakSetLeftoverStream(std::ostream* stream) {
+  const Lock lock(theBook().lock);
+  return std::exchange(theBook().leftovers, stream);
+}
+
+// The link of a free element has been read by now, so only what lies behind it is held against what
+// was left there. What is not pooled may have served others of the heap meanwhile.
+void VakMemoryLedger::Take(const VakMemory* pool, void* element, long elementSize, bool isPooled) {
+  Book& book = theBook();
+  Lock lock(book.lock);
+  Record& record = book.pages[pool][element];
+  const Record before =
+      std::exchange(record, Record{elementSize, elementSize, nullptr, true, isPooled});
+  std::string fault;
+  VakMemoryFault kind = VakMemoryFault::TakenTwice;
+  const Found found{pool, &record};
+  if (before.isLive && before.isPooled) {
+    fault = describe(element, found) + " is handed out while it is in use";
+  } else if (before.isPooled && before.elementSize == elementSize) {
+    const long hurt = firstOther(element, LinkBytes, elementSize, FreeByte);
+    if (hurt != elementSize) {
+      kind = VakMemoryFault::UseAfterFree;
+      fault = VakFaultText(describe(element, found), " was written at byte ", hurt,
+                           " after it was given back");
+    }
+  }
+  fill(element, elementSize, elementSize + VakGuardBytes, GuardByte);
+  if (!fault.empty()) report(lock, kind, element, std::move(fault));
+}
+
+void VakMemoryLedger::Narrow(const void* element, long size) {
+  Book& book = theBook();
+  const Lock lock(book.lock);
+  const Found found = find(book, element);
+  if (found.record == nullptr) return;
+  found.record->size = size;
+  fill(element, size, found.record->elementSize, GuardByte);
+}
+
+void VakMemoryLedger::Name(const void* element, const std::type_info& type) {
+  Book& book = theBook();
+  const Lock lock(book.lock);
+  const Found found = find(book, element);
+  if (found.record != nullptr && found.record->isLive) found.record->type = &type;
+}
+
+bool VakMemoryLedger::MayGiveBack(const VakMemory* pool, const void* element, long size) {
+  Book& book = theBook();
+  Lock lock(book.lock);
+  const Found found = find(book, element);
+  VakMemoryFault fault = VakMemoryFault::Unknown;
+  std::string text;
+  if (found.record == nullptr) {
+    text = VakFaultText(element, " is given back as ", size, " bytes and was never handed out");
+  } else if (!found.record->isLive) {
+    fault = VakMemoryFault::DoubleFree;
+    text = describe(element, found) + " is given back again";
+  } else if (found.pool != pool) {
+    fault = VakMemoryFault::Foreign;
+    text = VakFaultText(describe(element, found), " is given back to pool ",
+                        static_cast<const void*>(pool));
+  } else if (found.record->size != size) {
+    fault = VakMemoryFault::WrongSize;
+    text = VakFaultText(describe(element, found), " is given back as ", size, " bytes");
+  } else {
+    return true;
+  }
+  report(lock, fault, element, std::move(text));
+  return false;
+}
+
+bool VakMemoryLedger::GiveBack(void* element, long elementSize) {
+  Book& book = theBook();
+  Lock lock(book.lock);
+  const Found found = find(book, element);
+  VakMemoryFault fault = VakMemoryFault::Unknown;
+  std::string text;
+  if (found.record == nullptr) {
+    text = VakFaultText(element, " is given back to the class of ", elementSize,
+                        " bytes and was never handed out");
+  } else if (!found.record->isLive) {
+    fault = VakMemoryFault::DoubleFree;
+    text = describe(element, found) + " is given back again";
+  } else if (found.record->elementSize != elementSize) {
+    fault = VakMemoryFault::WrongSize;
+    text = VakFaultText(describe(element, found), " is given back to the class of ", elementSize,
+                        " bytes");
+  }
+  if (!text.empty()) {
+    report(lock, fault, element, std::move(text));
+    return false;
+  }
+  text = findOverrun(element, found);
+  found.record->isLive = false;
+  found.record->type = nullptr;
+  fill(element, LinkBytes, elementSize, FreeByte);
+  if (!text.empty()) report(lock, VakMemoryFault::Overrun, element, std::move(text));
+  return true;
+}
+
+void VakMemoryLedger::Forget(const VakMemory* pool) noexcept {
+  Book& book = theBook();
+  const Lock lock(book.lock);
+  book.pages.erase(pool);
+}
+
+std::vector<VakMemoryLedger::Element> VakMemoryLedger::GetElements(const VakMemory* pool) {
+  Book& book = theBook();
+  const Lock lock(book.lock);
+  std::vector<Element> elements;
+  const auto page = book.pages.find(pool);
+  if (page == book.pages.end()) return elements;
+  for (const auto& [start, record] : page->second) {
+    if (!record.isLive) continue;
+    elements.push_back({start, record.size, record.elementSize, record.type});
+  }
+  return elements;
+}
+
+std::string VakMemoryLedger::Check(const VakMemory* pool) {
+  Book& book = theBook();
+  const Lock lock(book.lock);
+  const auto page = book.pages.find(pool);
+  if (page == book.pages.end()) return "";
+  for (auto& [start, record] : page->second) {
+    if (!record.isLive) continue;
+    std::string fault = findOverrun(start, {pool, &record});
+    if (!fault.empty()) return fault;
+  }
+  return "";
+}
+
+void VakMemoryLedger::WriteLeftovers(const VakMemory* pool) {
+  std::ostream* out = nullptr;
+  {
+    const Lock lock(theBook().lock);
+    out = theBook().leftovers;
+  }
+  if (out == nullptr) return;
+  std::map<std::string, std::pair<long, long>> types;  // by name: elements, and bytes asked for
+  for (const Element& element : GetElements(pool)) {
+    auto& [count, bytes] = types[GetTypeName(element.type)];
+    ++count;
+    bytes += element.size;
+  }
+  if (types.empty()) return;
+  *out << "Vak: left when the environment ended:\n";
+  for (const auto& [name, amount] : types) {
+    *out << "  " << amount.first << " of " << name << ", " << amount.second << " bytes\n";
+  }
+  out->flush();
+}
+
+std::string VakMemoryLedger::GetTypeName(const std::type_info* type) {
+  if (type == nullptr) return "no known type";
+  int status = 0;
+  char* name = abi::__cxa_demangle(type->name(), nullptr, nullptr, &status);
+  std::string text = name != nullptr ? name : type->name();
+  std::free(name);
+  return text;
+}
+
+#endif
