@@ -1,7 +1,4 @@
-// Arrays beside std::vector and std::deque. Ratios of two lines with the same argument, the number
-// of elements, are what counts.
-#include <benchmark/benchmark.h>
-
+// Arrays beside std::vector and std::deque, by the number of elements.
 #include <algorithm>
 #include <cstdint>
 #include <deque>
@@ -10,6 +7,8 @@
 #include <span>
 #include <vector>
 
+#include "benchmarks/support/registration.h"
+#include "benchmarks/support/timing.h"
 #include "vakenv/arrays.h"
 #include "vakenv/environment.h"
 
@@ -43,10 +42,6 @@ std::vector<std::uint32_t> randomIndices(long n) {
   return indices;
 }
 
-void countElements(benchmark::State& state, long n) {
-  state.SetItemsProcessed(state.iterations() * n);
-}
-
 template <class Container>
 void readAtRandom(benchmark::State& state, Container& container) {
   const std::vector<std::uint32_t> indices = randomIndices(state.range(0));
@@ -55,7 +50,7 @@ void readAtRandom(benchmark::State& state, Container& container) {
     for (const std::uint32_t i : indices) sum += container[i];
     benchmark::DoNotOptimize(sum);
   }
-  countElements(state, static_cast<long>(indices.size()));
+  VakCountItems(state, static_cast<long>(indices.size()));
 }
 
 void RandomReadArray(benchmark::State& state) {
@@ -84,7 +79,7 @@ void readByIndex(benchmark::State& state, Container& container) {
     }
     benchmark::DoNotOptimize(sum);
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 void IndexReadArray(benchmark::State& state) {
@@ -107,7 +102,7 @@ void readByIterator(benchmark::State& state, const Container& container) {
     for (const double x : container) sum += x;
     benchmark::DoNotOptimize(sum);
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 void IteratorReadArray(benchmark::State& state) {
@@ -121,28 +116,46 @@ void IteratorReadDeque(benchmark::State& state) {
   readByIterator(state, Deque(static_cast<std::size_t>(state.range(0))));
 }
 
+// Eight sums at a time, so that the additions do not wait for one another and memory is the limit.
+double sumByLanes(std::span<const double> values) {
+  constexpr std::size_t lanes = 8;
+  double sums[lanes] = {};
+  std::size_t i = 0;
+  for (; i + lanes <= values.size(); i += lanes) {
+    for (std::size_t lane = 0; lane < lanes; ++lane) sums[lane] += values[i + lane];
+  }
+  double sum = 0;
+  for (; i < values.size(); ++i) sum += values[i];
+  for (const double part : sums) sum += part;
+  return sum;
+}
+
 void ChunkReadArray(benchmark::State& state) {
   Array array(state.range(0));
   for (auto _ : state) {
     double sum = 0;
-    for (const std::span<double> chunk : (*array).chunks()) {
-      for (const double x : chunk) sum += x;
-    }
+    for (const std::span<double> chunk : (*array).chunks()) sum += sumByLanes(chunk);
     benchmark::DoNotOptimize(sum);
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
+}
+
+void ChunkReadVector(benchmark::State& state) {
+  const Vector vector(static_cast<std::size_t>(state.range(0)));
+  for (auto _ : state) benchmark::DoNotOptimize(sumByLanes(vector));
+  VakCountItems(state, state.range(0));
 }
 
 // Searching has no additions that wait for one another, so it shows the cost of walking itself.
 void ChunkFindArray(benchmark::State& state) {
   Array array(state.range(0));
   for (auto _ : state) benchmark::DoNotOptimize((*array).contains(1.0));
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 void IteratorFindArray(benchmark::State& state) {
   Array array(state.range(0));
   for (auto _ : state) benchmark::DoNotOptimize(std::find(begin(*array), end(*array), 1.0));
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 template <class Container>
 void IteratorFind(benchmark::State& state) {
@@ -150,7 +163,7 @@ void IteratorFind(benchmark::State& state) {
   for (auto _ : state) {
     benchmark::DoNotOptimize(std::find(container.begin(), container.end(), 1.0));
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 template <class Container>
@@ -172,7 +185,7 @@ void sortRepeatedly(benchmark::State& state, Container& container) {
     state.ResumeTiming();
     std::sort(begin(container), end(container));
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 void SortArray(benchmark::State& state) {
@@ -195,7 +208,7 @@ void AppendArray(benchmark::State& state) {
     benchmark::DoNotOptimize(array[0]);
     array.end();
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 template <class Container>
 void Append(benchmark::State& state) {
@@ -204,7 +217,22 @@ void Append(benchmark::State& state) {
     for (long i = 0, n = state.range(0); i < n; ++i) container.push_back(1.0);
     benchmark::DoNotOptimize(container[0]);
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
+}
+
+// Joins two pieces of plain memory of the given size.
+void BulkAppendSpanArray(benchmark::State& state) {
+  Array other;
+  const VakEnv env = (*other).getEnv();
+  const Vector source(static_cast<std::size_t>(state.range(0)), 1.0);
+  for (auto _ : state) {
+    VakNumArray array(env, 0);
+    array.append(std::span<const double>(source));
+    array.append(std::span<const double>(source));
+    benchmark::DoNotOptimize(array[0]);
+    array.end();
+  }
+  VakCountItems(state, 2 * state.range(0));
 }
 
 // Joins two containers of the given size.
@@ -218,7 +246,7 @@ void BulkAppendArray(benchmark::State& state) {
     benchmark::DoNotOptimize(array[0]);
     array.end();
   }
-  countElements(state, 2 * state.range(0));
+  VakCountItems(state, 2 * state.range(0));
 }
 template <class Container>
 void BulkAppend(benchmark::State& state) {
@@ -229,7 +257,7 @@ void BulkAppend(benchmark::State& state) {
     container.insert(container.end(), other.begin(), other.end());
     benchmark::DoNotOptimize(container[0]);
   }
-  countElements(state, 2 * state.range(0));
+  VakCountItems(state, 2 * state.range(0));
 }
 
 void BuildFromListArray(benchmark::State& state) {
@@ -241,7 +269,7 @@ void BuildFromListArray(benchmark::State& state) {
     benchmark::DoNotOptimize(array[0]);
     array.end();
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 template <class Container>
 void BuildFromList(benchmark::State& state) {
@@ -250,7 +278,7 @@ void BuildFromList(benchmark::State& state) {
     Container container(source.begin(), source.end());
     benchmark::DoNotOptimize(container[0]);
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 void RemoveFrontArray(benchmark::State& state) {
@@ -259,7 +287,7 @@ void RemoveFrontArray(benchmark::State& state) {
     (*array).remove(0, 1);
     (*array).add(1.0);
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 template <class Container>
 void RemoveFront(benchmark::State& state) {
@@ -268,40 +296,47 @@ void RemoveFront(benchmark::State& state) {
     container.erase(container.begin());
     container.push_back(1.0);
   }
-  countElements(state, state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
-void Sizes(benchmark::internal::Benchmark* benchmark) {
-  benchmark->Arg(100)->Arg(10000)->Arg(1000000);
-}
+using Row = benchmark::internal::Benchmark;
 
-BENCHMARK(RandomReadArray)->Apply(Sizes);
-BENCHMARK(RandomReadVector)->Apply(Sizes);
-BENCHMARK(RandomReadDeque)->Apply(Sizes);
-BENCHMARK(IndexReadArray)->Apply(Sizes);
-BENCHMARK(IndexReadVector)->Apply(Sizes);
-BENCHMARK(IndexReadDeque)->Apply(Sizes);
-BENCHMARK(IteratorReadArray)->Apply(Sizes);
-BENCHMARK(IteratorReadVector)->Apply(Sizes);
-BENCHMARK(IteratorReadDeque)->Apply(Sizes);
-BENCHMARK(ChunkReadArray)->Apply(Sizes);
-BENCHMARK(IteratorFindArray)->Apply(Sizes);
-BENCHMARK(ChunkFindArray)->Apply(Sizes);
-BENCHMARK(IteratorFind<Vector>)->Apply(Sizes);
-BENCHMARK(IteratorFind<Deque>)->Apply(Sizes);
-BENCHMARK(SortArray)->Apply(Sizes);
-BENCHMARK(Sort<Vector>)->Apply(Sizes);
-BENCHMARK(Sort<Deque>)->Apply(Sizes);
-BENCHMARK(AppendArray)->Apply(Sizes);
-BENCHMARK(Append<Vector>)->Apply(Sizes);
-BENCHMARK(Append<Deque>)->Apply(Sizes);
-BENCHMARK(BulkAppendArray)->Apply(Sizes);
-BENCHMARK(BulkAppend<Vector>)->Apply(Sizes);
-BENCHMARK(BulkAppend<Deque>)->Apply(Sizes);
-BENCHMARK(BuildFromListArray)->Apply(Sizes);
-BENCHMARK(BuildFromList<Vector>)->Apply(Sizes);
-BENCHMARK(BuildFromList<Deque>)->Apply(Sizes);
-BENCHMARK(RemoveFrontArray)->Apply(Sizes);
-BENCHMARK(RemoveFront<Vector>)->Apply(Sizes);
+void sizes(Row* row) { row->Arg(100)->Arg(10'000)->Arg(1'000'000); }
+
+// From what lies in the second-level cache to what only main memory holds: 8 MB and 800 MB.
+void memorySizes(Row* row) { row->Arg(100'000)->Arg(1'000'000)->Arg(100'000'000); }
 
 }  // namespace
+
+void VakRegisterBenchmarks() {
+  VakRow("array_append", "vak", AppendArray)->Arg(10)->Apply(sizes);
+  VakRow("array_append", "vector", Append<Vector>)->Arg(10)->Apply(sizes);
+  VakRow("array_append", "deque", Append<Deque>)->Arg(10)->Apply(sizes);
+  VakRow("array_bulk_append_array", "vak", BulkAppendArray)->Apply(sizes);
+  VakRow("array_bulk_append_array", "vector", BulkAppend<Vector>)->Apply(sizes);
+  VakRow("array_bulk_append_span", "vak", BulkAppendSpanArray)->Apply(sizes);
+  VakRow("array_bulk_append_span", "vector", BulkAppend<Vector>)->Apply(sizes);
+  VakRow("array_from_values", "vak", BuildFromListArray)->Apply(sizes);
+  VakRow("array_from_values", "vector", BuildFromList<Vector>)->Apply(sizes);
+  VakRow("array_sum_by_chunk", "vak", ChunkReadArray)->Apply(memorySizes);
+  VakRow("array_sum_by_chunk", "vector", ChunkReadVector)->Apply(memorySizes);
+  VakRow("array_sum_by_iterator", "vak", IteratorReadArray)->Apply(sizes);
+  VakRow("array_sum_by_iterator", "vector", IteratorReadVector)->Apply(sizes);
+  VakRow("array_sum_by_iterator", "deque", IteratorReadDeque)->Apply(sizes);
+  VakRow("array_sum_by_index", "vak", IndexReadArray)->Apply(sizes);
+  VakRow("array_sum_by_index", "deque", IndexReadDeque)->Apply(sizes);
+  VakRow("array_sum_by_index", "vector", IndexReadVector)->Apply(sizes);
+  VakRow("array_random_read", "vak", RandomReadArray)->Apply(sizes);
+  VakRow("array_random_read", "deque", RandomReadDeque)->Apply(sizes);
+  VakRow("array_random_read", "vector", RandomReadVector)->Apply(sizes);
+  VakRow("array_find_by_chunk", "vak", ChunkFindArray)->Apply(sizes);
+  VakRow("array_find_by_chunk", "vector", IteratorFind<Vector>)->Apply(sizes);
+  VakRow("array_find_by_iterator", "vak", IteratorFindArray)->Apply(sizes);
+  VakRow("array_find_by_iterator", "vector", IteratorFind<Vector>)->Apply(sizes);
+  VakRow("array_find_by_iterator", "deque", IteratorFind<Deque>)->Apply(sizes);
+  VakRow("array_sort", "vak", SortArray)->Arg(10'000);
+  VakRow("array_sort", "vector", Sort<Vector>)->Arg(10'000);
+  VakRow("array_sort", "deque", Sort<Deque>)->Arg(10'000);
+  VakRow("array_remove_front", "vak", RemoveFrontArray)->Arg(1000)->Arg(100'000);
+  VakRow("array_remove_front", "vector", RemoveFront<Vector>)->Arg(1000)->Arg(100'000);
+}

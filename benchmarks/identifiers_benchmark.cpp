@@ -1,14 +1,13 @@
 // Identifiers beside what one would write instead: a vector with a stack of free indices, and a set
 // of free indices that gives the smallest. Identifiers are booked into a growing table, and
-// exchanged in random order while many are booked. Rows are named Operation<Contender>/identifiers.
-#include <benchmark/benchmark.h>
-
-#include <ctime>
+// exchanged in random order while many are booked.
 #include <optional>
 #include <random>
 #include <set>
 #include <vector>
 
+#include "benchmarks/support/registration.h"
+#include "benchmarks/support/timing.h"
 #include "vakbase/memory.h"
 #include "vakenv/memory/id_manager.h"
 
@@ -80,22 +79,15 @@ class VectorWithSet {
 // What is booked; nobody looks into it.
 char object;
 
-// Processor time, so that what else runs on the machine counts less.
-double Now() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
 template <class Ids>
 void Book(benchmark::State& state) {
   for (auto _ : state) {
     std::optional<Ids> ids(std::in_place);
-    const double start = Now();
-    for (VakInt i = 0; i < state.range(0); ++i) benchmark::DoNotOptimize(ids->book(&object));
-    state.SetIterationTime(Now() - start);
+    VakTimeIteration(state, [&] {
+      for (VakInt i = 0; i < state.range(0); ++i) benchmark::DoNotOptimize(ids->book(&object));
+    });
   }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 /// A tenth of the identifiers is free at any time; each turn books one and releases another.
@@ -120,15 +112,19 @@ void Churn(benchmark::State& state) {
       booked[which] = id;
     }
   }
-  state.SetItemsProcessed(state.iterations() * static_cast<long>(turns));
+  VakCountItems(state, static_cast<long>(turns));
 }
 
-#define VAK_IDENTIFIER_ROWS(Ids)                                                           \
-  BENCHMARK_TEMPLATE(Book, Ids)->Arg(1000)->Arg(100'000)->Arg(1'000'000)->UseManualTime(); \
-  BENCHMARK_TEMPLATE(Churn, Ids)->Arg(1000)->Arg(100'000)->Arg(1'000'000)
-
-VAK_IDENTIFIER_ROWS(Manager);
-VAK_IDENTIFIER_ROWS(VectorWithStack);
-VAK_IDENTIFIER_ROWS(VectorWithSet);
+template <class Ids>
+void addRows(const std::string& contender) {
+  VakTimedRow("identifier_book", contender, Book<Ids>)->Arg(1000)->Arg(100'000)->Arg(1'000'000);
+  VakRow("identifier_churn", contender, Churn<Ids>)->Arg(1000)->Arg(100'000)->Arg(1'000'000);
+}
 
 }  // namespace
+
+void VakRegisterBenchmarks() {
+  addRows<Manager>("vak");
+  addRows<VectorWithStack>("vector_with_stack");
+  addRows<VectorWithSet>("vector_with_set");
+}

@@ -1,8 +1,6 @@
 // Named properties and shared domains beside what a program would keep in their place: a map from
 // names to values, and a hash map from bounds to domains of its own.
 
-#include <benchmark/benchmark.h>
-
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -13,6 +11,8 @@
 #include <variant>
 #include <vector>
 
+#include "benchmarks/support/registration.h"
+#include "benchmarks/support/timing.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/environment.h"
 #include "vakenv/properties.h"
@@ -49,6 +49,7 @@ void GetOfProperties(benchmark::State& state) {
     benchmark::DoNotOptimize(scope.env.getNumProperty(names[next].c_str()));
     if (++next == names.size()) next = 0;
   }
+  VakCountItems(state, 1);
 }
 
 void GetOfMap(benchmark::State& state) {
@@ -60,6 +61,7 @@ void GetOfMap(benchmark::State& state) {
     benchmark::DoNotOptimize(std::get<VakNum>(map.find(names[next].c_str())->second));
     if (++next == names.size()) next = 0;
   }
+  VakCountItems(state, 1);
 }
 
 void SetOfProperties(benchmark::State& state) {
@@ -72,6 +74,7 @@ void SetOfProperties(benchmark::State& state) {
     scope.env.setNumProperty(names[next].c_str(), value += 1);
     if (++next == names.size()) next = 0;
   }
+  VakCountItems(state, 1);
 }
 
 void SetOfMap(benchmark::State& state) {
@@ -84,12 +87,8 @@ void SetOfMap(benchmark::State& state) {
     map.find(names[next].c_str())->second = (value += 1);
     if (++next == names.size()) next = 0;
   }
+  VakCountItems(state, 1);
 }
-
-BENCHMARK(GetOfProperties)->Arg(1)->Arg(10)->Arg(100);
-BENCHMARK(GetOfMap)->Arg(1)->Arg(10)->Arg(100);
-BENCHMARK(SetOfProperties)->Arg(1)->Arg(10)->Arg(100);
-BENCHMARK(SetOfMap)->Arg(1)->Arg(10)->Arg(100);
 
 // ---- Shared domains: bounds that are known, and bounds that are new -----------------------------
 
@@ -124,6 +123,7 @@ void HitOfSharedDomains(benchmark::State& state) {
     benchmark::DoNotOptimize(env->getOrMakeSharedDomain(1.0, static_cast<VakNum>(next)));
     if (++next == count) next = 0;
   }
+  VakCountItems(state, 1);
 }
 
 void HitOfMap(benchmark::State& state) {
@@ -135,6 +135,7 @@ void HitOfMap(benchmark::State& state) {
     benchmark::DoNotOptimize(getOrMake(domains, 1.0, static_cast<VakNum>(next)));
     if (++next == count) next = 0;
   }
+  VakCountItems(state, 1);
 }
 
 // One iteration fills an empty table, so that no table grows without end.
@@ -153,7 +154,7 @@ void MissOfSharedDomains(benchmark::State& state) {
     scope.reset();
     state.ResumeTiming();
   }
-  state.SetItemsProcessed(state.iterations() * count);
+  VakCountItems(state, count);
 }
 
 void MissOfMap(benchmark::State& state) {
@@ -169,12 +170,22 @@ void MissOfMap(benchmark::State& state) {
     domains.reset();
     state.ResumeTiming();
   }
-  state.SetItemsProcessed(state.iterations() * count);
+  VakCountItems(state, count);
 }
 
-BENCHMARK(HitOfSharedDomains)->Arg(1)->Arg(200)->Arg(20'000);
-BENCHMARK(HitOfMap)->Arg(1)->Arg(200)->Arg(20'000);
-BENCHMARK(MissOfSharedDomains)->Arg(200)->Arg(20'000);
-BENCHMARK(MissOfMap)->Arg(200)->Arg(20'000);
+using Row = benchmark::internal::Benchmark;
+void few(Row* row) { row->Arg(1)->Arg(10)->Arg(100); }
+void many(Row* row) { row->Arg(200)->Arg(20'000); }
 
 }  // namespace
+
+void VakRegisterBenchmarks() {
+  VakRow("property_get", "vak", GetOfProperties)->Apply(few);
+  VakRow("property_get", "map", GetOfMap)->Apply(few);
+  VakRow("property_set", "vak", SetOfProperties)->Apply(few);
+  VakRow("property_set", "map", SetOfMap)->Apply(few);
+  VakRow("shared_domain_hit", "vak", HitOfSharedDomains)->Apply(many);
+  VakRow("shared_domain_hit", "unordered_map", HitOfMap)->Apply(many);
+  VakRow("shared_domain_miss", "vak", MissOfSharedDomains)->Apply(many);
+  VakRow("shared_domain_miss", "unordered_map", MissOfMap)->Apply(many);
+}

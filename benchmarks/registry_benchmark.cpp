@@ -1,13 +1,12 @@
 // Modelling objects in an environment beside objects that a program keeps itself: a vector of
-// owning pointers, where a removal visits every object and erases what is marked. Ratios of two
-// lines with the same argument, the number of objects, are what counts. `bytes` is what one object
-// takes of the environment: its pool and its identifier table.
-#include <benchmark/benchmark.h>
-
+// owning pointers, where a removal visits every object and erases what is marked.
+#include <list>
 #include <memory>
 #include <unordered_map>
 #include <vector>
 
+#include "benchmarks/support/registration.h"
+#include "benchmarks/support/timing.h"
 #include "vakenv/core/create.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/environment.h"
@@ -71,30 +70,47 @@ Peers makePeers(long n) {
   return peers;
 }
 
-void count(benchmark::State& state) {
-  state.SetItemsProcessed(state.iterations() * state.range(0));
-}
+void count(benchmark::State& state) { VakCountItems(state, state.range(0)); }
 
-void createExtractables(benchmark::State& state) {
+// Making all objects, and ending what holds them.
+
+void makeAndEndExtractables(benchmark::State& state) {
+  std::vector<Node*> nodes(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {
-    VakEnv env;
-    benchmark::DoNotOptimize(makeNodes(env, state.range(0)).data());
-    state.PauseTiming();
-    state.counters["bytes"] =
-        static_cast<double>(env.getTotalMemoryUsage()) / static_cast<double>(state.range(0));
-    env.end();
-    state.ResumeTiming();
+    VakTimeIteration(state, [&] {
+      VakEnv env;
+      Node* last = nullptr;
+      for (Node*& node : nodes) node = last = VakCreate<Node>(env.getImpl(), last);
+      env.end();
+    });
   }
   count(state);
 }
 
-void createPeers(benchmark::State& state) {
+void makeAndEndPeers(benchmark::State& state) {
   for (auto _ : state) {
-    Peers peers = makePeers(state.range(0));
-    benchmark::DoNotOptimize(peers.data());
-    state.PauseTiming();
-    peers.clear();
-    state.ResumeTiming();
+    VakTimeIteration(state, [&] {
+      Peers peers = makePeers(state.range(0));
+      benchmark::DoNotOptimize(peers.data());
+    });
+  }
+  count(state);
+}
+
+void makeExtractables(benchmark::State& state) {
+  for (auto _ : state) {
+    VakEnv env;
+    VakTimeIteration(state,
+                     [&] { benchmark::DoNotOptimize(makeNodes(env, state.range(0)).data()); });
+    env.end();
+  }
+  count(state);
+}
+
+void makePeersOnly(benchmark::State& state) {
+  for (auto _ : state) {
+    Peers peers;
+    VakTimeIteration(state, [&] { peers = makePeers(state.range(0)); });
   }
   count(state);
 }
@@ -102,52 +118,24 @@ void createPeers(benchmark::State& state) {
 // Every second object, in one request.
 void removeHalfOfTheExtractables(benchmark::State& state) {
   for (auto _ : state) {
-    state.PauseTiming();
     VakEnv env;
     const std::vector<Node*> nodes = makeNodes(env, state.range(0));
     VakExtractableArray half(env.getMemoryManager());
     for (std::size_t i = 0; i < nodes.size(); i += 2) half.add(nodes[i]);
-    state.ResumeTiming();
-    env.getImpl()->removeFromAllAndDestroy(half, 0);
-    state.PauseTiming();
+    VakTimeIteration(state, [&] { env.getImpl()->removeFromAllAndDestroy(half, 0); });
     env.end();
-    state.ResumeTiming();
   }
   count(state);
 }
 
 void removeHalfOfThePeers(benchmark::State& state) {
   for (auto _ : state) {
-    state.PauseTiming();
     Peers peers = makePeers(state.range(0));
-    state.ResumeTiming();
-    for (std::size_t i = 0; i < peers.size(); i += 2) peers[i]->_marked = true;
-    for (const auto& peer : peers) peer->removeMarked();
-    std::erase_if(peers, [](const auto& peer) { return peer->_marked; });
-    state.PauseTiming();
-    peers.clear();
-    state.ResumeTiming();
-  }
-  count(state);
-}
-
-void endWithExtractables(benchmark::State& state) {
-  for (auto _ : state) {
-    state.PauseTiming();
-    VakEnv env;
-    makeNodes(env, state.range(0));
-    state.ResumeTiming();
-    env.end();
-  }
-  count(state);
-}
-
-void endPeers(benchmark::State& state) {
-  for (auto _ : state) {
-    state.PauseTiming();
-    Peers peers = makePeers(state.range(0));
-    state.ResumeTiming();
-    peers.clear();
+    VakTimeIteration(state, [&] {
+      for (std::size_t i = 0; i < peers.size(); i += 2) peers[i]->_marked = true;
+      for (const auto& peer : peers) peer->removeMarked();
+      std::erase_if(peers, [](const auto& peer) { return peer->_marked; });
+    });
   }
   count(state);
 }
@@ -170,16 +158,23 @@ void listAndDeleteDestroyables(benchmark::State& state) {
   count(state);
 }
 
-void ownAndEraseInAMap(benchmark::State& state) {
-  std::unordered_map<Peer*, std::unique_ptr<Peer>> owned;
+// What a program would keep in their place: a list that owns, newest first, and an index into it.
+void ownInAListWithAnIndex(benchmark::State& state) {
+  using List = std::list<std::unique_ptr<Peer>>;
+  List owned;
+  std::unordered_map<Peer*, List::iterator> index;
   std::vector<Peer*> all(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {
     for (Peer*& each : all) {
-      auto peer = std::make_unique<Peer>(nullptr);
-      each = peer.get();
-      owned.emplace(each, std::move(peer));
+      owned.push_front(std::make_unique<Peer>(nullptr));
+      each = owned.front().get();
+      index.emplace(each, owned.begin());
     }
-    for (Peer* each : all) owned.erase(each);
+    for (Peer* each : all) {
+      const auto found = index.find(each);
+      owned.erase(found->second);
+      index.erase(found);
+    }
   }
   count(state);
 }
@@ -207,19 +202,21 @@ void newAndDeleteTerms(benchmark::State& state) {
   count(state);
 }
 
-void sizes(benchmark::internal::Benchmark* b) {
-  b->Arg(1000)->Arg(30000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+void sizes(benchmark::internal::Benchmark* row) {
+  row->Arg(1000)->Arg(30'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK(createExtractables)->Apply(sizes);
-BENCHMARK(createPeers)->Apply(sizes);
-BENCHMARK(removeHalfOfTheExtractables)->Apply(sizes);
-BENCHMARK(removeHalfOfThePeers)->Apply(sizes);
-BENCHMARK(endWithExtractables)->Apply(sizes);
-BENCHMARK(endPeers)->Apply(sizes);
-BENCHMARK(listAndDeleteDestroyables)->Apply(sizes);
-BENCHMARK(ownAndEraseInAMap)->Apply(sizes);
-BENCHMARK(takeAndRecycleTerms)->Apply(sizes);
-BENCHMARK(newAndDeleteTerms)->Apply(sizes);
-
 }  // namespace
+
+void VakRegisterBenchmarks() {
+  VakTimedRow("registered_make_and_end", "vak", makeAndEndExtractables)->Apply(sizes);
+  VakTimedRow("registered_make_and_end", "vector_of_unique_ptr", makeAndEndPeers)->Apply(sizes);
+  VakTimedRow("registered_make", "vak", makeExtractables)->Apply(sizes);
+  VakTimedRow("registered_make", "vector_of_unique_ptr", makePeersOnly)->Apply(sizes);
+  VakTimedRow("registered_remove_half", "vak", removeHalfOfTheExtractables)->Apply(sizes);
+  VakTimedRow("registered_remove_half", "vector_of_unique_ptr", removeHalfOfThePeers)->Apply(sizes);
+  VakRow("destroyables_in_and_out", "vak", listAndDeleteDestroyables)->Apply(sizes);
+  VakRow("destroyables_in_and_out", "list_with_index", ownInAListWithAnIndex)->Apply(sizes);
+  VakRow("terms", "vak", takeAndRecycleTerms)->Apply(sizes);
+  VakRow("terms", "glibc", newAndDeleteTerms)->Apply(sizes);
+}

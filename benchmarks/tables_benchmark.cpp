@@ -1,16 +1,21 @@
-// The hash tables beside std::unordered_map: a map from objects to objects is filled, searched for
-// keys that are there and for keys that are not, and emptied key by key. Keys are addresses of
-// objects of one environment, taken in the order in which the objects were made or in random order.
-// Rows are named Operation<Contender, Order>/entries; times are for the whole map.
-#include <benchmark/benchmark.h>
-
+// The hash tables beside std::unordered_map and the flat map of Abseil: a map from objects to
+// objects is filled, searched for keys that are there and for keys that are not, and emptied key by
+// key. Keys are addresses of objects of one environment, taken in the order in which the objects
+// were made or in random order. The flat map stores its entries in place, and so is not what a
+// program can take whose entries must stay where they are; it is here to show what that costs.
+// Times are for one operation.
 #include <algorithm>
-#include <ctime>
 #include <optional>
 #include <random>
 #include <unordered_map>
 #include <vector>
 
+#ifdef VAK_HAS_ABSEIL
+#include <absl/container/flat_hash_map.h>
+#endif
+
+#include "benchmarks/support/registration.h"
+#include "benchmarks/support/timing.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/env.h"
 #include "vakenv/tables/env_hash_table.h"
@@ -100,20 +105,6 @@ struct Objects {
   std::vector<Key> others;
 };
 
-// Processor time, so that what else runs on the machine counts less.
-double Now() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
-template <class Operation>
-void Time(benchmark::State& state, Operation operation) {
-  const double start = Now();
-  operation();
-  state.SetIterationTime(Now() - start);
-}
-
 template <class Map>
 void Fill(Map& map, const std::vector<Key>& keys) {
   for (Key key : keys) map.insert(key);
@@ -124,9 +115,9 @@ void Insert(benchmark::State& state) {
   Objects objects(state.range(0), order);
   for (auto _ : state) {
     Map map;
-    Time(state, [&] { Fill(map, objects.keys); });
+    VakTimeIteration(state, [&] { Fill(map, objects.keys); });
   }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 template <class Map, Order order>
@@ -136,12 +127,12 @@ void Hit(benchmark::State& state) {
   Fill(map, objects.keys);
   for (auto _ : state) {
     VakInt found = 0;
-    Time(state, [&] {
+    VakTimeIteration(state, [&] {
       for (Key key : objects.sought) found += map.find(key) ? 1 : 0;
     });
     if (found != state.range(0)) state.SkipWithError("a key was not found");
   }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 template <class Map, Order order>
@@ -151,12 +142,12 @@ void Miss(benchmark::State& state) {
   Fill(map, objects.keys);
   for (auto _ : state) {
     VakInt found = 0;
-    Time(state, [&] {
+    VakTimeIteration(state, [&] {
       for (Key key : objects.others) found += map.find(key) ? 1 : 0;
     });
     if (found != 0) state.SkipWithError("a key was found that is not there");
   }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
 template <class Map, Order order>
@@ -165,31 +156,55 @@ void Erase(benchmark::State& state) {
   for (auto _ : state) {
     Map map;
     Fill(map, objects.keys);
-    Time(state, [&] {
+    VakTimeIteration(state, [&] {
       for (Key key : objects.sought) map.erase(key);
     });
   }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  VakCountItems(state, state.range(0));
 }
 
-#define VAK_MAP_ROW(Operation, Map, order)  \
-  BENCHMARK_TEMPLATE(Operation, Map, order) \
-      ->Arg(1000)                           \
-      ->Arg(100'000)                        \
-      ->Arg(1'000'000)                      \
-      ->UseManualTime()                     \
-      ->Unit(benchmark::kMicrosecond)
-#define VAK_MAP_ROWS(Operation)                 \
-  VAK_MAP_ROW(Operation, EnvTable, InOrder);    \
-  VAK_MAP_ROW(Operation, HeapTable, InOrder);   \
-  VAK_MAP_ROW(Operation, StandardMap, InOrder); \
-  VAK_MAP_ROW(Operation, EnvTable, AtRandom);   \
-  VAK_MAP_ROW(Operation, HeapTable, AtRandom);  \
-  VAK_MAP_ROW(Operation, StandardMap, AtRandom)
+#ifdef VAK_HAS_ABSEIL
+class FlatMap {
+ public:
+  void insert(Key key) { _map.emplace(key, key); }
+  [[nodiscard]] bool find(Key key) const {
+    const auto found = _map.find(key);
+    return found != _map.end() && found->second == key;
+  }
+  void erase(Key key) { _map.erase(key); }
 
-VAK_MAP_ROWS(Insert);
-VAK_MAP_ROWS(Hit);
-VAK_MAP_ROWS(Miss);
-VAK_MAP_ROWS(Erase);
+ private:
+  absl::flat_hash_map<Key, Key> _map;
+};
+#endif
+
+void sizes(benchmark::internal::Benchmark* row) {
+  row->Arg(1000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMicrosecond);
+}
+
+template <class Map, Order order>
+void addRows(const std::string& subject, const std::string& contender) {
+  const std::string suffix = order == InOrder ? "_in_order" : "_at_random";
+  VakTimedRow(subject + "_insert" + suffix, contender, Insert<Map, order>)->Apply(sizes);
+  VakTimedRow(subject + "_hit" + suffix, contender, Hit<Map, order>)->Apply(sizes);
+  VakTimedRow(subject + "_miss" + suffix, contender, Miss<Map, order>)->Apply(sizes);
+  VakTimedRow(subject + "_erase" + suffix, contender, Erase<Map, order>)->Apply(sizes);
+}
+
+template <class Map>
+void addRows(const std::string& subject, const std::string& contender) {
+  addRows<Map, InOrder>(subject, contender);
+  addRows<Map, AtRandom>(subject, contender);
+}
 
 }  // namespace
+
+void VakRegisterBenchmarks() {
+  addRows<EnvTable>("hash", "vak");
+  addRows<StandardMap>("hash", "unordered_map");
+#ifdef VAK_HAS_ABSEIL
+  addRows<FlatMap>("hash", "absl_flat");
+#endif
+  addRows<HeapTable>("heap_hash", "vak");
+  addRows<StandardMap>("heap_hash", "unordered_map");
+}

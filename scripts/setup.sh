@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Makes a Debian machine ready to build, test and check the project: installs the packages that are
-# missing and says nothing when there are none. Installing needs root or sudo.
+# missing and says nothing when there are none. Installing needs root or sudo. With the argument "run", it
+# is only what building and running the program vak-solve takes; with --peers also what the benchmarks put
+# beside the library.
 set -euo pipefail
 
 packages=(
@@ -9,12 +11,21 @@ packages=(
   # The solver, which brings the readers and writers of model files.
   pkg-config coinor-libcbc-dev coinor-libcgl-dev coinor-libclp-dev coinor-libcoinutils-dev coinor-libosi-dev
   zlib1g-dev
+)
+[[ ${1:-} == run ]] || packages+=(
   # Test: the libraries, the second compiler and linkers, what reads the tree, the sanitizers' symbols.
   libgtest-dev libgmock-dev libbenchmark-dev libglpk-dev
   clang lld binutils libclang-rt-dev llvm python3 valgrind gdb dpkg-dev file
   # Check and document.
   clang-format clang-tidy gcovr doxygen graphviz git ca-certificates
 )
+
+if [[ ${1:-} == --peers ]]; then
+  packages+=(
+    libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4 libboost-dev libabsl-dev libglpk-dev
+    coinor-libcoinutils-dev coinor-libclp-dev gnuplot-nox
+  )
+fi
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
   echo "setup.sh: this is no Debian machine, so nothing is installed; needed are what Debian calls:" >&2

@@ -1,5 +1,6 @@
-// Process-wide beginnings and the two numeric helpers that every module shares.
 #pragma once
+
+// Process-wide beginnings and the two numeric helpers that every module shares.
 
 #include "vakbase/numbers.h"
 

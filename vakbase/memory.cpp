@@ -22,10 +22,7 @@ constexpr long LargestBlockBytes = 16 * 1024;
 /// Bytes of the first slab and the bound that doubling stops at. The slabs before the largest add
 /// up to as much as it: a pool that asks for the first of the largest has outgrown a few megabytes.
 constexpr unsigned long FirstSlabBytes = 4 * 1024;
-constexpr unsigned long LargestSlabBytes = VakSlabCache::SlabBytes;
-
-/// Regions of so many bytes are worth huge pages.
-constexpr unsigned long HugeRegionBytes = LargestSlabBytes;
+constexpr unsigned long LargestSlabBytes = VakSlabCache::HugeBytes;
 
 /// Elements of so many bytes are regions of their own.
 constexpr unsigned long LargeElementBytes = 32 * 1024;
@@ -64,7 +61,7 @@ VakMemory::~VakMemory() {
     _regions = region->_next;
     // The program's operator delete may not be the sanitizer's and leave the poison where it is.
     VakUnpoison(region, region->_bytes);
-    ReleaseRegion(region);
+    VakSlabCache::GiveBack(region, region->_bytes);
   }
 }
 
@@ -133,30 +130,11 @@ void VakMemory::obtainSlab() {
 
 VakMemory::Region* VakMemory::obtainRegion(unsigned long bytes) {
   if (_regions != nullptr) _highWater = getHighWater();
-  void* start = nullptr;
-  // Any region of the bytes of a largest slab may come from the cache, for any may go there.
-  if (bytes == LargestSlabBytes) {
-    start = VakSlabCache::Take();
-  } else if (bytes > HugeRegionBytes) {
-    start = VakSlabCache::ObtainHuge(bytes);
-  } else {
-    start = ::operator new(bytes);
-  }
-  auto* region = ::new (start) Region{_regions, bytes};
+  auto* region = ::new (VakSlabCache::Take(bytes)) Region{_regions, bytes};
   VakPoison(region + 1, bytes - sizeof(Region));
   _regions = region;
   _bytesObtained += static_cast<long>(bytes);
   return region;
-}
-
-void VakMemory::ReleaseRegion(Region* region) noexcept {
-  if (region->_bytes == LargestSlabBytes) {
-    VakSlabCache::GiveBack(region);
-  } else if (region->_bytes > HugeRegionBytes) {
-    VakSlabCache::ReleaseHuge(region);
-  } else {
-    ::operator delete(region);
-  }
 }
 
 char* VakMemory::FirstElement(Region* region) {

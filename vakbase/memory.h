@@ -1,3 +1,5 @@
+#pragma once
+
 // The block memory pool from which all model memory of an environment comes.
 //
 //   VakMemory ---embeds---> one VakFixedSizeAllocatorI a size class (free list and counts)
@@ -15,14 +17,14 @@
 //               the first-level cache while its elements are handed out
 //   slab        the heap memory that blocks are carved from; slabs grow from 4 KiB to 4 MiB, so
 //               that a small environment stays small and a large one seldom asks the heap; the
-//               largest lie in huge pages where the system grants them, and wait in the cache of
-//               the process (slab_cache.h) when their pool has ended
-//   region      a slab or a single large element: one block of the heap, in a list of the pool
+//               largest lie in huge pages where the system grants them
+//   region      a slab or a single large element: one block of the heap, in a list of the pool;
+//               large regions wait in the cache of the process (slab_cache.h) when their pool has
+//               ended
 //
 // Free elements stay in their class until the pool ends: regions are released all at once by the
 // destructor. In the mode without pooling nothing of this is used: every element is a heap block of
 // its own in the allocation list of its class.
-#pragma once
 
 #include <initializer_list>
 #include <string>
@@ -35,6 +37,11 @@
 ///
 /// Invariant: bytes obtained from the heap are never less than bytes in use; every free element of
 /// a class lies in a region, aligned, and in no other free element.
+///
+/// Threads: confined to one thread at a time; several objects are independent of each other.
+/// Phases: any: it knows no environment.
+/// Gives back: deallocate takes back what allocate gave, with the same size; the pool's end takes
+///     the rest.
 class VakMemory {
  public:
   static constexpr long LargestSize = static_cast<long>(VakSizeClasses::LargestSize);  ///< Bytes.
@@ -166,7 +173,6 @@ class VakMemory {
   Growth* growthOf(const VakFixedSizeAllocatorI* taker, long elementSize);
   Region* obtainRegion(unsigned long bytes);
   [[nodiscard]] long getUsageWithCompanion() const;
-  static void ReleaseRegion(Region* region) noexcept;
   void obtainSlab();
 
  public:

@@ -1,6 +1,7 @@
+#pragma once
+
 // The number types of the library. Models hold 64-bit integers, 64-bit floating-point numbers,
 // truth values and untyped pointers; the names say which of them a declaration means.
-#pragma once
 
 /// A signed 64-bit integer.
 using VakInt = long;

@@ -1,3 +1,5 @@
+#pragma once
+
 // Marks memory as not to be touched for the address sanitizer, so that use of a pooled element
 // after it was given back, and of memory that was never handed out, is reported like any other use
 // after free. Without the sanitizer every function here is empty and costs nothing.
@@ -5,7 +7,6 @@
 // The library and the application must agree on the sanitizer: the pool poisons and lifts the
 // poison in inline functions, and a program of which only one half does so is told of errors that
 // are none.
-#pragma once
 
 #if defined(__SANITIZE_ADDRESS__)
 #define VAK_ADDRESS_SANITIZER 1

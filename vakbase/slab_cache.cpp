@@ -1,56 +1,73 @@
-// The waiting slabs: a list threaded through their first words, under a lock.
+// The waiting regions: lists threaded through their first words, by size, under a lock.
 #include "vakbase/slab_cache.h"
 
 #include <sys/mman.h>
 
+#include <array>
 #include <mutex>
 #include <new>
 #include <utility>
 
 #include "vakbase/poison.h"
+#include "vakbase/size_classes.h"
 
 namespace {
 
 /// Bytes that may wait at first: the memory of a model of about a million objects.
 constexpr VakInt UsualLimit = VakInt{128} * 1024 * 1024;
 
-constexpr auto BytesOfSlab = static_cast<VakInt>(VakSlabCache::SlabBytes);
-
-/// A slab that waits.
-struct WaitingSlab {
-  WaitingSlab* _next;  ///< The slab that came before this one; null at the first.
+/// A region that waits.
+struct WaitingRegion {
+  WaitingRegion* _next;  ///< The region of this list that came before; null at the first.
+  unsigned long _bytes;  ///< Bytes of the region.
 };
 
-/// What waits. The members are plain, so that nothing runs when the process begins or ends; the
-/// slabs of a process that ends go with it.
+/// What waits, in a list a size class. Regions of one class mostly have one size, because pools ask
+/// for few sizes. The members are plain, so that nothing runs when the process begins or ends; what
+/// waits at the end of a process goes with it.
 struct Cache {
+  using Lists = std::array<WaitingRegion*, VakSizeClasses::Count>;
+
   std::mutex _lock;
-  WaitingSlab* _first = nullptr;  ///< The slab that came last, which is the warmest; owned.
-  VakInt _bytes = 0;              ///< Bytes of the slabs that wait.
-  VakInt _limit = UsualLimit;     ///< Bytes that may wait.
+  Lists _newest = {};          ///< The regions that came last, which are the warmest; owned.
+  VakInt _bytes = 0;           ///< Bytes of the regions that wait.
+  VakInt _limit = UsualLimit;  ///< Bytes that may wait.
 };
 
 constinit Cache cache;
 
-/// Takes slabs off the list until at most `limit` bytes wait, and returns them. The lock is held.
-WaitingSlab* takeBeyond(VakInt limit) noexcept {
-  WaitingSlab* taken = nullptr;
-  while (cache._first != nullptr && cache._bytes > limit) {
-    WaitingSlab* slab = cache._first;
-    cache._first = slab->_next;
-    cache._bytes -= BytesOfSlab;
-    slab->_next = std::exchange(taken, slab);
-  }
-  return taken;
+WaitingRegion*& listOf(unsigned long bytes) noexcept {
+  return cache._newest[static_cast<std::size_t>(VakSizeClasses::GetGeometricIndex(bytes))];
 }
 
-/// Gives slabs back to the heap and returns their bytes. The lock is not held, for the program's
-/// operator delete may do what it likes.
-VakInt release(WaitingSlab* slab) noexcept {
+// Huge pages are a wish: where the system grants none, the memory is as good in small ones.
+void* obtain(unsigned long bytes) {
+  if (bytes < VakSlabCache::HugeBytes) return ::operator new(bytes);
+  constexpr unsigned long alignment = VakSlabCache::HugeAlignment;
+  void* start = ::operator new (bytes, std::align_val_t{alignment});
+  static_cast<void>(::madvise(start, bytes / alignment * alignment, MADV_HUGEPAGE));
+  return start;
+}
+
+void release(void* region, unsigned long bytes) noexcept {
+  if (bytes < VakSlabCache::HugeBytes) {
+    ::operator delete(region);
+  } else {
+    ::operator delete (region, std::align_val_t{VakSlabCache::HugeAlignment});
+  }
+}
+
+/// Gives the regions of all lists back to the heap and returns their bytes. The lock is not held,
+/// for the program's operator delete may do what it likes.
+VakInt releaseAll(const Cache::Lists& lists) noexcept {
   VakInt bytes = 0;
-  while (slab != nullptr) {
-    VakSlabCache::ReleaseHuge(std::exchange(slab, slab->_next));
-    bytes += BytesOfSlab;
+  for (WaitingRegion* region : lists) {
+    while (region != nullptr) {
+      WaitingRegion* next = region->_next;
+      bytes += static_cast<VakInt>(region->_bytes);
+      release(region, region->_bytes);
+      region = next;
+    }
   }
   return bytes;
 }
@@ -58,12 +75,13 @@ VakInt release(WaitingSlab* slab) noexcept {
 }  // namespace
 
 VakInt VakEmptySlabCache() noexcept {
-  WaitingSlab* taken = nullptr;
+  Cache::Lists taken;
   {
     const std::scoped_lock guard(cache._lock);
-    taken = takeBeyond(0);
+    taken = std::exchange(cache._newest, {});
+    cache._bytes = 0;
   }
-  return release(taken);
+  return releaseAll(taken);
 }
 
 VakInt VakGetSlabCacheUsage() noexcept {
@@ -72,46 +90,37 @@ VakInt VakGetSlabCacheUsage() noexcept {
 }
 
 void VakSetSlabCacheLimit(VakInt bytes) noexcept {
-  WaitingSlab* taken = nullptr;
+  bool isFull = false;
   {
     const std::scoped_lock guard(cache._lock);
     cache._limit = bytes;
-    taken = takeBeyond(bytes);
+    isFull = cache._bytes > bytes;
   }
-  release(taken);
+  if (isFull) VakEmptySlabCache();
 }
 
-void* VakSlabCache::Take() {
-  {
+void* VakSlabCache::Take(unsigned long bytes) {
+  if (bytes >= SmallestBytes && bytes <= VakSizeClasses::LargestSize) {
     const std::scoped_lock guard(cache._lock);
-    if (WaitingSlab* slab = cache._first; slab != nullptr) {
-      cache._first = slab->_next;
-      cache._bytes -= BytesOfSlab;
-      return slab;
+    WaitingRegion*& newest = listOf(bytes);
+    if (WaitingRegion* region = newest; region != nullptr && region->_bytes == bytes) {
+      newest = region->_next;
+      cache._bytes -= static_cast<VakInt>(bytes);
+      return region;
     }
   }
-  return ObtainHuge(VakSlabCache::SlabBytes);
+  return obtain(bytes);
 }
 
-void VakSlabCache::GiveBack(void* slab) noexcept {
-  if constexpr (!VakIsSanitized) {
+void VakSlabCache::GiveBack(void* region, unsigned long bytes) noexcept {
+  if (!VakIsSanitized && bytes >= SmallestBytes) {
     const std::scoped_lock guard(cache._lock);
-    if (cache._bytes + BytesOfSlab <= cache._limit) {
-      cache._first = ::new (slab) WaitingSlab{cache._first};
-      cache._bytes += BytesOfSlab;
+    if (static_cast<VakInt>(bytes) <= cache._limit - cache._bytes) {
+      WaitingRegion*& newest = listOf(bytes);
+      newest = ::new (region) WaitingRegion{newest, bytes};
+      cache._bytes += static_cast<VakInt>(bytes);
       return;
     }
   }
-  ReleaseHuge(slab);
-}
-
-// Huge pages are a wish: where the system grants none, the memory is as good in small ones.
-void* VakSlabCache::ObtainHuge(unsigned long bytes) {
-  void* start = ::operator new (bytes, std::align_val_t{Alignment});
-  static_cast<void>(::madvise(start, bytes / Alignment * Alignment, MADV_HUGEPAGE));
-  return start;
-}
-
-void VakSlabCache::ReleaseHuge(void* start) noexcept {
-  ::operator delete (start, std::align_val_t{Alignment});
+  release(region, bytes);
 }

@@ -11,6 +11,7 @@
 #include "vakmodel/model_impl.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 #include "vakmodel/variable_impl.h"
 
 namespace {
@@ -39,7 +40,7 @@ void dropRepeated(std::vector<VakCoefI>& coefs) {
 }
 
 // The change of a list of coefficients, sorted by object and without repetitions.
-class CoefsEdit {
+class CoefsEdit final : private VakUnsettledI {
  public:
   CoefsEdit(VakEnvI* env, std::span<VakCoefI> coefs)
       : _env(env),
@@ -55,15 +56,15 @@ class CoefsEdit {
   // Cannot fail.
   void apply() {
     for (auto group = _groups.rbegin(); group != _groups.rend(); ++group) {
-      group->mark = group->linear->_terms.mark();
       for (std::size_t i = group->end; i-- > group->first;) exchange(*group, i);
     }
   }
 
-  // Afterwards `_coefs` has the coefficients that were there before.
+  // Afterwards `_coefs` has the coefficients that were there before. Listeners may have ended other
+  // variables, so terms behind the new ones may be gone.
   void takeBack() {
     for (const Group& group : _groups) {
-      group.linear->_terms.cut(_env, group.mark);
+      group.linear->_terms.cut(_env, group.added);
       for (std::size_t i = group.first; i < group.end; ++i) {
         if (_terms[i] != nullptr) _terms[i]->coef = _old[i];
         _coefs[i].coef = _old[i];
@@ -88,13 +89,20 @@ class CoefsEdit {
   }
 
  private:
+  [[nodiscard]] bool holds(const VakExtractableI* e) const noexcept override {
+    return std::any_of(_coefs.begin(), _coefs.end(), [e](const VakCoefI& coef) {
+      return coef.linear == e || coef.var == e ||
+             static_cast<const VakLinearI*>(coef.linear)->_model == e;
+    });
+  }
+
   // The coefficients of one object: those from `first` on and before `end`.
   struct Group {
     VakLinearI* linear;
     std::size_t first;
     std::size_t end;
     bool hasZeros = false;
-    VakTermListI::Mark mark = {};
+    VakInt added = 0;  // Terms that were prepended.
   };
 
   std::size_t addGroup(std::size_t first) {
@@ -142,11 +150,12 @@ class CoefsEdit {
     return _joinings.back().get();
   }
 
-  void exchange(const Group& group, std::size_t i) {
+  void exchange(Group& group, std::size_t i) {
     if (_terms[i] != nullptr) {
       _old[i] = std::exchange(_terms[i]->coef, _coefs[i].coef);
     } else if (_coefs[i].coef != 0) {
       group.linear->_terms.prepend(_fresh.takeFirst());
+      ++group.added;
     }
   }
 

@@ -8,6 +8,7 @@
 #include "vakmodel/linear_impl.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 
 VakConstraint::VakConstraint(VakConstraintI* impl) : VakLinear(impl) {}
 
@@ -78,7 +79,7 @@ void changeAll(std::span<const VakConstraint> handles, BoundsOf boundsOf) {
     VakNum lb;
     VakNum ub;
   };
-  VakEnvI* env = handles.front().getEnv().getImpl();
+  VakEnvI* env = handles.front().checked()->_env;
   std::vector<VakConstraintI*> constraints;
   std::vector<Bounds> before;
   constraints.reserve(handles.size());
@@ -91,6 +92,7 @@ void changeAll(std::span<const VakConstraint> handles, BoundsOf boundsOf) {
     constraints.push_back(constraint);
     before.push_back({constraint->_lb, constraint->_ub});
   }
+  const VakUnsettledObjectsI unsettled(constraints);
   for (std::size_t i = 0; i < constraints.size(); ++i) {
     const auto [lb, ub] = boundsOf(i);
     constraints[i]->_lb = lb;

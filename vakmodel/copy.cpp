@@ -17,20 +17,33 @@ VakExtractableI* VakObjectMap::find(VakExtractableI* original) const {
 }
 
 VakCopier::VakCopier(VakEnv target)
-    : _target(VakCheckEnv(target)), _tookLock(_target->lockCloning() != 0) {}
+    : _target(VakCheckEnv(target)), _older(_newest), _tookLock(_target->lockCloning() != 0) {
+  _newest = this;
+}
 
+// An expander that ended has forgotten all, and a substitution that is gone went with its objects.
 VakCopier::~VakCopier() {
-  while (!_substitutes.empty()) {
+  VakExpanderI* expander = _target->_expander;
+  for (; !_substitutes.empty(); _substitutes.pop_back()) {
     const Substitute& last = _substitutes.back();
-    _target->getExpander()->setSubstitute(last.original, last.outer);
-    _substitutes.pop_back();
+    if (expander == nullptr || expander->substitute(last.original) == nullptr) continue;
+    expander->setSubstitute(last.original, last.outer);
   }
   if (_tookLock) _target->unlockCloning();
+  _newest = _older;
+}
+
+VakEnvI* VakCopier::getSource() const {
+  for (const VakCopier* copier = _newest; copier != nullptr; copier = copier->_older) {
+    if (copier->_target == _target && copier->_source != nullptr) return copier->_source;
+  }
+  return nullptr;
 }
 
 void VakCopier::checkOriginal(VakExtractableI* original) {
   if (original == nullptr) throw VakEmptyHandleException("VakExtractable: Using empty handle");
-  VakCheckUsable(original, _source == nullptr ? original->_env : _source, nullptr);
+  VakEnvI* source = getSource();
+  VakCheckUsable(original, source == nullptr ? original->_env : source, nullptr);
   _source = original->_env;
 }
 
@@ -40,8 +53,8 @@ VakExtractable VakCopier::copyObject(VakExtractable original) {
   const VakInt level = _target->lockCloningLevel();
   VakCloneNotesI notes;
   try {
-    return VakExtractable(_substitutes.empty() ? _target->getClone(object)
-                                               : _target->substitute(object));
+    return VakExtractable(_target->_expander == nullptr ? _target->getClone(object)
+                                                        : _target->substitute(object));
   } catch (...) {
     _target->unlockCloningLevel(level);
     notes.deleteAll();
@@ -50,14 +63,14 @@ VakExtractable VakCopier::copyObject(VakExtractable original) {
 }
 
 VakExtractableI* VakCopier::originalOf(VakInt id) const {
-  const VakIdManager* ids = _source->_idManager;
+  const VakIdManager* ids = getSource()->_idManager;
   return ids->isInTable(id) && ids->isLive(id) ? static_cast<VakExtractableI*>(ids->_data[id])
                                                : nullptr;
 }
 
 VakExtractable VakCopier::findCopy(VakExtractable original) const {
   VakExtractableI* object = original.getImpl();
-  if (object == nullptr || object->_env != _source || object->id == -1) return {};
+  if (object == nullptr || object->_env != getSource() || object->id == -1) return {};
   if (_target->hasClone(object) == 0) return {};
   return VakExtractable(_target->getClone(object));
 }
@@ -89,7 +102,7 @@ void VakCopier::substitute(VakExtractable original, VakExtractable replacement) 
 
 VakObjectMap VakCopier::getMap() const {
   VakObjectMap map;
-  if (_source == nullptr) return map;
+  if (getSource() == nullptr) return map;
   const VakCloneManager* clones = _target->_cloneManager;
   for (VakInt i = 0; i < clones->ids.getSize(); ++i) {
     VakExtractableI* original = originalOf(clones->ids[i]);

@@ -19,6 +19,9 @@
 #include "vakmodel/extractable.h"
 
 /// Which object became which. A plain value; it does not notice that objects end.
+///
+/// Threads: read-shared; a value.
+/// Phases: any; the objects that it names may have ended.
 class VakObjectMap {
  public:
   /// What `original` became, or an empty handle.
@@ -43,9 +46,14 @@ class VakObjectMap {
 /// One copying operation into one environment: while it lives, what was copied is remembered.
 ///
 /// It locks the cloning of the target, unless another copier does so already: then it joins that
-/// one, and what it copied is remembered as long as the outer one lives. All originals of a copying
-/// operation come from one environment. Copiers end in the reverse order of their making, on the
-/// thread of the target.
+/// one, has its substitutions, and what it copied is remembered as long as the outer one lives. All
+/// originals of a copying operation come from one environment, and none of them ends before the
+/// operation when that is another one than the target. Copiers end before their target, in the
+/// reverse order of their making, on the thread of the target.
+///
+/// Threads: confined to the thread of the target; no other thread uses either environment.
+/// Phases: open in both environments; not while a change is told.
+/// Gives back: the destructor ends the operation; the copies stay, and end as other objects do.
 class VakCopier {
  public:
   /// A copying operation into `target`. Throws VakEmptyHandleException
@@ -91,13 +99,18 @@ class VakCopier {
     VakExtractableI* outer;  ///< What an outer copier substitutes for it; null for nothing.
   };
 
+  /// The originals' environment, known to any copier of the operation; null before the first one.
+  [[nodiscard]] VakEnvI* getSource() const;
   VakExtractable copyObject(VakExtractable original);
   [[nodiscard]] VakExtractable findCopy(VakExtractable original) const;
   void checkOriginal(VakExtractableI* original);
   [[nodiscard]] VakExtractableI* originalOf(VakInt id) const;
 
+  inline static thread_local VakCopier* _newest = nullptr;  ///< Of the copiers of the thread.
+
   VakEnvI* _target;                      ///< Not owned.
-  VakEnvI* _source = nullptr;            ///< The originals' environment; null before the first.
+  VakEnvI* _source = nullptr;            ///< Of what this copier was given; null before the first.
+  VakCopier* _older = nullptr;           ///< The copier made before this one; null for none.
   bool _tookLock;                        ///< Whether this copier locked the target.
   std::vector<Substitute> _substitutes;  ///< What this copier told the target's expander.
 };

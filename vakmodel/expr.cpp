@@ -90,6 +90,7 @@ VakExpr::VakExpr(VakTerm term) { addTerm(term.var, term.coef); }
 VakExpr::VakExpr(VakNumExpr e) { *this = e.getExpr(); }
 
 VakNum VakExpr::getCoef(VakNumVar x) const {
+  requireVariable(x);
   VakNum sum = 0;
   for (const VakTerm& term : _terms) {
     if (term.var.is(x)) sum += term.coef;
@@ -137,25 +138,30 @@ VakExpr& VakExpr::operator-=(VakTerm term) {
   return *this;
 }
 
-// By index and by copy, since `e` may be this expression.
 VakExpr& VakExpr::operator+=(const VakExpr& e) {
-  const std::size_t count = e._terms.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    const VakTerm term = e._terms[i];
-    _terms.push_back(term);
-  }
-  _constant += e._constant;
+  append(e, 1);
   return *this;
 }
 
 VakExpr& VakExpr::operator-=(const VakExpr& e) {
-  const std::size_t count = e._terms.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    const VakTerm term = e._terms[i];
-    _terms.emplace_back(term.var, -term.coef);
-  }
-  _constant -= e._constant;
+  append(e, -1);
   return *this;
+}
+
+// By index and by copy, since `e` may be this expression.
+void VakExpr::append(const VakExpr& e, VakNum sign) {
+  const std::size_t before = _terms.size();
+  const std::size_t count = e._terms.size();
+  try {
+    for (std::size_t i = 0; i < count; ++i) {
+      const VakTerm term = e._terms[i];
+      _terms.emplace_back(term.var, sign * term.coef);
+    }
+  } catch (...) {
+    _terms.resize(before);
+    throw;
+  }
+  _constant += sign * e._constant;
 }
 
 VakExpr& VakExpr::operator*=(VakNum factor) {
@@ -185,9 +191,10 @@ void VakExpr::normalize() {
 }
 
 void VakExpr::substitute(VakNumVar x, const VakExpr& e) {
-  const VakExpr replacement = getCoef(x) * e;
-  std::erase_if(_terms, [x](const VakTerm& term) { return term.var.is(x); });
-  *this += replacement;
+  VakExpr result = *this;
+  std::erase_if(result._terms, [x](const VakTerm& term) { return term.var.is(x); });
+  result += getCoef(x) * e;
+  *this = std::move(result);
 }
 
 std::ostream& operator<<(std::ostream& out, const VakExpr& e) {

@@ -28,6 +28,9 @@
 #include "vakmodel/variable.h"
 
 /// `coef` times `var`.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakTerm {
   VakTerm() = default;
   VakTerm(VakNumVar v, VakNum c) : var(v), coef(c) {}
@@ -36,7 +39,11 @@ struct VakTerm {
   VakNum coef = 0;  ///< Its coefficient.
 };
 
-/// A sum of terms and a constant. One thread at a time.
+/// A sum of terms and a constant. One thread at a time. When memory runs out (std::bad_alloc) the
+/// expression is as it was before.
+///
+/// Threads: confined; each thread may have its own, over variables that others read too.
+/// Phases: open, while the variables in it live; gone of itself.
 class VakExpr {
  public:
   /// Zero.
@@ -55,7 +62,8 @@ class VakExpr {
   [[nodiscard]] std::span<const VakTerm> getTerms() const { return _terms; }
   /// True when there are no terms.
   [[nodiscard]] bool isConstant() const { return _terms.empty(); }
-  /// The sum of the coefficients of `x`. Costs a walk over the terms.
+  /// The sum of the coefficients of `x`; throws as addTerm for an empty handle. Costs a walk over
+  /// the terms.
   [[nodiscard]] VakNum getCoef(VakNumVar x) const;
 
   /// Appends a term. Amortised constant time.
@@ -87,6 +95,9 @@ class VakExpr {
   void substitute(VakNumVar x, const VakExpr& e);
 
  private:
+  /// Adds `sign`, 1 or -1, times `e`; changes nothing when memory runs out.
+  void append(const VakExpr& e, VakNum sign);
+
   std::vector<VakTerm> _terms;
   VakNum _constant = 0;
 };
@@ -195,11 +206,12 @@ requires VakLinearPart<std::remove_cvref_t<A>>
 
 // ---- Sums over arrays ---------------------------------------------------------------------------
 
-/// The number of elements of an array handle of the library, or of a range of the language.
+/// The number of elements of an array handle of the library, 0 for an empty one, or of a range of
+/// the language.
 template <class C>
 [[nodiscard]] std::size_t VakCountOf(const C& container) {
-  if constexpr (requires { container.getSize(); }) {
-    return static_cast<std::size_t>(container.getSize());
+  if constexpr (requires { container.getImpl()->_size; }) {
+    return container.getImpl() == nullptr ? 0 : static_cast<std::size_t>(container.getSize());
   } else {
     return static_cast<std::size_t>(std::size(container));
   }

@@ -5,12 +5,16 @@
 #include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
+#include "vakenv/registry/recycle_bin.h"
 #include "vakenv/types/exceptions.h"
+#include "vakmodel/contract/change.h"
 #include "vakmodel/contract/extractable.h"
 #include "vakmodel/linear_impl.h"
 #include "vakmodel/model_impl.h"
 #include "vakmodel/num_expr.h"
 #include "vakmodel/object_text.h"
+#include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 
 namespace {
 
@@ -34,36 +38,64 @@ void completeSweep(VakEnvI* env) noexcept {
   }
 }
 
-// Runs a removal that destroys. When it throws, nothing stays hidden.
+void requireSettled(const VakExtractableI* e) {
+  if (!VakUnsettledI::IsHeld(e)) return;
+  VakThrowModelError(
+      e, "%s is in a change that is being reported. Leave it as it is until the report is over.",
+      VakObjectText(e).get());
+}
+
+// Makes the best of a removal that was broken off: nothing stays hidden, what it was to take out is
+// out of everything, and, unless `wasReported`, algorithms know.
+void settleBrokenRemoval(VakEnvI* env, bool wasReported) noexcept {
+  const VakRecycleBinI* bin = env->_recycleBin;
+  completeSweep(env);
+  if (!wasReported && bin->releaseMode == 0) {
+    VakReportAgain(env, nullptr, VakRemoveFromAllChange(bin->pending));
+  }
+  env->abandonRemoval();
+}
+
+// Runs a removal that destroys. A refusal means that everybody was told.
 template <class Removal>
 void runDestruction(VakEnvI* env, Removal removal) {
   const bool isNested = env->isRemoving();
+  const auto isBroken = [&] { return !isNested && env->isRemoving(); };
   try {
     removal();
+  } catch (const VakAlgorithm::CannotChangeException&) {
+    if (isBroken()) settleBrokenRemoval(env, true);
+    throw;
   } catch (...) {
-    if (!isNested && env->isRemoving()) {
-      completeSweep(env);
-      env->abandonRemoval();
-    }
+    if (isBroken()) settleBrokenRemoval(env, false);
     throw;
   }
 }
 
+// Lets every object of a model drop `objects`, which a removal without destruction left visible.
+void sweepAgain(VakEnvI* env, VakExtractableArray objects) noexcept {
+  const VakIdManager* ids = env->_idManager;
+  for (VakExtractableI* e : objects) {
+    if (ids->isInTable(e->id) && ids->_data[e->id] == e) {
+      ids->_data[e->id] = VakIdManager::HiddenMark();
+    }
+  }
+  completeSweep(env);
+  for (VakExtractableI* e : objects) {
+    if (ids->isInTable(e->id) && ids->isHidden(e->id)) ids->_data[e->id] = e;
+  }
+}
+
 // Removes registered objects from all others. When it throws, they are gone from all models
-// nevertheless; the environment shows them again before it passes the exception on.
+// nevertheless, and algorithms know; a refusal means that they were told.
 void removeFromAllObjects(VakEnvI* env, VakExtractableArray objects) {
   try {
     env->removeFromAll(objects);
+  } catch (const VakAlgorithm::CannotChangeException&) {
+    throw;
   } catch (...) {
-    const VakIdManager* ids = env->_idManager;
-    for (VakExtractableI* e : objects) {
-      if (ids->isInTable(e->id) && ids->_data[e->id] == e)
-        ids->_data[e->id] = VakIdManager::HiddenMark();
-    }
-    completeSweep(env);
-    for (VakExtractableI* e : objects) {
-      if (ids->isInTable(e->id) && ids->isHidden(e->id)) ids->_data[e->id] = e;
-    }
+    sweepAgain(env, objects);
+    VakReportAgain(env, nullptr, VakRemoveFromAllChange(objects));
     throw;
   }
 }
@@ -73,7 +105,10 @@ VakExtractableArray withoutNull(VakEnvI* env, VakExtractableArray array) {
   VakExtractableArray result{VakEnv(env)};
   try {
     for (VakExtractableI* e : array) {
-      if (e != nullptr && e->id != -1) result.add(e);
+      if (e == nullptr || e->id == -1) continue;
+      if (e->_env != env) VakThrowMismatch(e, nullptr);
+      requireSettled(e);
+      result.add(e);
     }
   } catch (...) {
     result.end();
@@ -236,11 +271,18 @@ void VakExtractable::removeFromAll() const {
 void VakExtractable::end() {
   VakExtractableI* object = _impl;
   if (object == nullptr) return;
-  if (object->id == -1) {
-    delete object;
-  } else {
-    VakEnvI* env = object->_env;
-    runDestruction(env, [&] { env->removeFromAllAndDestroy(object, 0); });
+  requireSettled(object);
+  VakEnvI* env = object->_env;
+  const VakWatch<VakExtractableI> watch(env->_registry.deletionWatches, object);
+  try {
+    if (object->id == -1) {
+      delete object;
+    } else {
+      runDestruction(env, [&] { env->removeFromAllAndDestroy(object, 0); });
+    }
+  } catch (...) {
+    if (watch.isGone()) _impl = nullptr;
+    throw;
   }
   _impl = nullptr;
 }

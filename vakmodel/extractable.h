@@ -21,6 +21,14 @@
 /// Every operation but getImpl, isEmpty, end and the comparison throws VakEmptyHandleException on
 /// an empty handle, with the name of the handle's class: "VakExtractable: Using empty handle" for
 /// the operations here. One thread at a time uses an environment and everything in it.
+///
+/// With GCC 12, in `h = f()` an `f` that throws may leave `h` overwritten, a fault of that compiler
+/// with trivially copyable classes: do not read `h` afterwards in the same function.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakExtractable {
  public:
   VakExtractable() = default;
@@ -71,7 +79,8 @@ class VakExtractable {
   void setNumProperty(const char* name, VakNum value) const;
   void setAnyProperty(const char* name, VakAny value) const;
   void setStringProperty(const char* name, const char* value) const;
-  /// Adds copies of all properties of `set`, which must not be an empty handle.
+  /// Adds copies of all properties of `set`, which must not be an empty handle. Throws
+  /// VakNamedPropertySet::AlreadyPresent at the first name that the object has a property of.
   void addProperties(VakNamedPropertySet set) const;
   /// Throws NotPresent when there is none of this name.
   void removeProperty(const char* name) const;
@@ -100,16 +109,18 @@ class VakExtractable {
 
   /// Takes the object out of every model, constraint, objective and expression; it lives on and can
   /// be used again. Algorithms are told afterwards, of all objects at once; what they refuse is
-  /// done nevertheless. Costs one pass over everything in the environment.
+  /// done nevertheless. Throws VakModelError while a change of the object is being reported. Costs
+  /// one pass over everything in the environment.
   void removeFromAll() const;
   /// Takes the object out of everything and deletes it, with all that becomes pointless:
   ///   - a constraint that loses its last variable, unless it is kept when empty;
   ///   - the constraints and the objective of a model that ends.
   /// Algorithms are told of the removal once, then of the end of each object. Should one of them
   /// throw, or memory run out, what was taken out stays out, what was not deleted yet lives on, and
-  /// the exception passes on; the handle keeps its object then. Costs one pass over everything in
-  /// the environment: end many objects with VakEndAll. The handle is empty afterwards; nothing for
-  /// an empty one.
+  /// the exception passes on; the handle keeps its object then if it lives. While a change of the
+  /// object is being reported it cannot be ended (VakModelError), and a constraint does not end for
+  /// want of variables. Costs one pass over everything in the environment: end many objects with
+  /// VakEndAll. The handle is empty afterwards; nothing for an empty one.
   void end();
 
  protected:
@@ -129,10 +140,13 @@ class VakExtractable {
 /// say; anything else as in: VakThing "name". An empty handle is written as (empty).
 std::ostream& operator<<(std::ostream& out, VakExtractable object);
 
-/// Ends all objects of `array` in one removal; empty handles are passed over. The array stays, and
-/// its elements dangle. Throws as VakExtractable::end does.
+/// Ends all objects of `array` in one removal; empty handles and objects that were taken out of
+/// their environment are passed over. The array stays, and its elements dangle. Throws as
+/// VakExtractable::end does, and VakModelMismatch, having ended nothing, for objects of another
+/// environment than the array's.
 void VakEndAll(VakExtractableArray array);
-/// Takes all objects of `array` out of everything in one removal; they live on.
+/// Takes all objects of `array` out of everything in one removal; they live on. Throws as
+/// VakEndAll.
 void VakRemoveAllFromAll(VakExtractableArray array);
 
 /// The objects of a range of handles as an array in the environment of the first one, for the

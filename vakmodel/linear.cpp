@@ -20,35 +20,36 @@ VakLinear::VakLinear(VakLinearI* impl) : VakExtractable(impl) {}
 
 VakLinearI* VakLinear::getImpl() const { return static_cast<VakLinearI*>(_impl); }
 
-VakLinearI* VakLinear::linear() const {
+VakLinearI* VakLinear::checked() const {
   if (_impl == nullptr) ThrowEmpty("VakLinear: Using empty handle");
   return getImpl();
 }
 
-VakModel VakLinear::getModel() const { return VakModel(linear()->_model); }
+VakModel VakLinear::getModel() const { return VakModel(checked()->_model); }
 
-VakInt VakLinear::getTermCount() const { return linear()->_terms.size(); }
+VakInt VakLinear::getTermCount() const { return checked()->_terms.size(); }
 
-VakTermRange VakLinear::terms() const { return VakTermRange(linear()->_terms.first()); }
+VakTermRange VakLinear::terms() const { return VakTermRange(checked()->_terms.first()); }
 
 VakNum VakLinear::getCoef(VakNumVar x) const {
-  const VakNumLinExprTermI* term = linear()->_terms.find(x.getImpl());
+  const VakLinearI* object = checked();
+  const VakNumLinExprTermI* term = object->_terms.find(x.checked());
   return term == nullptr ? 0 : term->coef;
 }
 
 void VakLinear::setCoef(VakNumVar x, VakNum coef) const {
-  VakLinearI* object = linear();
+  VakLinearI* object = checked();
   object->setCoef(x.checked(), coef);
 }
 
 void VakLinear::addTerm(VakNumVar x, VakNum coef) const {
-  VakLinearI* object = linear();
+  VakLinearI* object = checked();
   object->checkCoef(x.checked(), coef);
   object->setCoef(x.getImpl(), getCoef(x) + coef);
 }
 
 void VakLinear::setCoefs(std::span<const VakNumVar> vars, std::span<const VakNum> coefs) const {
-  VakLinearI* object = linear();
+  VakLinearI* object = checked();
   VakCheckSizes("VakLinear::setCoefs", vars.size(), coefs.size());
   VakCheckUsable(object, object->_env, nullptr);
   std::vector<VakCoefI> changes;
@@ -62,12 +63,11 @@ void VakLinear::setCoefs(std::span<const VakNumVar> vars, std::span<const VakNum
 
 void VakSetCoefs(std::span<const VakCoef> coefs) {
   if (coefs.empty()) return;
-  VakEnvI* env = coefs.front().linear.getEnv().getImpl();
+  VakEnvI* env = coefs.front().linear.checked()->_env;
   std::vector<VakCoefI> changes;
   changes.reserve(coefs.size());
   for (const VakCoef& coef : coefs) {
-    if (coef.linear.isEmpty()) throw VakEmptyHandleException("VakLinear: Using empty handle");
-    VakLinearI* object = coef.linear.getImpl();
+    VakLinearI* object = coef.linear.checked();
     VakCheckUsable(object, env, nullptr);
     object->checkCoef(coef.var.checked(), coef.coef);
     changes.push_back({object, coef.var.getImpl(), coef.coef});

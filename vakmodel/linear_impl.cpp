@@ -1,5 +1,7 @@
 #include "vakmodel/linear_impl.h"
 
+#include <array>
+#include <cmath>
 #include <utility>
 
 #include "vakenv/core/create.h"
@@ -8,6 +10,7 @@
 #include "vakmodel/model_impl.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 #include "vakmodel/variable_impl.h"
 
 namespace {
@@ -18,13 +21,44 @@ struct Bounds {
   VakNum ub;
 };
 
+// A bound that overflowed must not be taken for one that is not there.
+void checkOverflow(const VakExtractableI* user, VakNum given, VakNum constant, VakNum bound) {
+  if (!std::isfinite(given) || std::isfinite(bound)) return;
+  VakThrowModelError(user,
+                     "The bounds of %s: %g is too large once the constant %g of the expression "
+                     "went over to it. Give smaller numbers.",
+                     VakObjectText(user, "a new constraint").get(), given, constant);
+}
+
 Bounds checkBounds(const VakExtractableI* user, const VakRelation& relation) {
   const VakNum constant = relation.getExpr().getConstant();
   VakCheckConstant(user, "a new constraint", constant);
   const Bounds bounds{relation.getLB() - constant, relation.getUB() - constant};
+  checkOverflow(user, relation.getLB(), constant, bounds.lb);
+  checkOverflow(user, relation.getUB(), constant, bounds.ub);
   VakCheckBounds(user, "a new constraint", bounds.lb, bounds.ub);
   return bounds;
 }
+
+// An exchange of terms: those that it took from their owner, until everybody was told.
+class SetAside final : private VakUnsettledI {
+ public:
+  /// `model` is that of the owner, null for none.
+  SetAside(const VakExtractableI* owner, const VakModelI* model, VakOwnTermsI& terms)
+      : _owner(owner), _model(model), _terms(terms) {}
+
+ private:
+  [[nodiscard]] bool holds(const VakExtractableI* e) const noexcept override {
+    return e == _owner || e == _model;
+  }
+  void dropHidden(const VakExtractableI* owner) noexcept override {
+    if (owner == _owner) _terms.removeHidden(_terms.env);
+  }
+
+  const VakExtractableI* _owner;
+  const VakExtractableI* _model;
+  VakOwnTermsI& _terms;
+};
 
 // Terms of a clone: each variable becomes its clone, and two may become the same one.
 void cloneTerms(const VakTermListI& terms, VakOwnTermsI& clones) {
@@ -57,7 +91,10 @@ const VakExpr& VakCheckTerms(const VakEnvI* env, const VakExtractableI* user, co
 
 // ---- What constraints and objectives share ------------------------------------------------------
 
-VakLinearI::~VakLinearI() noexcept(false) { _terms.clear(_env); }
+VakLinearI::~VakLinearI() noexcept(false) {
+  VakUnsettledI::Forget(this);
+  _terms.clear(_env);
+}
 
 void VakLinearI::leaveModelAtEnd() {
   // While the environment ends, the model may be gone already, and nobody looks at it any more.
@@ -66,14 +103,17 @@ void VakLinearI::leaveModelAtEnd() {
 
 void VakLinearI::removeHidden(VakInt /*mode*/) {
   const bool lostTerms = _terms.removeHidden(_env);
+  VakUnsettledI::DropHidden(this);
   const bool lostModel = IsHidden(_model);
   if (lostModel) leaveModel();
-  const bool isPointless = lostModel || (lostTerms && _terms.empty() && isPointlessWithoutTerms());
+  const bool isPointless = lostModel || (lostTerms && _terms.empty() && isPointlessWithoutTerms() &&
+                                         !VakUnsettledI::IsHeld(this));
   if (isPointless && _env->isDestroying()) _env->removeFromAllAndDestroy(this, 0);
 }
 
 void VakLinearI::dropHidden() noexcept {
   _terms.removeHidden(_env);
+  VakUnsettledI::DropHidden(this);
   if (IsHidden(_model)) leaveModel();
 }
 
@@ -92,9 +132,10 @@ void VakLinearI::setCoef(VakModelVarI* var, VakNum coef) {
 }
 
 template <class Swap>
-void VakLinearI::exchangeTerms(VakTermListI& terms, Swap swapRest) {
+void VakLinearI::exchangeTerms(VakOwnTermsI& terms, Swap swapRest) {
   VakJoiningI joining(_model);
   joining.joinAll(terms);
+  const SetAside setAside(this, _model, terms);
   const auto swapAll = [&] {
     _terms.swap(terms);
     swapRest();
@@ -136,8 +177,9 @@ void VakConstraintI::setBounds(VakNum lb, VakNum ub) {
   if (lb == _lb && ub == _ub) return;
   const VakNum oldLB = std::exchange(_lb, lb);
   const VakNum oldUB = std::exchange(_ub, ub);
-  VakConstraintI* const self = this;
-  const VakRowBoundsChange change(std::span<VakConstraintI* const>(&self, 1));
+  const std::array<VakConstraintI*, 1> self = {this};
+  const VakUnsettledObjectsI unsettled(self);
+  const VakRowBoundsChange change(self);
   try {
     VakReport(_env, this, change);
   } catch (...) {
@@ -196,6 +238,8 @@ void VakObjectiveI::leaveModel() {
 void VakObjectiveI::setSense(VakSense sense) {
   VakCheckUsable(this, _env, nullptr);
   if (sense == _sense) return;
+  const std::array<VakObjectiveI*, 1> self = {this};
+  const VakUnsettledObjectsI unsettled(self);
   const VakSense before = std::exchange(_sense, sense);
   const VakSenseChange change(this);
   try {
@@ -211,6 +255,8 @@ void VakObjectiveI::setConstant(VakNum constant) {
   VakCheckUsable(this, _env, nullptr);
   VakCheckConstant(this, nullptr, constant);
   if (constant == _constant) return;
+  const std::array<VakObjectiveI*, 1> self = {this};
+  const VakUnsettledObjectsI unsettled(self);
   const VakNum before = std::exchange(_constant, constant);
   const VakConstantChange change(this);
   try {
@@ -222,7 +268,7 @@ void VakObjectiveI::setConstant(VakNum constant) {
   }
 }
 
-void VakObjectiveI::setExpr(const VakExpr& expr) {
+void VakObjectiveI::setAll(VakSense sense, const VakExpr& expr) {
   VakCheckUsable(this, _env, nullptr);
   VakExpr storage;
   const VakExpr& checked = VakCheckTerms(_env, this, expr, storage);
@@ -230,7 +276,10 @@ void VakObjectiveI::setExpr(const VakExpr& expr) {
   VakCheckConstant(this, nullptr, constant);
   VakOwnTermsI terms(_env);
   terms.makeAll(checked);
-  exchangeTerms(terms, [&] { std::swap(_constant, constant); });
+  exchangeTerms(terms, [&] {
+    std::swap(_constant, constant);
+    std::swap(_sense, sense);
+  });
 }
 
 VakExtractableI* VakObjectiveI::makeClone(VakEnvI* env) const {
@@ -271,6 +320,7 @@ void VakNumLinExprI::setExpr(const VakExpr& expr) {
     _terms.swap(terms);
     std::swap(_constant, constant);
   };
+  const SetAside setAside(this, nullptr, terms);
   swapAll();
   const VakTermsChange change(this);
   try {
@@ -286,7 +336,10 @@ VakNum VakNumLinExprI::evaluate(const VakModelEvaluatorI& point) const {
   return _constant + _terms.evaluate(point);
 }
 
-void VakNumLinExprI::removeHidden(VakInt /*mode*/) { _terms.removeHidden(_env); }
+void VakNumLinExprI::removeHidden(VakInt /*mode*/) {
+  _terms.removeHidden(_env);
+  VakUnsettledI::DropHidden(this);
+}
 
 VakExtractableI* VakNumLinExprI::makeClone(VakEnvI* env) const {
   VakOwnTermsI terms(env);

@@ -18,10 +18,15 @@
 /// An object that has terms and can be in a model.
 ///
 /// Invariant: while it is in a model, that model lists it, and every variable in the terms too.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakLinearI : public VakExtractableI {
   VAK_RTTI(VakLinearI, VakExtractableI);
 
-  explicit VakLinearI(VakEnvI* env) : VakExtractableI(env) {}
+  explicit VakLinearI(VakEnvI* env) : VakExtractableI(env) { enterSlot(); }
   /// Gives the terms back. Derived classes leave the model before.
   ~VakLinearI() noexcept(false) override;
 
@@ -49,10 +54,15 @@ class VakLinearI : public VakExtractableI {
   /// Exchanges the terms with those of `terms`, whose variables join the model, calls `swapRest`,
   /// and reports a VakTermsChange. When the report throws, all of that is done backwards.
   template <class Swap>
-  void exchangeTerms(VakTermListI& terms, Swap swapRest);
+  void exchangeTerms(VakOwnTermsI& terms, Swap swapRest);
 };
 
 /// A constraint.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakConstraintI final : public VakLinearI {
   VAK_RTTI(VakConstraintI, VakLinearI);
 
@@ -80,6 +90,11 @@ class VakConstraintI final : public VakLinearI {
 static_assert(sizeof(VakConstraintI) == 88);
 
 /// An objective.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakObjectiveI final : public VakLinearI {
   VAK_RTTI(VakObjectiveI, VakLinearI);
 
@@ -92,7 +107,9 @@ class VakObjectiveI final : public VakLinearI {
 
   void setSense(VakSense sense);
   void setConstant(VakNum constant);
-  void setExpr(const VakExpr& expr);
+  void setExpr(const VakExpr& expr) { setAll(_sense, expr); }
+  /// Sense, terms and constant in one change.
+  void setAll(VakSense sense, const VakExpr& expr);
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
 
   VakNum _constant = 0;
@@ -104,12 +121,17 @@ class VakObjectiveI final : public VakLinearI {
 };
 
 /// A stored expression.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: release() takes back use(); else as VakExtractableI.
 class VakNumLinExprI final : public VakNumExprI {
   VAK_RTTI(VakNumLinExprI, VakNumExprI);
 
   /// A new expression of the checked terms and constant of `expr`. `name` may be null.
   [[nodiscard]] static VakNumLinExprI* Make(VakEnvI* env, const VakExpr& expr, const char* name);
-  explicit VakNumLinExprI(VakEnvI* env) : VakNumExprI(env) {}
+  explicit VakNumLinExprI(VakEnvI* env) : VakNumExprI(env) { enterSlot(); }
   ~VakNumLinExprI() noexcept(false) override;
 
   void setExpr(const VakExpr& expr);

@@ -6,7 +6,6 @@
 #include "vakbase/terminated_text.h"
 #include "vakenv/core/create.h"
 #include "vakmodel/annotations.h"
-#include "vakmodel/contract/algorithm.h"
 #include "vakmodel/env_check.h"
 #include "vakmodel/model_impl.h"
 #include "vakmodel/object_text.h"
@@ -92,7 +91,6 @@ void VakModel::add(VakObjective objective) const {
 
 namespace {
 
-// Two changes of the objective; when the second one is refused, the first one is taken back.
 VakObjective optimize(VakModel model, VakSense sense, const VakExpr& expr) {
   VakObjective objective = model.getObjective();
   if (objective.isEmpty()) {
@@ -105,18 +103,7 @@ VakObjective optimize(VakModel model, VakSense sense, const VakExpr& expr) {
     }
     return objective;
   }
-  const VakSense before = objective.getSense();
-  objective.setSense(sense);
-  try {
-    objective.setExpr(expr);
-  } catch (...) {
-    try {
-      objective.setSense(before);
-    } catch (VakAlgorithm::CannotChangeException& refusal) {
-      refusal.end();
-    }
-    throw;
-  }
+  objective.getImpl()->setAll(sense, expr);
   return objective;
 }
 

@@ -11,16 +11,19 @@
 #include "vakmodel/model_impl.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 
 /// What joins a model in one change, until it is reported. If that fails, or something before it,
 /// all leaves the model again, and what was made for the change is deleted.
-class VakModelI::Addition {
+class VakModelI::Addition final : private VakUnsettledI {
  public:
   /// Which members were made for the change.
   enum Made : unsigned { Nothing = 0, Variables = 1, Constraints = 2 };
 
-  Addition(VakModelI* model, Made made) : _model(model), _made(made) {
-    VakCheckUsable(model, model->_env, nullptr);
+  Addition(VakModelI* model, Made made)
+      : _membership((VakCheckUsable(model, model->_env, nullptr), model)),
+        _model(model),
+        _made(made) {
     model->tidy();
     _variablesFrom = model->_variables.size();
     _constraintsFrom = model->_constraints.size();
@@ -59,6 +62,7 @@ class VakModelI::Addition {
     const VakMembersView members = getMembers();
     _isKept = true;
     if (members.variables.empty() && members.constraints.empty() && _objective == nullptr) return;
+    _reported = members;
     try {
       VakReport(_model->_env, _model, VakAddChange(_model, members, coefs));
     } catch (...) {
@@ -74,6 +78,15 @@ class VakModelI::Addition {
     return {{_model->_variables.list(), _variablesFrom, _model->_variables.size()},
             {_model->_constraints.list(), _constraintsFrom, _model->_constraints.size()},
             _objective};
+  }
+
+  [[nodiscard]] bool holds(const VakExtractableI* e) const noexcept override {
+    const auto isListed = [e](const auto& objects) {
+      return std::any_of(objects.begin(), objects.end(),
+                         [e](const VakExtractableI* object) { return object == e; });
+    };
+    return e == _model || e == _objective || isListed(_reported.variables) ||
+           isListed(_reported.constraints);
   }
 
   void leave() {
@@ -105,10 +118,12 @@ class VakModelI::Addition {
     }
   }
 
+  VakMembershipI _membership;
   VakModelI* _model;
   Made _made;
   VakInt _variablesFrom = 0;
   VakInt _constraintsFrom = 0;
+  VakMembersView _reported;  // What joined, once it is reported.
   VakObjectiveI* _objective = nullptr;
   bool _ownsObjective = false;
   bool _isKept = false;
@@ -382,14 +397,15 @@ namespace {
 /// The terms of one row after the other, made from indices of variables that were checked.
 class RowTerms {
  public:
-  RowTerms(VakEnvI* env, const VakRows& rows) : _env(env), _rows(rows) {}
+  RowTerms(VakEnvI* env, const VakRows& rows)
+      : _env(env), _rows(rows), _areDifferent(AreDifferent(rows.columns)) {}
 
   void make(std::size_t row, VakOwnTermsI& terms) {
     const VakSparse& matrix = _rows.matrix;
     if (matrix.starts.empty()) return;
     const auto first = static_cast<std::size_t>(matrix.starts[row]);
     const auto end = static_cast<std::size_t>(matrix.starts[row + 1]);
-    bool isRising = true;
+    bool isRising = _areDifferent;
     for (std::size_t i = first; i < end; ++i) {
       VakCheckCoef(variable(i).getImpl(), nullptr, matrix.coefs[i]);
       isRising = isRising && (i == first || matrix.members[i - 1] < matrix.members[i]);
@@ -404,7 +420,20 @@ class RowTerms {
   }
 
  private:
-  // An index may occur twice.
+  // True when no variable is listed twice. They are registered, so their identifiers tell them
+  // apart.
+  static bool AreDifferent(std::span<const VakNumVar> columns) {
+    std::vector<bool> isListed;
+    for (const VakNumVar x : columns) {
+      const auto id = static_cast<std::size_t>(x.getImpl()->id);
+      if (id >= isListed.size()) isListed.resize(std::max(id + 1, 2 * isListed.size()));
+      if (isListed[id]) return false;
+      isListed[id] = true;
+    }
+    return true;
+  }
+
+  // A variable may occur twice.
   void makeSlowly(std::size_t first, std::size_t end, VakOwnTermsI& terms) {
     _expr.clear();
     for (std::size_t i = first; i < end; ++i) {
@@ -419,6 +448,7 @@ class RowTerms {
 
   VakEnvI* _env;
   const VakRows& _rows;
+  bool _areDifferent;
   VakExpr _expr;
   VakExpr _storage;
 };

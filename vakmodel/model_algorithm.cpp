@@ -14,7 +14,8 @@ class VakModelAlgorithmI::Evaluator final : public VakModelEvaluatorI {
   explicit Evaluator(const VakModelAlgorithmI* algorithm) : _algorithm(algorithm) {}
   [[nodiscard]] VakNum getValue(const VakNumVarI* var) const override {
     const int column = _algorithm->getColumn(var);
-    if (column < 0 || !_algorithm->hasSolution()) return std::numeric_limits<VakNum>::quiet_NaN();
+    const bool isKnown = column >= 0 && _algorithm->getVariable(column) == var;
+    if (!isKnown || !_algorithm->hasSolution()) return std::numeric_limits<VakNum>::quiet_NaN();
     return _algorithm->getColumnValue(column);
   }
 
@@ -23,6 +24,15 @@ class VakModelAlgorithmI::Evaluator final : public VakModelEvaluatorI {
 };
 
 VakModelAlgorithmI::~VakModelAlgorithmI() noexcept(false) = default;
+
+void VakModelAlgorithmI::end() {
+  if (_busy == 0) {
+    VakAlgorithmI::end();
+    return;
+  }
+  detach();
+  _isOver = true;
+}
 
 // ---- Extraction and solution --------------------------------------------------------------------
 
@@ -66,9 +76,9 @@ void VakModelAlgorithmI::drop() {
 }
 
 void VakModelAlgorithmI::loadModel() {
-  list();
-  _isLoaded = true;  // So that drop() unloads what load() leaves behind when it throws.
   try {
+    list();
+    _isLoaded = true;  // So that drop() unloads what load() leaves behind when it throws.
     load();
   } catch (...) {
     drop();
@@ -91,6 +101,7 @@ void VakModelAlgorithmI::list() {
 VakStatus VakModelAlgorithmI::solve() {
   requireRest();
   if (_model == nullptr) throw VakAlgorithm::Exception("No model was extracted.");
+  const Busy busy(this);
   if (!_isLoaded) loadModel();
   _isAborting.store(false, std::memory_order_relaxed);
   _isOutOfDate = false;
@@ -131,7 +142,9 @@ VakNum VakModelAlgorithmI::getValue(const VakExpr& e) const {
 }
 
 VakNum VakModelAlgorithmI::getObjectiveValue() const {
-  if (!hasSolution()) throw VakAlgorithm::Exception("No solution is available.");
+  if (_model == nullptr || !hasSolution()) {
+    throw VakAlgorithm::Exception("No solution is available.");
+  }
   const VakObjectiveI* objective = _model->_objective;
   if (objective == nullptr) return 0;
   VakNum value = objective->_constant;

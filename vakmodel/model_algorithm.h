@@ -33,7 +33,14 @@
 /// A hook refuses a change with refuse(), before it alters the problem; the model then takes the
 /// change back. A hook that throws anything else drops the problem, which is loaded anew when it is
 /// needed. Hooks that are not overridden drop the problem, so an algorithm is right with load() and
-/// run() alone, and each further hook makes it faster.
+/// run() alone, and each further hook makes it faster. A hook, and run(), may end their own
+/// algorithm: it is detached at once and deleted when they have returned.
+///
+/// Threads: confined; only abort() is thread safe, signal handlers included. Hooks and run() are
+///     called on the thread that changes or solves.
+/// Phases: open; while it solves, extract, clear, solve and changes of its model throw
+///     VakNoChangeDuringSearchException.
+/// Gives back: end(), also from within hooks and run(); clear() takes back extract().
 class VakModelAlgorithmI : public VakAlgorithmI {
  public:
   static constexpr int ObjectiveRow = -1;
@@ -63,6 +70,9 @@ class VakModelAlgorithmI : public VakAlgorithmI {
   /// Asks a running solve to stop. From any thread, also from a signal handler.
   void abort() noexcept { _isAborting.store(true, std::memory_order_relaxed); }
 
+  /// Detaches the algorithm and deletes it, at once or when it has returned from what it is doing.
+  void end() override;
+
   [[nodiscard]] VakModel getModel() const { return VakModel(_model); }
   [[nodiscard]] VakStatus getStatus() const { return _status; }
   [[nodiscard]] bool isRunning() const { return _isRunning; }
@@ -91,7 +101,8 @@ class VakModelAlgorithmI : public VakAlgorithmI {
   [[nodiscard]] VakConstraintI* getConstraint(int row) const {
     return _rows[static_cast<std::size_t>(row)];
   }
-  /// The column of a variable of this environment, -1 when it has none.
+  /// The column of a variable of this environment, -1 when it has none. Not meant for variables of
+  /// other environments, whose identifiers are others'.
   [[nodiscard]] int getColumn(const VakExtractableI* variable) const {
     return Find(_columnOf, variable->id);
   }
@@ -146,6 +157,7 @@ class VakModelAlgorithmI : public VakAlgorithmI {
   [[nodiscard]] bool isAborting() const { return _isAborting.load(std::memory_order_relaxed); }
 
  private:
+  class Busy;
   class Evaluator;
   using Numbers = std::vector<std::int32_t>;  // By identifier: 1 + the column or row; 0 for none.
 
@@ -202,9 +214,25 @@ class VakModelAlgorithmI : public VakAlgorithmI {
   Numbers _rowOf;
   const VakExtractableI* _objective = nullptr;  ///< The model's, as loaded; not owned; maybe null.
   VakStatus _status = VakStatus::NotSolved;
-  int _hooksDone = 0;  ///< Hooks that the present change was passed to with success.
+  int _hooksDone = 0;    ///< Hooks that the present change was passed to with success.
+  int _busy = 0;         ///< Calls under way from which the algorithm has to return before it goes.
+  bool _isOver = false;  ///< end() was called meanwhile.
   bool _isLoaded = false;
   bool _isRunning = false;
   bool _isOutOfDate = false;  ///< Something was taken out while it ran.
   std::atomic<bool> _isAborting = false;
+};
+
+/// A call during which the algorithm must not go. Ended meanwhile, it is deleted with the last one.
+class VakModelAlgorithmI::Busy {
+ public:
+  explicit Busy(VakModelAlgorithmI* algorithm) : _algorithm(algorithm) { ++_algorithm->_busy; }
+  ~Busy() noexcept(false) {
+    if (--_algorithm->_busy == 0 && _algorithm->_isOver) delete _algorithm;
+  }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+
+ private:
+  VakModelAlgorithmI* _algorithm;
 };

@@ -4,6 +4,7 @@
 
 #include "vakenv/core/environment_impl.h"
 #include "vakmodel/model_algorithm.h"
+#include "vakmodel/report.h"
 
 namespace {
 
@@ -27,11 +28,12 @@ void VakModelAlgorithmI::change(const VakChange& change, const VakExtractableI* 
 // 2. While it runs, nothing may change. What the environment took out stays out even so, hence the
 //    problem is dropped when the run is over.
 // 3. A problem that is not loaded need not be brought up to date.
-// 4. A hook that refuses has altered nothing, so if it is the first one, the problem is as before.
-// A
-//    hook that fails otherwise leaves a problem that nobody can rely on.
+// 4. A hook that refuses has altered nothing, so if it is the first one, the problem is as before,
+//    and the model will be too, unless what is refused takes the model back to that. A hook that
+//    fails otherwise leaves a problem that nobody can rely on.
 void VakModelAlgorithmI::change(const VakChange& change) {
   if (_model == nullptr || !concerns(change)) return;
+  const Busy busy(this);
   if (_isRunning) {
     _isOutOfDate = _isOutOfDate || !IsTakenBack(change);
     throw VakNoChangeDuringSearchException();
@@ -52,7 +54,7 @@ void VakModelAlgorithmI::update(const VakChange& change) {
   try {
     apply(change);
   } catch (const VakAlgorithm::CannotChangeException&) {
-    if (_hooksDone != 0 || !IsTakenBack(change)) {
+    if (_hooksDone != 0 || !IsTakenBack(change) || VakIsReportingAgain()) {
       drop();
     } else if (_isLoaded) {
       Truncate(_columns, _columnOf, columns);

@@ -9,7 +9,9 @@
 #include "vakmodel/report.h"
 
 VakModelI::VakModelI(VakEnvI* env)
-    : VakExtractableI(env), _variables(env), _constraints(env), _placeOf(env) {}
+    : VakExtractableI(env), _variables(env), _constraints(env), _placeOf(env) {
+  enterSlot();
+}
 
 VakModelI::~VakModelI() noexcept(false) {
   // While the environment ends, the objects may be gone already.
@@ -30,9 +32,20 @@ void VakModelI::joinNew(VakModelVarI* variable) {
 
 void VakModelI::unjoin(VakInt size) {
   for (VakInt place = size; place < _variables.size(); ++place) {
-    _placeOf.set(_variables[place]->id, 0);
+    if (_variables[place] != nullptr) _placeOf.set(_variables[place]->id, 0);
   }
   _variables.truncate(size);
+}
+
+VakMembershipI::VakMembershipI(VakModelI* model) : _model(model) {
+  if (model == nullptr) return;
+  if (model->_isChanging) {
+    VakThrowModelError(model,
+                       "%s is being changed and that is being reported. Change it when the report "
+                       "is over.",
+                       VakObjectText(model).get());
+  }
+  model->_isChanging = true;
 }
 
 void VakModelI::tidy() {

@@ -22,6 +22,9 @@
 #include "vakmodel/variable_impl.h"
 
 /// A list of members with empty places.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 class VakPlacesI : private VakBlockList<VakExtractableI*> {
  public:
   explicit VakPlacesI(VakEnvI* env) : VakBlockList(env) {}
@@ -53,9 +56,9 @@ class VakPlacesI : private VakBlockList<VakExtractableI*> {
     VakBlockList::operator[](place) = member;
     ++_count;
   }
-  /// Drops the places from `size` on, all of which have members.
+  /// Drops the places from `size` on.
   void truncate(VakInt size) {
-    _count -= this->size() - size;
+    for (VakInt place = size; place < this->size(); ++place) _count -= (*this)[place] != nullptr;
     VakBlockList::truncate(size);
   }
   /// Drops the empty places; members move up in their order, and `moved` is called with each one
@@ -79,6 +82,9 @@ class VakPlacesI : private VakBlockList<VakExtractableI*> {
 };
 
 /// From identifiers to small numbers, 0 for those never set.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 class VakIdTableI : private VakBlockList<std::int32_t> {
  public:
   explicit VakIdTableI(VakEnvI* env) : VakBlockList(env) {}
@@ -100,6 +106,11 @@ class VakIdTableI : private VakBlockList<std::int32_t> {
 /// Invariant, which check() proves: the model's lists, _placeOf and the places and models that
 /// constraints and the objective know agree; every variable in a term of the model is in
 /// _variables; the terms are sound (VakTermListI::check).
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakModelI final : public VakExtractableI {
   VAK_RTTI(VakModelI, VakExtractableI);
 
@@ -152,6 +163,7 @@ class VakModelI final : public VakExtractableI {
   VakPlacesI _constraints;
   VakIdTableI _placeOf;                 ///< By the identifier of a variable: 1 + its place, or 0.
   VakObjectiveI* _objective = nullptr;  ///< Null for none.
+  bool _isChanging = false;             ///< True as long as a VakMembershipI for it lives.
 
  private:
   class Addition;
@@ -179,11 +191,37 @@ class VakModelI final : public VakExtractableI {
                                        const VakMemoryInspection* pool) const;
 };
 
+/// The right to change what is in a model, from before the change until it was reported. Only one
+/// change at a time has it, because places are remembered meanwhile.
+///
+/// Threads: confined to the thread that changes the model.
+/// Phases: open, from before the change until it was told to everybody; not from within a report of
+///     the same model.
+/// Gives back: the destructor ends the right.
+class VakMembershipI {
+ public:
+  /// Throws VakModelError when another change has the right. `model` may be null.
+  explicit VakMembershipI(VakModelI* model);
+  ~VakMembershipI() {
+    if (_model != nullptr) _model->_isChanging = false;
+  }
+  VakMembershipI(const VakMembershipI&) = delete;
+  VakMembershipI& operator=(const VakMembershipI&) = delete;
+
+ private:
+  VakModelI* _model;  ///< Not owned; null for none.
+};
+
 /// Variables that join a model on behalf of a change, and leave it again unless the change is kept.
+///
+/// Threads: confined to the thread that changes the model.
+/// Phases: open, from before the change until it was told to everybody; not from within a report of
+///     the same model.
+/// Gives back: the destructor takes the joining back unless it was kept.
 class VakJoiningI {
  public:
   /// `model` may be null: then nobody joins anything.
-  explicit VakJoiningI(VakModelI* model) : _model(model) {
+  explicit VakJoiningI(VakModelI* model) : _membership(model), _model(model) {
     if (_model == nullptr) return;
     _model->tidy();
     _from = _model->_variables.size();
@@ -207,6 +245,7 @@ class VakJoiningI {
   [[nodiscard]] VakModelI* getModel() const { return _model; }
 
  private:
+  VakMembershipI _membership;
   VakModelI* _model;  ///< Not owned; null when there is nothing to take back.
   VakInt _from = 0;   ///< Places of variables before the first one joined.
 };

@@ -1,11 +1,13 @@
 // What leaves a model and lives on.
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 #include "vakmodel/model_impl.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 
 namespace {
 
@@ -26,10 +28,10 @@ void VakModelI::throwAbsent(const VakExtractableI* object) const {
 
 /// The removal of variables. Until the report is over, their terms stay linked with the coefficient
 /// 0, so that they find back to their places.
-class VakModelI::Removal {
+class VakModelI::Removal final : private VakUnsettledI {
  public:
   Removal(VakModelI* model, std::span<VakModelVarI* const> variables)
-      : _model(model), _variables(variables) {
+      : _membership(model), _model(model), _variables(variables) {
     _places.reserve(variables.size());
     for (const VakModelVarI* variable : variables) {
       VakCheckUsable(variable, model->_env, model);
@@ -55,7 +57,14 @@ class VakModelI::Removal {
       _model->_placeOf.set(_variables[i]->id, _places[i] + 1);
       _model->_variables.restore(_places[i], _variables[i]);
     }
-    for (std::size_t i = 0; i < _terms.size(); ++i) _terms[i]->coef = _coefs[i].coef;
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < _terms.size(); ++i) {
+      if (_coefs[i].linear == nullptr) continue;
+      _terms[i]->coef = _coefs[i].coef;
+      _coefs[kept++] = _coefs[i];
+    }
+    _coefs.resize(kept);
+    _terms.clear();
     VakReportAgain(_model->_env, _model, VakAddChange(_model, {_variables, {}, nullptr}, _coefs));
   }
 
@@ -63,12 +72,23 @@ class VakModelI::Removal {
     VakLinearI* last = nullptr;
     for (const VakCoefI& coef : _coefs) {
       auto* linear = static_cast<VakLinearI*>(coef.linear);
-      if (linear != last) linear->_terms.dropZeros(_model->_env);
+      if (linear != nullptr && linear != last) linear->_terms.dropZeros(_model->_env);
       last = linear;
     }
   }
 
  private:
+  [[nodiscard]] bool holds(const VakExtractableI* e) const noexcept override {
+    return e == _model || std::find(_variables.begin(), _variables.end(), e) != _variables.end();
+  }
+
+  // An object that a listener ended has no terms to be brought back or dropped.
+  void forget(const VakExtractableI* owner) noexcept override {
+    for (VakCoefI& coef : _coefs) {
+      if (coef.linear == owner) coef.linear = nullptr;
+    }
+  }
+
   // Variables are told apart by their places, negative while they are collected.
   void collectTerms() {
     const auto mark = [this](bool leaving) {
@@ -92,11 +112,12 @@ class VakModelI::Removal {
     mark(false);
   }
 
+  VakMembershipI _membership;
   VakModelI* _model;
   std::span<VakModelVarI* const> _variables;
   std::vector<std::int32_t> _places;        // By variable: its place.
   std::vector<VakNumLinExprTermI*> _terms;  // All terms of the variables in the model.
-  std::vector<VakCoefI> _coefs;             // What they were.
+  std::vector<VakCoefI> _coefs;             // What they were; of no object when that ended.
 };
 
 void VakModelI::remove(std::span<VakModelVarI* const> variables) {
@@ -116,6 +137,7 @@ void VakModelI::remove(std::span<VakModelVarI* const> variables) {
 void VakModelI::remove(std::span<VakConstraintI* const> constraints) {
   VakCheckUsable(this, _env, nullptr);
   if (constraints.empty()) return;
+  const VakMembershipI membership(this);
   std::vector<std::int32_t> places;
   if (constraints.size() > 1) places.reserve(constraints.size());
   for (const VakConstraintI* constraint : constraints) {
@@ -124,6 +146,7 @@ void VakModelI::remove(std::span<VakConstraintI* const> constraints) {
     if (constraints.size() > 1) places.push_back(constraint->_place);
   }
   if (constraints.size() > 1) checkDifferent(this, places);
+  const VakUnsettledObjectsI unsettled(constraints, this);
   for (VakConstraintI* constraint : constraints) forget(constraint);
   const VakMembersView members{{}, constraints, nullptr};
   try {
@@ -142,6 +165,9 @@ void VakModelI::removeObjective(VakObjectiveI* objective) {
   VakCheckUsable(this, _env, nullptr);
   VakCheckUsable(objective, _env, this);
   if (_objective != objective) throwAbsent(objective);
+  const VakMembershipI membership(this);
+  const std::array<VakObjectiveI*, 1> objects = {objective};
+  const VakUnsettledObjectsI unsettled(objects, this);
   setObjective(nullptr);
   const VakMembersView members{{}, {}, objective};
   try {

@@ -10,7 +10,11 @@
 #include "vakmodel/fwd.h"
 
 /// Objects of class T, not owned, in plain memory or in a list of extractables. Valid as long as
-/// that memory; the elements are not null. T must be complete where elements are read.
+/// that memory. An object in a list that ends meanwhile leaves a null element behind, which
+/// iterators pass over. T must be complete where elements are read.
+///
+/// Threads: read-shared, as the memory that it looks at.
+/// Phases: open, as long as that memory; in a report of a change as long as the report.
 template <class T>
 class VakObjectsView {
  public:
@@ -23,16 +27,25 @@ class VakObjectsView {
     using reference = T*;
 
     Iterator() = default;
-    Iterator(const VakObjectsView* view, VakInt index) : _view(view), _index(index) {}
+    Iterator(const VakObjectsView* view, VakInt index) : _view(view), _index(index) { pass(); }
     T* operator*() const { return (*_view)[_index]; }
     Iterator& operator++() {
       ++_index;
+      pass();
       return *this;
     }
-    Iterator operator++(int) { return Iterator(_view, _index++); }
+    Iterator operator++(int) {
+      const Iterator before = *this;
+      ++*this;
+      return before;
+    }
     friend bool operator==(Iterator a, Iterator b) { return a._index == b._index; }
 
    private:
+    void pass() {
+      while (_index < _view->size() && (*_view)[_index] == nullptr) ++_index;
+    }
+
     const VakObjectsView* _view = nullptr;
     VakInt _index = 0;
   };
@@ -46,6 +59,7 @@ class VakObjectsView {
   VakObjectsView(const VakBlockList<VakExtractableI*>* list, VakInt from, VakInt to)
       : _list(list), _from(from), _size(to - from) {}
 
+  /// Number of elements, null ones included.
   [[nodiscard]] VakInt size() const { return _size; }
   [[nodiscard]] bool empty() const { return _size == 0; }
   [[nodiscard]] T* operator[](VakInt i) const {

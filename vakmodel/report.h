@@ -23,5 +23,8 @@ inline void VakReport(VakEnvI* env, const VakExtractableI* e, const VakChange& c
 }
 
 /// Reports what was taken back after a report that threw, `e` as in VakEnvI::change or null.
-/// Whatever is thrown is dropped: the first exception counts.
+/// Whatever is thrown is dropped, since the first exception counts, and keeps no algorithm from
+/// being told.
 void VakReportAgain(VakEnvI* env, const VakExtractableI* e, const VakChange& change) noexcept;
+/// True while that goes on in this thread: who refuses now has not got the state back.
+[[nodiscard]] bool VakIsReportingAgain() noexcept;

@@ -42,10 +42,8 @@ void VakTermListI::dropZeros(VakEnvI* env) {
   }
 }
 
-void VakTermListI::cut(VakEnvI* env, Mark mark) {
-  while (_first != mark.first) env->recycleTerm(takeFirst());
-  _highest = mark.highest;
-  _size = mark.size;
+void VakTermListI::cut(VakEnvI* env, VakInt count) {
+  for (; count > 0; --count) env->recycleTerm(takeFirst());
 }
 
 void VakTermListI::swap(VakTermListI& other) noexcept {

@@ -24,15 +24,12 @@
 /// Invariant, which check() proves: `_size` terms from `_first` along `next`; no variable occurs
 /// twice and no coefficient is 0, but for a change that is being reported; no variable lies above
 /// `_highest`.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
+/// Gives back: its release function gives the terms back to the environment.
 class VakTermListI {
  public:
-  /// The beginning of a list.
-  struct Mark {
-    VakNumLinExprTermI* first = nullptr;
-    const VakNumVarI* highest = nullptr;
-    std::int32_t size = 0;
-  };
-
   VakTermListI() = default;
   VakTermListI(const VakTermListI&) = delete;
   VakTermListI& operator=(const VakTermListI&) = delete;
@@ -58,15 +55,15 @@ class VakTermListI {
   VakNumLinExprTermI* unlinkAfter(VakNumLinExprTermI* before);
   /// Gives back the terms whose coefficient is 0.
   void dropZeros(VakEnvI* env);
-  /// Where the list begins now, for cut().
-  [[nodiscard]] Mark mark() const { return {_first, _highest, _size}; }
-  /// Gives back the terms that were prepended since mark(); nothing else may have happened
-  /// meanwhile.
-  void cut(VakEnvI* env, Mark mark);
+  /// Gives back the first `count` terms, which must be there.
+  void cut(VakEnvI* env, VakInt count);
   /// Exchanges the terms of two lists of one environment.
   void swap(VakTermListI& other) noexcept;
   /// Gives all terms back.
-  void clear(VakEnvI* env) { cut(env, Mark()); }
+  void clear(VakEnvI* env) {
+    cut(env, _size);
+    _highest = nullptr;
+  }
   /// Gives the terms of hidden variables back and tells whether there were any.
   bool removeHidden(VakEnvI* env);
 
@@ -90,6 +87,9 @@ static_assert(sizeof(VakTermListI) == 24);
 
 /// A list that gives its terms back: terms that are made before it is known that nothing can fail
 /// any more, or that are no longer needed.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 struct VakOwnTermsI : VakTermListI {
   explicit VakOwnTermsI(VakEnvI* e) : env(e) {}
   ~VakOwnTermsI() { clear(env); }

@@ -8,6 +8,7 @@
 #include "vakmodel/env_check.h"
 #include "vakmodel/object_text.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 #include "vakmodel/variable_array.h"
 #include "vakmodel/variable_impl.h"
 
@@ -108,7 +109,7 @@ namespace {
 template <class Change, class ValuesOf>
 void changeAll(std::span<const VakNumVar> vars, ValuesOf valuesOf) {
   if (vars.empty()) return;
-  VakEnvI* env = vars.front().getEnv().getImpl();
+  VakEnvI* env = vars.front().checked()->_env;
   std::vector<VakModelVarI*> variables;
   variables.reserve(vars.size());
   for (std::size_t i = 0; i < vars.size(); ++i) {
@@ -127,6 +128,7 @@ void changeAll(std::span<const VakNumVar> vars, ValuesOf valuesOf) {
       before.pop_back();
     }
   };
+  const VakUnsettledObjectsI unsettled(variables);
   const Change change(variables);
   bool isReporting = false;
   try {

@@ -14,6 +14,10 @@
 ///
 ///   VakNumVarArray x(env, 100, 0, 1, VakVarKind::Boolean);
 ///   model.add(VakSum(x) == 1);
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: end(), which leaves the elements as they are.
 class VakNumVarArray : public VakArray<VakNumVar> {
  public:
   /// An empty handle.
@@ -29,6 +33,9 @@ class VakNumVarArray : public VakArray<VakNumVar> {
   /// A new array of as many new variables as there are bounds; the spans must be equally long.
   VakNumVarArray(VakEnv env, std::span<const VakNum> lbs, std::span<const VakNum> ubs,
                  VakVarKind kind = VakVarKind::Continuous);
+
+  /// Number of elements; 0 for an empty handle.
+  [[nodiscard]] VakInt getSize() const { return _impl == nullptr ? 0 : _impl->_size; }
 
   [[nodiscard]] friend VakArrayIterator<VakNumVar> begin(VakNumVarArray a) { return a.first(); }
   [[nodiscard]] friend VakArrayIterator<VakNumVar> end(VakNumVarArray a) { return a.behindLast(); }

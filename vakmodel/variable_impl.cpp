@@ -1,5 +1,6 @@
 #include "vakmodel/variable_impl.h"
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -10,6 +11,7 @@
 #include "vakmodel/changes.h"
 #include "vakmodel/debugger.h"
 #include "vakmodel/report.h"
+#include "vakmodel/unsettled.h"
 
 namespace {
 
@@ -117,8 +119,9 @@ void VakModelVarI::changeBounds(VakNum lb, VakNum ub) {
   const State before = getState();
   if (before.lb == lb && before.ub == ub) return;
   assign(getKind(), lb, ub);
-  VakModelVarI* const self = this;
-  const VakBoundsChange change(std::span<VakModelVarI* const>(&self, 1));
+  const std::array<VakModelVarI*, 1> self = {this};
+  const VakUnsettledObjectsI unsettled(self);
+  const VakBoundsChange change(self);
   try {
     VakReport(_env, this, change);
   } catch (...) {
@@ -134,8 +137,9 @@ void VakModelVarI::setKind(VakVarKind kind) {
   CheckBounds(this, kind, before.lb, before.ub);
   if (getKind() == kind) return;
   assign(kind, before.lb, before.ub);
-  VakModelVarI* const self = this;
-  const VakKindChange change(std::span<VakModelVarI* const>(&self, 1));
+  const std::array<VakModelVarI*, 1> self = {this};
+  const VakUnsettledObjectsI unsettled(self);
+  const VakKindChange change(self);
   try {
     VakReport(_env, this, change);
   } catch (...) {

@@ -21,12 +21,20 @@
 #include "vakmodel/object_text.h"
 
 /// Bounds that belong to one variable.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 struct VakOwnBoundsI {
   VakNum lb;
   VakNum ub;
 };
 
 /// A variable of the modelling layer. Made with Make; ends as every extractable does.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakModelVarI final : public VakNumVarI {
   VAK_RTTI(VakModelVarI, VakNumVarI);
 
@@ -46,7 +54,9 @@ class VakModelVarI final : public VakNumVarI {
   }
 
   /// For Make: kind and bounds as the word above. Takes bounds of its own over.
-  VakModelVarI(VakEnvI* env, std::uintptr_t domain) : VakNumVarI(env), _domain(domain) {}
+  VakModelVarI(VakEnvI* env, std::uintptr_t domain) : VakNumVarI(env), _domain(domain) {
+    enterSlot();
+  }
   ~VakModelVarI() noexcept(false) override;
 
   [[nodiscard]] VakVarKind getKind() const { return static_cast<VakVarKind>(_domain & KindBits); }

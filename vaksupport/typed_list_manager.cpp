@@ -15,13 +15,6 @@ namespace {
 
 constexpr VakInt FirstBuckets = 16;  // a power of two, which doubling keeps
 
-// Memory of an environment, as VakConstructIn wants it.
-struct EnvMemory {
-  VakEnvI* env;
-  [[nodiscard]] void* take(unsigned long size) const { return VakAllocateIn(env, size); }
-  void giveBack(void* p, unsigned long size) const { VakFreeIn(env, p, size); }
-};
-
 bool descendsFrom(VakTypeInfo type, VakTypeInfo ancestor) {
   while (type != nullptr && type != ancestor) type = VakGetBaseTypeInfo(type);
   return type != nullptr;
@@ -247,7 +240,7 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
 };
 
 void VakTypedListManager::switchOn(VakEnvI* env) {
-  if (_lists == nullptr) _lists = VakConstructIn<Lists>(EnvMemory{env}, env);
+  if (_lists == nullptr) _lists = VakConstructIn<Lists>(VakNamedEnvMemory{env}, env);
 }
 
 void VakTypedListManager::add(VakExtractableI* e) { _lists->add(e); }

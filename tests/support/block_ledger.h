@@ -1,5 +1,6 @@
-// Which blocks are handed out and how large they are.
 #pragma once
+
+// Which blocks are handed out and how large they are.
 
 #include <map>
 #include <new>

@@ -1,5 +1,6 @@
-// A memory manager of no environment that checks the size of every block that comes back.
 #pragma once
+
+// A memory manager of no environment that checks the size of every block that comes back.
 
 #include <cstdlib>
 #include <set>

@@ -1,5 +1,6 @@
-// A local environment that checks the size of every block that comes back.
 #pragma once
+
+// A local environment that checks the size of every block that comes back.
 
 #include "tests/support/block_ledger.h"
 #include "vakenv/core/environment_impl.h"

@@ -1,5 +1,6 @@
-// A recursive mutex that counts, so that a test can say how often something locks.
 #pragma once
+
+// A recursive mutex that counts, so that a test can say how often something locks.
 
 #include <atomic>
 #include <mutex>

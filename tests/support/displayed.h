@@ -1,5 +1,6 @@
-// What displaying and printing write, as a string.
 #pragma once
+
+// What displaying and printing write, as a string.
 
 #include <gtest/gtest.h>
 

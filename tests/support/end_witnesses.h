@@ -1,6 +1,7 @@
+#pragma once
+
 // User objects of every kind that the end of an environment deletes. Each writes down what it sees
 // of the environment when it goes, and throws if it is told to.
-#pragma once
 
 #include <string>
 #include <vector>

@@ -1,6 +1,7 @@
+#pragma once
+
 // Chooses the memory mode of the environments that a test creates from then on. A test that calls
 // none of these runs in the mode of its process, and has to pass in both.
-#pragma once
 
 #include <cstdlib>
 

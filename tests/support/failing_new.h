@@ -1,11 +1,14 @@
+#pragma once
+
 // Makes the n-th call of the global operator new fail, for tests of what happens then.
 //
 // A test program that links `vak_test_failing_new` has all forms of the global operators new and
 // delete replaced by ones that count. Unless a `VakFailingNew` lives they behave as ever.
-#pragma once
 
 #include <cstddef>
 #include <exception>
+
+#include "vakbase/slab_cache.h"
 
 /// Told of every block that comes from and goes back to the global operators while it lives. Its
 /// functions must not use the heap themselves. One thread at a time; at most one observer lives.
@@ -22,13 +25,34 @@ class VakHeapObserver {
   virtual void givenBack(void* block) noexcept = 0;
 };
 
+/// How often the chosen call fails.
+enum class VakFailureSpan { Once, FromThenOn };
+
+/// Whose calls are counted and can fail.
+enum class VakNewCallers {
+  All,      ///< Everybody's.
+  Program,  ///< Those of the program itself, the static libraries in it included; not those of shared
+            ///< libraries, which may be unable to live without memory.
+};
+
+/// While it lives, calls of this thread are neither counted nor let fail.
+class VakSparedNew {
+ public:
+  VakSparedNew() noexcept;
+  VakSparedNew(const VakSparedNew&) = delete;
+  VakSparedNew& operator=(const VakSparedNew&) = delete;
+  ~VakSparedNew();
+};
+
 /// While it lives, counts the calls of the global operator new in all threads and lets one of them
 /// throw `std::bad_alloc` (or return null, in the forms that do not throw). At most one lives at a
 /// time.
 class VakFailingNew {
  public:
-  /// Lets call number `failAt` fail, counted from 1; with 0 none fails and calls are only counted.
-  explicit VakFailingNew(long failAt) noexcept;
+  /// Lets call number `failAt` fail, counted from 1, and with `FromThenOn` all that follow it; with
+  /// 0 none fails and calls are only counted.
+  explicit VakFailingNew(long failAt, VakFailureSpan span = VakFailureSpan::Once,
+                         VakNewCallers callers = VakNewCallers::All) noexcept;
   VakFailingNew(const VakFailingNew&) = delete;
   VakFailingNew& operator=(const VakFailingNew&) = delete;
   ~VakFailingNew();
@@ -50,9 +74,11 @@ class VakFailingNew {
 /// Runs `attempt` again and again, the k-th time with the k-th call of operator new failing, until
 /// it runs without reaching a failure; then whatever it throws is thrown on. After each failure,
 /// with operator new as ever, calls `afterFailure` with what `attempt` threw (null if nothing).
-/// Returns the number of failures.
+/// Returns the number of failures. Switches the slab cache off for good, so that every attempt asks
+/// operator new for the same.
 template <typename Attempt, typename AfterFailure>
 long VakFailEachNew(Attempt attempt, AfterFailure afterFailure) {
+  VakSetSlabCacheLimit(0);
   for (long failAt = 1;; ++failAt) {
     std::exception_ptr thrown;
     bool hasFailed = false;

@@ -1,5 +1,6 @@
-// The two kinds of hash tables behind one face, for tests that hold for both.
 #pragma once
+
+// The two kinds of hash tables behind one face, for tests that hold for both.
 
 #include <map>
 #include <sstream>

@@ -1,6 +1,7 @@
+#pragma once
+
 // Hash and equality functions for tests of the hash tables: well behaved ones, and a probe that
 // fails at a chosen call.
-#pragma once
 
 #include <stdexcept>
 

@@ -1,6 +1,7 @@
+#pragma once
+
 // What came from and went back to the global operators new and delete during a stretch of a test.
 // A program that includes this links vak_test_failing_new.
-#pragma once
 
 #include <algorithm>
 #include <array>

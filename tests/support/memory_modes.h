@@ -1,5 +1,6 @@
-// Runs the tests of a parameterised suite with pooled memory and without.
 #pragma once
+
+// Runs the tests of a parameterised suite with pooled memory and without.
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
+#pragma once
+
 // An algorithm that writes down in words what changes of a model it is told of, and refuses what a
 // test wants it to refuse.
-#pragma once
 
 #include <functional>
 #include <sstream>

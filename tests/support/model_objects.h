@@ -1,5 +1,6 @@
-// Modelling objects whose behaviour a test writes down in a script.
 #pragma once
+
+// Modelling objects whose behaviour a test writes down in a script.
 
 #include <functional>
 #include <string>

@@ -1,6 +1,7 @@
+#pragma once
+
 // The three owners of properties, each as an object named `owner` whose memory comes from the
 // environment `env`: for typed tests of what they have in common.
-#pragma once
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-// A local environment that writes down what comes its way.
 #pragma once
+
+// A local environment that writes down what comes its way.
 
 #include <string>
 #include <vector>

@@ -1,5 +1,6 @@
-// An environment that ends with the scope of a test.
 #pragma once
+
+// An environment that ends with the scope of a test.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-// Algorithms, notified plug-ins and changes whose behaviour a test writes down.
 #pragma once
+
+// Algorithms, notified plug-ins and changes whose behaviour a test writes down.
 
 #include <functional>
 #include <string>

@@ -1,5 +1,6 @@
-// A deleter that writes down what it is asked, and can refuse.
 #pragma once
+
+// A deleter that writes down what it is asked, and can refuse.
 
 #include <stdexcept>
 #include <string>

@@ -1,5 +1,6 @@
-// The classes of the environment component that take part in the type system.
 #pragma once
+
+// The classes of the environment component that take part in the type system.
 
 #include <vector>
 

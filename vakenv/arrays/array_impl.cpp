@@ -27,6 +27,18 @@ VakInt addCounts(VakInt a, VakInt b) {
   return sum;
 }
 
+// Moves a run, which may overlap its old place. Removing at the front moves one element from chunk
+// to chunk, which is not worth a call.
+void moveBytes(char* to, const char* from, unsigned long bytes) {
+  if (bytes != sizeof(VakNum)) {
+    std::memmove(to, from, bytes);
+    return;
+  }
+  VakNum element;
+  std::memcpy(&element, from, sizeof(element));
+  std::memcpy(to, &element, sizeof(element));
+}
+
 }  // namespace
 
 // ---- Construction -------------------------------------------------------------------------------
@@ -308,7 +320,7 @@ void VakArrayI::copyRuns(VakInt to, const VakArrayI* other, VakInt from, VakInt 
   while (n > 0) {
     const VakInt run = std::min(
         {n, longestRun, chunkLength() - (to & _mod), other->chunkLength() - (from & other->_mod)});
-    std::memmove(element(to), other->element(from), static_cast<unsigned long>(run * _elementSize));
+    moveBytes(element(to), other->element(from), static_cast<unsigned long>(run * _elementSize));
     to += run;
     from += run;
     n -= run;

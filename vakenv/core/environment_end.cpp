@@ -34,59 +34,26 @@ class Raised {
 
 }  // namespace
 
-// A step that walks a list of user objects is entered again after a user destructor threw, because
-// the object that threw has left the list; every other step is over once it was entered.
+// The steps in their order. One that walks a list of user objects is entered again after a user
+// destructor threw, because the object that threw has left the list; every other one is over once
+// it was entered.
+const VakEnvI::EndStep VakEnvI::EndStepList[EndSteps] = {
+    {&VakEnvI::endExtension, false},   {&VakEnvI::endDestroyables, true},
+    {&VakEnvI::endAlgorithms, true},   {&VakEnvI::forgetExpander, false},
+    {&VakEnvI::endTypedLists, false},  {&VakEnvI::unsetDeleter, false},
+    {&VakEnvI::endExtractables, true}, {&VakEnvI::endIdentifiers, false},
+    {&VakEnvI::endDomains, false},     {&VakEnvI::endRandom, false},
+    {&VakEnvI::endPlugIns, true},      {&VakEnvI::endManagers, false},
+    {&VakEnvI::endSymbols, false},     {&VakEnvI::endTerms, false},
+    {&VakEnvI::endAllocator, false},   {&VakEnvI::endMarksAndLocalEnv, false}};
+
 void VakEnvI::end() {
   while (_endedSteps < EndSteps) {
-    const VakInt step = _endedSteps + 1;
-    const bool walksUserObjects = step == 2 || step == 3 || step == 7 || step == 11;
-    if (!walksUserObjects) _endedSteps = step;
-    runEndStep(step);
-    _endedSteps = step;
-  }
-}
-
-void VakEnvI::runEndStep(VakInt step) {
-  switch (step) {
-    case 1:
-      return endExtension();
-    case 2:
-      return endDestroyables();
-    case 3:
-      return endAlgorithms();
-    case 4:
-      _expander = nullptr;
-      return;  // it is an algorithm and ended as one
-    case 5:
-      return _typedLists.end(this);
-    case 6:
-      return unsetDeleter();
-    case 7:
-      return endExtractables();
-    case 8:
-      _registry.references.end();
-      return _idManager->end();
-    case 9:
-      return endDomains();
-    case 10:
-      delete _random;
-      return;
-    case 11:
-      return endPlugIns();
-    case 12:
-      return endManagers();
-    case 13:
-      delete _symbolTable;
-      return;
-    case 14:
-      delete _termAllocator;
-      return;
-    case 15:
-      _life.end();
-      delete _allocator;
-      return;
-    default:
-      return endMarksAndLocalEnv();
+    const EndStep& step = EndStepList[_endedSteps];
+    const VakInt done = _endedSteps + 1;
+    if (!step.walksUserObjects) _endedSteps = done;
+    (this->*step.run)();
+    _endedSteps = done;
   }
 }
 
@@ -99,6 +66,27 @@ void VakEnvI::endDestroyables() {
   }
   delete _destroyables;
   _destroyables = nullptr;
+}
+
+// The expander is an algorithm and ended as one.
+void VakEnvI::forgetExpander() { _expander = nullptr; }
+
+void VakEnvI::endTypedLists() { _typedLists.end(this); }
+
+void VakEnvI::endIdentifiers() {
+  _registry.references.end();
+  _idManager->end();
+}
+
+void VakEnvI::endRandom() { delete _random; }
+
+void VakEnvI::endSymbols() { delete _symbolTable; }
+
+void VakEnvI::endTerms() { delete _termAllocator; }
+
+void VakEnvI::endAllocator() {
+  _life.end();
+  delete _allocator;
 }
 
 // An algorithm that does not detach itself, or throws before it does, is unlinked here, so that the

@@ -36,6 +36,16 @@
 ///
 /// One thread uses an environment unless a member says otherwise. Its destructor ends it and may
 /// throw what user destructors throw.
+///
+/// Threads: read-shared, as VakEnv says; get functions that make something on first use
+///     (createRandom, getExpander, getModelEvaluator, getClone, getMarkArray) change. In
+///     thread-safe mode allocate, giveBack, init, finit, newTerm, recycleTerm, createRandom,
+///     getMarkArray, releaseMarkArray, addDestroyable and removeDestroyable may be called by
+///     several threads.
+/// Phases: open, and in destructors while end() runs as far as the part that serves them has not
+///     gone; see the steps in environment_end.cpp.
+/// Gives back: end() or `delete`; giveBack takes back allocate, strFree strDup, recycleTerm
+///     newTerm, releaseMarkArray getMarkArray, unlockCloning lockCloning, finit init.
 class VakEnvI {
  public:
   static constexpr VakInt TermSize = 24;  ///< Bytes of one term record.
@@ -325,14 +335,26 @@ class VakEnvI {
  private:
   void makeServices();
   void makeTermAllocator();
-  void runEndStep(VakInt step);
+  /// A step of end().
+  struct EndStep {
+    void (VakEnvI::*run)();
+    bool walksUserObjects;  ///< Entered again when a user destructor throws in it.
+  };
+  static const EndStep EndStepList[EndSteps];
   void endExtension();
   void endDestroyables();
   void endAlgorithms();
+  void forgetExpander();
+  void endTypedLists();
   void endExtractables();
+  void endIdentifiers();
   void endDomains();
+  void endRandom();
   void endPlugIns();
   void endManagers();
+  void endSymbols();
+  void endTerms();
+  void endAllocator();
   void endMarksAndLocalEnv();
   // Strikes `e`, whose registration ends, wherever the registry would go on to use it.
   void forgetExtractable(const VakExtractableI* e);

@@ -1,6 +1,7 @@
 #include "vakenv/memory/env_object.h"
 
 #include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/destroying.h"
 #include "vakenv/memory/memory_manager.h"
 #include "vakenv/memory/tarn_alloc.h"
 
@@ -23,16 +24,12 @@ VakMemoryManager VakEnvObjectI::getMemoryManager() const { return _env->_allocat
 void VakEnvObjectI::operator delete(VakEnvObjectI* object, std::destroying_delete_t,
                                     std::size_t size) noexcept(false) {
   VakEnvI* env = object->_env;
-  void* whole = dynamic_cast<void*>(object);
-  object->~VakEnvObjectI();
-  giveBack(env, whole, size);
+  VakDestroyAndGiveBack(object, size, [env](void* p, unsigned long n) { giveBack(env, p, n); });
 }
 
 void VakEnvObjectI::operator delete(void* p, unsigned long size) noexcept(false) {
   giveBack(static_cast<VakEnvObjectI*>(p)->_env, p, size);
 }
-
-VakRttiEnvObjectI::VakRttiEnvObjectI(VakEnvI* env) : _env(env) {}
 
 VakRttiEnvObjectI::~VakRttiEnvObjectI() noexcept(false) = default;
 
@@ -41,9 +38,7 @@ VakMemoryManager VakRttiEnvObjectI::getMemoryManager() const { return _env->_all
 void VakRttiEnvObjectI::operator delete(VakRttiEnvObjectI* object, std::destroying_delete_t,
                                         std::size_t size) noexcept(false) {
   VakEnvI* env = object->_env;
-  void* whole = dynamic_cast<void*>(object);
-  object->~VakRttiEnvObjectI();
-  giveBack(env, whole, size);
+  VakDestroyAndGiveBack(object, size, [env](void* p, unsigned long n) { giveBack(env, p, n); });
 }
 
 void VakRttiEnvObjectI::operator delete(void* p, unsigned long size) noexcept(false) {

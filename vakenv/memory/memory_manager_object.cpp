@@ -1,5 +1,6 @@
 #include "vakenv/memory/memory_manager_object.h"
 
+#include "vakenv/memory/destroying.h"
 #include "vakenv/memory/env.h"
 #include "vakenv/memory/gen_alloc.h"
 
@@ -16,9 +17,7 @@ void VakMemoryManagerObjectI::operator delete(VakMemoryManagerObjectI* object,
                                               std::destroying_delete_t,
                                               std::size_t size) noexcept(false) {
   VakGenAlloc* manager = object->_memoryManager;
-  void* whole = dynamic_cast<void*>(object);
-  object->~VakMemoryManagerObjectI();
-  manager->free(whole, size);
+  VakDestroyAndGiveBack(object, size, [manager](void* p, unsigned long n) { manager->free(p, n); });
 }
 
 void VakMemoryManagerObjectI::operator delete(void* p, unsigned long size) noexcept(false) {
@@ -38,9 +37,9 @@ void VakRttiMemoryManagerObjectI::operator delete(VakRttiMemoryManagerObjectI* o
                                                   std::destroying_delete_t,
                                                   std::size_t size) noexcept(false) {
   VakGenAlloc* manager = object->_memoryManager;
-  void* whole = dynamic_cast<void*>(object);
-  object->~VakRttiMemoryManagerObjectI();
-  if (manager != nullptr) manager->free(whole, size);
+  VakDestroyAndGiveBack(object, size, [manager](void* p, unsigned long n) {
+    if (manager != nullptr) manager->free(p, n);
+  });
 }
 
 void VakRttiMemoryManagerObjectI::operator delete(void* p, unsigned long size) noexcept(false) {

@@ -25,9 +25,7 @@ VakEnvI& tested(VakEnv env, const char* name) {
 
 VakEnvI& tested(VakEnv env, VakNamedProperty property) {
   VakEnvI& impl = tested(env);
-  if (property.getImpl() == nullptr) {
-    throw VakEmptyHandleException("VakNamedProperty: Using empty handle");
-  }
+  property.requireImpl();
   return impl;
 }
 

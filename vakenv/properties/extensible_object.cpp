@@ -18,9 +18,6 @@ VakExtensibleRttiMemoryManagerObjectI::~VakExtensibleRttiMemoryManagerObjectI() 
   if (_extension != nullptr) slot().end();
 }
 
-VakExtensibleRttiEnvObjectI::VakExtensibleRttiEnvObjectI(VakEnvI* env)
-    : VakRttiEnvObjectI(env), _extension(nullptr) {}
-
 // An object that never needed an extension may have a null environment, so the allocator is asked
 // for only when there is something to give back.
 VakExtensibleRttiEnvObjectI::~VakExtensibleRttiEnvObjectI() noexcept(false) {

@@ -10,9 +10,7 @@
 namespace {
 
 VakNamedPropertyI* required(VakNamedProperty property) {
-  if (property.getImpl() == nullptr) {
-    throw VakEmptyHandleException("VakNamedProperty: Using empty handle");
-  }
+  property.requireImpl();
   return property.getImpl();
 }
 

@@ -11,14 +11,21 @@ namespace {
 using Refusal = VakAlgorithm::CannotChangeException;
 
 // Adds what `later` refused to the first refusal. An array that both share is neither appended nor
-// given back; a first refusal without an array takes over the later one.
+// given back; a first refusal without an array takes over the later one. When memory runs out, nobody
+// will hear of either refusal, so both arrays are given back.
 void merge(Refusal& first, Refusal& later) {
   if (first._extractables == later._extractables) return;
   if (first._extractables.getImpl() == nullptr) {
     first._extractables = later._extractables;
     return;
   }
-  first._extractables.add(later._extractables);
+  try {
+    first._extractables.add(later._extractables);
+  } catch (...) {
+    later.end();
+    first.end();
+    throw;
+  }
   later.end();
 }
 
@@ -47,13 +54,13 @@ void tellAlgorithms(VakEnvI* env, Tell tell) {
 }  // namespace
 
 void VakEnvI::change(const VakExtractableI* e, const VakChange& c) {
-  _plugInManager->apply(c, e);
+  if (_plugInManager->notified != nullptr) _plugInManager->apply(c, e);
   if (_algorithms == nullptr) return;
   tellAlgorithms(this, [e, &c](VakAlgorithmI* algorithm) { algorithm->change(c, e); });
 }
 
 void VakEnvI::change(const VakChange& c) {
-  _plugInManager->apply(c, nullptr);
+  if (_plugInManager->notified != nullptr) _plugInManager->apply(c, nullptr);
   if (_algorithms == nullptr) return;
   tellAlgorithms(this, [&c](VakAlgorithmI* algorithm) { algorithm->change(c); });
 }

@@ -1,28 +1,37 @@
 #include "vakenv/registry/destroyable.h"
 
-#include <cstdint>
+#include <atomic>
 
 #include "vakbase/fault_text.h"
 #include "vakenv/core/environment_impl.h"
 
 namespace {
 
-constexpr int HashShift = 5;  // neighbouring objects share the lower bits of their addresses
+// Several threads make and delete objects only in thread-safe mode. One thread reads and writes the
+// count, since an atomic sum costs more than all else that is done for an object.
+void count(VakEnvI& env, VakInt difference) {
+  std::atomic<VakInt>& live = env._registry.liveDestroyables;
+  if (env._localEnv != nullptr) {
+    live += difference;
+  } else {
+    live.store(live.load(std::memory_order_relaxed) + difference, std::memory_order_relaxed);
+  }
+}
 
 }  // namespace
 
 VakDestroyableI::VakDestroyableI(VakEnvI* env) : VakRttiEnvObjectI(env) {
   if (env->_localEnv == nullptr) env->addDestroyable(this);
-  ++env->_registry.liveDestroyables;
+  count(*env, 1);
 }
 
 VakDestroyableI::~VakDestroyableI() noexcept(false) {
-  --_env->_registry.liveDestroyables;
+  count(*_env, -1);
   _env->removeDestroyable(this);
 }
 
 VakDestroyableList::VakDestroyableList(VakEnvI* environment)
-    : env(environment), first(nullptr), table(&HashPointer, &ComparePointers, 1) {}
+    : env(environment), first(nullptr), table(VakHashAddress, VakCompareAddresses, 1) {}
 
 VakDestroyableList::~VakDestroyableList() {
   while (first != nullptr) {
@@ -59,8 +68,7 @@ bool VakDestroyableList::remove(VakDestroyableI* d) {
   Element* element = nullptr;
   {
     const auto lock = guard();
-    if (table.find(d, element) != VakHashDone) return false;
-    table.remove(d);
+    if (table.take(d, element) != VakHashDone) return false;
     if (element->prev != nullptr) element->prev->next = element->next;
     if (element->next != nullptr) element->next->prev = element->prev;
     if (first == element) first = element->next;
@@ -109,12 +117,11 @@ std::string VakDestroyableList::check() const {
 }
 
 VakInt VakDestroyableList::HashPointer(VakDestroyableI* p, VakInt size) {
-  const auto address = reinterpret_cast<std::uintptr_t>(p);
-  return static_cast<VakInt>((address >> HashShift) & static_cast<std::uintptr_t>(size - 1));
+  return VakHashAddress(p, size);
 }
 
 VakInt VakDestroyableList::ComparePointers(VakDestroyableI* a, VakDestroyableI* b) {
-  return a == b ? 1 : 0;
+  return VakCompareAddresses(a, b);
 }
 
 std::unique_lock<std::mutex> VakDestroyableList::guard() const {

@@ -1,7 +1,5 @@
 #include "vakenv/registry/recycle_bin.h"
 
-#include <cstdint>
-
 #include "vakbase/fault_text.h"
 #include "vakbase/memory_inspection.h"
 #include "vakenv/core/environment_impl.h"
@@ -10,12 +8,6 @@
 #include "vakenv/memory/tarn_alloc.h"
 #include "vakmodel/contract/change.h"
 #include "vakmodel/contract/extractable.h"
-
-namespace {
-
-constexpr int HashShift = 5;  // neighbouring objects share the lower bits of their addresses
-
-}  // namespace
 
 VakRecycleBinI::VakRecycleBinI(VakEnvI* env)
     : releaseMode(0), destroyed(&HashExtractable, &CompareExtractables, 1) {
@@ -117,12 +109,11 @@ std::string VakRecycleBinI::checkList(const char* name, VakExtractableArray arra
 }
 
 VakInt VakRecycleBinI::HashExtractable(VakExtractableI* p, VakInt size) {
-  const auto address = reinterpret_cast<std::uintptr_t>(p);
-  return static_cast<VakInt>((address >> HashShift) & static_cast<std::uintptr_t>(size - 1));
+  return VakHashAddress(p, size);
 }
 
 VakInt VakRecycleBinI::CompareExtractables(VakExtractableI* a, VakExtractableI* b) {
-  return a == b ? 1 : 0;
+  return VakCompareAddresses(a, b);
 }
 
 // Table and size are read afresh for every identifier, because a removal operation may make the

@@ -28,8 +28,10 @@ inline constexpr VakInt VakHashPresent = 2;
 /// A table that holds more items than this for each bucket doubles the number of its buckets.
 inline constexpr VakInt VakHashItemsPerBucket = 2;
 
-/// A rehash asks for the items of the bucket this far ahead, so that they are there in time.
-inline constexpr VakInt VakHashLookahead = 16;
+/// A rehash asks for the first items of the bucket this far ahead, for the second items of the one
+/// at two thirds of the way and for the third items at one third, so that each is there when it is
+/// asked where the next one lies.
+inline constexpr VakInt VakHashLookahead = 24;
 
 /// More buckets than this cannot be addressed.
 inline constexpr VakInt VakHashMaxBuckets = VakInt{1} << 59;
@@ -49,6 +51,9 @@ template <class K>
 }
 
 /// One entry of a table, owned by it.
+/// Threads: confined, as its table is.
+/// Phases: any, while its table lives and keeps it.
+/// Gives back: the table's removal and end.
 template <class K, class V>
 class VakHashItem {
  public:
@@ -80,6 +85,8 @@ class VakHashItem {
 /// What a hash or equality function throws passes on unchanged, and the table then holds what it
 /// held before, perhaps in another order within its chains; so it is when memory runs out. The
 /// functions must answer the same for the same arguments and must not change the table.
+/// Threads: read-shared, as the table that derives from it.
+/// Phases: any, as long as the memory of that table serves.
 template <class Table, class K, class V>
 class VakChainedTable {
  public:
@@ -121,15 +128,13 @@ class VakChainedTable {
   /// Unlinks and frees the item of `key`: VakHashDone, or VakHashNotFound. Makes the buckets if
   /// there are none; never takes buckets away. Throws what add() throws. Constant time.
   VakInt remove(K key) {
-    Table& table = self();
-    requireBuckets();
-    Item** link = linkOf(table._buckets + indexOf(key, table._size), key);
-    if (link == nullptr) return VakHashNotFound;
-    Item* item = *link;
-    *link = item->_next;
-    table.giveItem(item);
-    --table._nbItems;
-    return VakHashDone;
+    return removeItem(std::move(key), [](V&&) {});
+  }
+
+  /// As remove(), and writes the value that was there to `value`, which stays as it is when there
+  /// was none.
+  VakInt take(K key, V& value) {
+    return removeItem(std::move(key), [&value](V&& taken) { value = std::move(taken); });
   }
 
   /// Rehashes into `newSize` buckets, in these steps:
@@ -255,6 +260,20 @@ class VakChainedTable {
     return nullptr;
   }
 
+  template <class Use>
+  VakInt removeItem(K key, Use use) {
+    Table& table = self();
+    requireBuckets();
+    Item** link = linkOf(table._buckets + indexOf(key, table._size), key);
+    if (link == nullptr) return VakHashNotFound;
+    Item* item = *link;
+    use(std::move(item->_value));
+    *link = item->_next;
+    table.giveItem(item);
+    --table._nbItems;
+    return VakHashDone;
+  }
+
   [[nodiscard]] bool hasEqualKeys(const Item* chain) const {
     for (const Item* item = chain; item != nullptr; item = item->_next) {
       for (const Item* other = item->_next; other != nullptr; other = other->_next) {
@@ -282,12 +301,17 @@ class VakChainedTable {
     }
   }
 
-  // Brings the items of a later bucket near while those of bucket `b` are looked at.
+  // Brings the items of later buckets near while those of bucket `b` are looked at. Chains are of
+  // two items on the whole when a table is full.
   void lookAhead(VakInt b) const {
     const Table& table = self();
-    if (b + VakHashLookahead < table._size) {
-      __builtin_prefetch(table._buckets[b + VakHashLookahead]);
-    }
+    if (b + VakHashLookahead >= table._size) return;
+    Item* const* later = table._buckets + b;
+    __builtin_prefetch(later[VakHashLookahead]);
+    const Item* second = later[2 * VakHashLookahead / 3];
+    if (second != nullptr) __builtin_prefetch(second->_next);
+    const Item* third = later[VakHashLookahead / 3];
+    if (third != nullptr && third->_next != nullptr) __builtin_prefetch(third->_next->_next);
   }
 
   void checkIndices(VakInt newSize) const {

@@ -19,8 +19,6 @@ VakInt VakRtti::getTypeIndex() const { return 0; }
 
 VakTypeInfo VakRtti::getTypeInfo() const { return GetTypeInfo(); }
 
-VakInt VakRtti::isType(VakTypeInfo type) const { return type == GetTypeInfo() ? 1 : 0; }
-
 void VakRtti::AssignTypeIndex(VakInt& index) {
   const VakMutexGuard guard(VakEnvI::Mutex);
   std::atomic_ref<VakInt> word(index);

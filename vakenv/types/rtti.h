@@ -30,6 +30,10 @@ using VakTypeInfo = void (*)();
 inline void VakKeepDistinct(const VakInt& word) { asm volatile("" : : "r"(&word)); }
 
 /// Root of the type system. It has no data; destructors below it may throw.
+///
+/// Threads: thread safe for asking what an object is; that several threads ask a class for its
+///     index first takes the process-wide mutex. Else as the class that derives from it says.
+/// Phases: any.
 class VakRtti {
  public:
   virtual ~VakRtti() noexcept(false);
@@ -40,7 +44,9 @@ class VakRtti {
   [[nodiscard]] virtual VakTypeInfo getTypeInfo() const;
   /// 1 if the object's class is the one `type` stands for or has it among its declared parents,
   /// else 0. One comparison per level.
-  [[nodiscard]] virtual VakInt isType(VakTypeInfo type) const;
+  [[nodiscard]] virtual VakInt isType(VakTypeInfo type) const {
+    return type == VakRtti::GetTypeInfo() ? 1 : 0;
+  }
   /// The name of the object's class, of static lifetime.
   [[nodiscard]] virtual const char* getRttiTypeName() const = 0;
   /// The size in bytes of the whole object.

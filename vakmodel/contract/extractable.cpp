@@ -1,5 +1,7 @@
 #include "vakmodel/contract/extractable.h"
 
+#include <mutex>
+
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 
@@ -20,6 +22,13 @@ bool VakExtractableI::IsHidden(const VakExtractableI* e) {
   if (e == nullptr) return false;
   const VakIdManager* ids = e->_env->_idManager;
   return ids->isInTable(e->id) && ids->isHidden(e->id);
+}
+
+void VakExtractableI::enterSlot() {
+  if (_env->_localEnv == nullptr) return;
+  const std::scoped_lock lock(_env->_registry.slotsLock);
+  const VakIdManager* ids = _env->_idManager;
+  if (ids->isInTable(id) && ids->_data[id] == nullptr) ids->_data[id] = this;
 }
 
 void VakExtractableI::unregister() {

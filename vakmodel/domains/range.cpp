@@ -10,13 +10,6 @@
 
 namespace {
 
-/// Memory of an environment, as VakConstructIn wants it.
-struct EnvMemory {
-  VakEnvI* env;  ///< Not owned, never null.
-  [[nodiscard]] void* take(unsigned long size) const { return VakAllocateIn(env, size); }
-  void giveBack(void* p, unsigned long size) const { VakFreeIn(env, p, size); }
-};
-
 // Spreads every bit of `word` over the whole result, so that bounds that differ in a few bits,
 // as whole numbers stored as floating-point numbers do, end in different buckets.
 std::uint64_t mixed(std::uint64_t word) {
@@ -47,7 +40,7 @@ VakIntRangeI::VakIntRangeI(VakEnvI* env, VakInt lb, VakInt ub)
 VakIntRangeI::~VakIntRangeI() noexcept(false) = default;
 
 VakIntRangeI* VakIntRangeI::makeKey(VakEnvI* env) const {
-  return VakConstructIn<VakIntRangeI>(EnvMemory{env}, env, _lb, _ub);
+  return VakConstructIn<VakIntRangeI>(VakNamedEnvMemory{env}, env, _lb, _ub);
 }
 
 VakNumRangeI::VakNumRangeI(VakEnvI* env, VakNum lb, VakNum ub)
@@ -56,7 +49,7 @@ VakNumRangeI::VakNumRangeI(VakEnvI* env, VakNum lb, VakNum ub)
 VakNumRangeI::~VakNumRangeI() noexcept(false) = default;
 
 VakNumRangeI* VakNumRangeI::makeKey(VakEnvI* env) const {
-  return VakConstructIn<VakNumRangeI>(EnvMemory{env}, env, _lb, _ub);
+  return VakConstructIn<VakNumRangeI>(VakNamedEnvMemory{env}, env, _lb, _ub);
 }
 
 VakInt VakIntDomainHashFunction(VakIntRangeI* range, VakInt size) {

@@ -11,6 +11,7 @@
 #include "tests/support/checked_build.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/memory_modes.h"
+#include "vakbase/slab_cache.h"
 
 namespace {
 
@@ -146,6 +147,7 @@ TEST_P(VakMemoryModes, ThrowsForSizesThatNoClassServesAndChangesNothing) {
 }
 
 TEST_P(VakMemoryModes, ReleasesEverythingThatIsOutstandingWhenItEnds) {
+  VakSetSlabCacheLimit(0);
   const long blocks = VakFailingNew::CountBlocks();
   {
     VakMemory memory(GetParam());

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -14,7 +15,9 @@
 
 namespace {
 
-constexpr auto Slab = static_cast<VakInt>(VakSlabCache::SlabBytes);
+/// Bytes of the largest slabs, and of all smaller slabs that may wait: 64 KiB, 128 KiB, ... 2 MiB.
+constexpr VakInt Slab = VakInt{4} * 1024 * 1024;
+constexpr VakInt SmallerSlabs = Slab - static_cast<VakInt>(VakSlabCache::SmallestBytes);
 
 /// Takes objects of 64 bytes until the pool has obtained at least `bytes` bytes.
 void grow(VakMemory& memory, long bytes) {
@@ -43,19 +46,44 @@ TEST_F(SlabCache, IsEmptyUntilAPoolEnds) {
 }
 
 TEST_F(SlabCache, KeepsNothingOfASmallPool) {
-  growAndEnd(Slab / 2);
+  growAndEnd(60 * 1024);
   EXPECT_EQ(VakGetSlabCacheUsage(), 0);
 }
 
-TEST_F(SlabCache, KeepsTheLargestSlabsOfAPoolThatEnds) {
+TEST_F(SlabCache, KeepsTheSlabsOfAPoolThatEndsFrom64KiBOn) {
+  growAndEnd(64 * 1024);
+  EXPECT_EQ(VakGetSlabCacheUsage(), 64 * 1024);
   growAndEnd(3 * Slab);
-  EXPECT_EQ(VakGetSlabCacheUsage(), 3 * Slab);  // The smaller slabs fall just short of a fourth.
+  EXPECT_EQ(VakGetSlabCacheUsage(), SmallerSlabs + 3 * Slab);
+}
+
+TEST_F(SlabCache, KeepsLargeElements) {
+  const unsigned long size = 10'000'000;
+  {
+    VakMemory memory(1);
+    static_cast<void>(memory.allocate(size));
+  }
+  EXPECT_GE(VakGetSlabCacheUsage(), static_cast<VakInt>(size));
+  VakMemory memory(1);
+  const VakFailingNew heap(0);
+  static_cast<void>(memory.allocate(size));
+  EXPECT_EQ(heap.count(), 0);
+  EXPECT_EQ(VakGetSlabCacheUsage(), 0);
+}
+
+TEST_F(SlabCache, ServesNoRegionOfAnotherSize) {
+  void* region = VakSlabCache::Take(100'000);
+  VakSlabCache::GiveBack(region, 100'000);
+  void* larger = VakSlabCache::Take(100'008);  // Of the same size class.
+  EXPECT_EQ(VakGetSlabCacheUsage(), 100'000);
+  VakSlabCache::GiveBack(larger, 100'008);
+  EXPECT_EQ(VakGetSlabCacheUsage(), 200'008);
 }
 
 TEST_F(SlabCache, ServesTheNextPoolWithoutTheHeap) {
   growAndEnd(3 * Slab);
   VakMemory memory(1);
-  grow(memory, Slab - 4096);
+  grow(memory, 60 * 1024);
   const VakFailingNew heap(0);
   grow(memory, 3 * Slab);
   EXPECT_EQ(heap.count(), 0);
@@ -76,22 +104,27 @@ TEST_F(SlabCache, LetsAPoolCountWaitingSlabsAsItCountsFreshOnes) {
 }
 
 TEST_F(SlabCache, NeverHoldsMoreThanItsLimit) {
-  VakSetSlabCacheLimit(2 * Slab + Slab / 2);
+  const VakInt limit = 2 * Slab + Slab / 2;
+  VakSetSlabCacheLimit(limit);
   growAndEnd(5 * Slab);
-  EXPECT_EQ(VakGetSlabCacheUsage(), 2 * Slab);
+  EXPECT_LE(VakGetSlabCacheUsage(), limit);
+  EXPECT_GT(VakGetSlabCacheUsage(), limit - static_cast<VakInt>(VakSlabCache::SmallestBytes));
 }
 
 TEST_F(SlabCache, HoldsAtMost128MiBAtFirst) {
   growAndEnd(40 * Slab);
-  EXPECT_EQ(VakGetSlabCacheUsage(), 128L * 1024 * 1024);
+  EXPECT_LE(VakGetSlabCacheUsage(), 128L * 1024 * 1024);
+  EXPECT_GE(VakGetSlabCacheUsage(), 124L * 1024 * 1024);
 }
 
-TEST_F(SlabCache, GivesBackWhatIsBeyondALowerLimit) {
-  growAndEnd(5 * Slab);
+TEST_F(SlabCache, IsEmptiedByALimitThatItExceeds) {
+  growAndEnd(2 * Slab);
+  VakSetSlabCacheLimit(SmallerSlabs + 2 * Slab);
+  EXPECT_EQ(VakGetSlabCacheUsage(), SmallerSlabs + 2 * Slab);
   const long before = VakFailingNew::CountBlocks();
-  VakSetSlabCacheLimit(Slab);
-  EXPECT_EQ(VakGetSlabCacheUsage(), Slab);
-  EXPECT_EQ(VakFailingNew::CountBlocks(), before - 4);
+  VakSetSlabCacheLimit(SmallerSlabs + 2 * Slab - 1);
+  EXPECT_EQ(VakGetSlabCacheUsage(), 0);
+  EXPECT_EQ(VakFailingNew::CountBlocks(), before - 8);
 }
 
 TEST_F(SlabCache, KeepsNothingWithALimitOf0OrLess) {
@@ -107,8 +140,8 @@ TEST_F(SlabCache, KeepsNothingWithALimitOf0OrLess) {
 TEST_F(SlabCache, GivesEverythingBackWhenItIsEmptied) {
   const long before = VakFailingNew::CountBlocks();
   growAndEnd(3 * Slab);
-  EXPECT_EQ(VakFailingNew::CountBlocks(), before + 3);
-  EXPECT_EQ(VakEmptySlabCache(), 3 * Slab);
+  EXPECT_EQ(VakFailingNew::CountBlocks(), before + 6 + 3);
+  EXPECT_EQ(VakEmptySlabCache(), SmallerSlabs + 3 * Slab);
   EXPECT_EQ(VakFailingNew::CountBlocks(), before);
   EXPECT_EQ(VakGetSlabCacheUsage(), 0);
   EXPECT_EQ(VakEmptySlabCache(), 0);
@@ -126,15 +159,15 @@ TEST_F(SlabCache, ServesPoolsOfSeveralThreadsAtOnce) {
   std::thread second(work);
   first.join();
   second.join();
-  EXPECT_EQ(VakGetSlabCacheUsage() % Slab, 0);
-  EXPECT_LE(VakGetSlabCacheUsage(), 6 * Slab);
+  EXPECT_GE(VakGetSlabCacheUsage(), SmallerSlabs + 3 * Slab);
+  EXPECT_LE(VakGetSlabCacheUsage(), 2 * (SmallerSlabs + 3 * Slab));
 }
 
 TEST(SlabCacheAnywhere, KeepsNothingOfAPoolThatDoesNotPool) {
   const long before = VakFailingNew::CountBlocks();
   {
     VakMemory memory(0);
-    for (int i = 0; i < 10; ++i) static_cast<void>(memory.allocate(VakSlabCache::SlabBytes));
+    for (int i = 0; i < 10; ++i) static_cast<void>(memory.allocate(VakSlabCache::HugeBytes));
   }
   EXPECT_EQ(VakGetSlabCacheUsage(), 0);
   EXPECT_EQ(VakFailingNew::CountBlocks(), before);
@@ -146,15 +179,22 @@ TEST(SlabCacheAnywhere, KeepsNothingUnderASanitizer) {
   EXPECT_EQ(VakGetSlabCacheUsage(), 0);
 }
 
-TEST(SlabCacheAnywhere, AlignsSlabsToHugePages) {
-  void* slab = VakSlabCache::Take();
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(slab) % VakSlabCache::Alignment, 0U);
-  VakSlabCache::GiveBack(slab);
+TEST(SlabCacheAnywhere, AlignsTheLargestSlabsToHugePages) {
+  void* slab = VakSlabCache::Take(Slab);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(slab) % VakSlabCache::HugeAlignment, 0U);
+  VakSlabCache::GiveBack(slab, Slab);
+}
+
+TEST(SlabCacheAnywhere, ThrowsForMoreThanThereIsAndChangesNothing) {
+  for (const unsigned long bytes : {1UL << 47, (1UL << 47) + 1, 1UL << 62}) {
+    EXPECT_THROW(static_cast<void>(VakSlabCache::Take(bytes)), std::bad_alloc) << bytes;
+  }
+  EXPECT_EQ(VakGetSlabCacheUsage(), 0);
 }
 
 TEST(SlabCacheAnywhere, ServesAnElementLargerThanASlabFromARegionOfItsOwn) {
   VakMemory memory(1);
-  const unsigned long size = 3 * VakSlabCache::SlabBytes;
+  const unsigned long size = 3 * VakSlabCache::HugeBytes;
   void* element = memory.allocate(size);
   EXPECT_EQ(memory.check(), "");
   EXPECT_GE(memory.getTotalMemoryUsage(), static_cast<long>(size));

@@ -1,6 +1,7 @@
+#pragma once
+
 // An algorithm whose problem is a copy of the model in plain containers, kept up to date by its
 // hooks.
-#pragma once
 
 #include <functional>
 #include <map>

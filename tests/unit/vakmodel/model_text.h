@@ -1,5 +1,6 @@
-// Models and exceptions as texts, to be compared whole.
 #pragma once
+
+// Models and exceptions as texts, to be compared whole.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-// A memory manager that reports every block an array gives back wrongly or not at all.
 #pragma once
+
+// A memory manager that reports every block an array gives back wrongly or not at all.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-// What the tests of arrays share.
 #pragma once
+
+// What the tests of arrays share.
 
 #include <gtest/gtest.h>
 

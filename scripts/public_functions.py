@@ -1,0 +1,147 @@
+#!/usr/bin/env python3
+"""Lists the public functions of the library's installed headers, one "Class::function" a line.
+
+Read from the headers that the modules' CMakeLists.txt name as HEADERS and EXTENSION_HEADERS. Overloads are
+one entry; a constructor is "Class::Class", a conversion "Class::operator_bool", a free function is named
+alone. Left out: destructors, deleted
+functions, what a class declares only to forbid or to place it (operators new and delete), and what the
+stamps of the type system add.
+
+usage: public_functions.py [ROOT]
+"""
+
+import re
+import sys
+from pathlib import Path
+
+TIERS = ("HEADERS", "EXTENSION_HEADERS")
+OPERATOR = r"operator\s*(?:\(\)|\[\]|->\*?|<=>|[-+*/%^&|~!=<>,]+|[A-Za-z_][\w:]*)"
+NAME_BEFORE_PARENTHESIS = re.compile(rf"({OPERATOR}|~?[A-Za-z_]\w*)\s*\(")
+
+
+def headers(root):
+    """The headers of both tiers."""
+    for lists in sorted(root.glob("vak*/**/CMakeLists.txt")):
+        text = re.sub(r"#.*", "", lists.read_text(encoding="utf-8"))
+        words = re.findall(r"[\w.]+", text)
+        tier = None
+        for word in words:
+            if word.isupper() and "." not in word:
+                tier = word
+            elif tier in TIERS and word.endswith(".h"):
+                yield lists.parent / word
+
+
+def strip(text):
+    """The text without comments, texts, preprocessor lines, attributes and stamps."""
+    text = re.sub(r"/\*.*?\*/", " ", text, flags=re.DOTALL)
+    text = re.sub(r"//[^\n]*", " ", text)
+    text = re.sub(r'"(?:\\.|[^"\\])*"', '""', text)
+    text = re.sub(r"'(?:\\.|[^'\\])'", "0", text)
+    text = re.sub(r"^[ \t]*#(?:.*\\\n)*.*$", " ", text, flags=re.MULTILINE)
+    text = re.sub(r"\[\[.*?\]\]", " ", text, flags=re.DOTALL)
+    return re.sub(r"\bVAK_RTTI\w*\([^)]*\);?", " public: ", text)
+
+
+def skip_balanced(text, start, opening, closing):
+    """The index behind the bracket that closes the one at `start`."""
+    depth = 0
+    for index in range(start, len(text)):
+        if text[index] == opening:
+            depth += 1
+        elif text[index] == closing:
+            depth -= 1
+            if depth == 0:
+                return index + 1
+    raise ValueError("unbalanced " + opening)
+
+
+def drop_templates(declaration):
+    """The declaration without its template heads and constraints."""
+    declaration = declaration.strip()
+    while declaration.startswith("template"):
+        declaration = declaration[skip_balanced(declaration, declaration.index("<"), "<", ">") :].strip()
+    match = re.match(r"requires\s*", declaration)
+    if match and declaration[match.end()] == "(":
+        return drop_templates(declaration[skip_balanced(declaration, match.end(), "(", ")") :])
+    if match:
+        rest = declaration[match.end() :]
+        name = re.match(r"[\w:]+\s*(?=<)", rest)
+        return drop_templates(rest[skip_balanced(rest, name.end(), "<", ">") :])
+    return declaration
+
+
+def declarations(body):
+    """Splits a scope into (head, inner body or None)."""
+    start = index = 0
+    while index < len(body):
+        character = body[index]
+        if character == "(":
+            index = skip_balanced(body, index, "(", ")")
+        elif character == ";":
+            yield body[start:index], None
+            start = index = index + 1
+        elif character == "{":
+            end = skip_balanced(body, index, "{", "}")
+            yield body[start:index], body[index + 1 : end - 1]
+            rest = re.match(r"\s*;", body[end:])
+            start = index = end + (rest.end() if rest else 0)
+        else:
+            index += 1
+
+
+def function_name(head):
+    """The name of the function that a declaration declares, or None."""
+    head = re.sub(r"\b(alignas|decltype|noexcept|explicit|static_assert)\s*\((?:[^()]|\([^()]*\))*\)", " ", head)
+    match = NAME_BEFORE_PARENTHESIS.search(head)
+    if not match or "=" in head[: match.start()].replace("==", "") or re.search(r"=\s*delete", head):
+        return None
+    name = re.sub(r"\s+", " ", match[1]).replace("operator ", "operator") if match[1].startswith("operator") else match[1]
+    if re.match(r"operator\s+[A-Za-z]", match[1]):
+        name = "operator_" + match[1].split()[1]
+    if name.startswith("~") or name in ("operator_new", "operator_delete"):
+        return None
+    return name
+
+
+def collect(body, scope, functions, public=True):
+    for head, inner in declarations(body):
+        while True:
+            label = re.match(r"\s*(public|private|protected)\s*:", head)
+            if not label:
+                break
+            public = label[1] == "public"
+            head = head[label.end() :]
+        head = drop_templates(head)
+        kind = re.match(r"(?:friend\s+)?(class|struct|enum|namespace|concept|using|typedef|extern)\b", head)
+        if kind and kind[1] in ("class", "struct"):
+            if inner is None or not public:
+                continue
+            name = re.match(r"(?:class|struct)\s+(?:alignas\([^)]*\)\s*)?([\w:]+)", head)[1]
+            collect(inner, scope + [name], functions, kind[1] == "struct")
+        elif kind and kind[1] == "namespace" and inner is not None:
+            continue
+        elif kind or not public or "inline constexpr" in head and "(" not in head:
+            continue
+        else:
+            name = function_name(head)
+            if name and (scope or name.startswith(("Vak", "operator", "intersect"))):
+                functions.add("::".join(scope + [name]))
+
+
+def public_functions(root):
+    functions = set()
+    for header in headers(root):
+        collect(strip(header.read_text(encoding="utf-8")), [], functions)
+    return functions
+
+
+def main(arguments):
+    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
+    for function in sorted(public_functions(root)):
+        print(function)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

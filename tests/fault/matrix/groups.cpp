@@ -1,0 +1,14 @@
+#include "tests/fault/matrix/groups.h"
+
+std::vector<VakFaultGroup> VakFaultGroups() {
+  return {
+      VakPoolFaults(),       VakEnvironmentFaults(), VakMemoryFaults(),   VakTableFaults(),
+      VakArrayFaults(),      VakSupportFaults(),     VakUtilityFaults(),  VakPropertyFaults(),
+      VakPlugInFaults(),     VakDomainFaults(),      VakRegistryFaults(), VakRemovalFaults(),
+      VakVariableFaults(),   VakExpressionFaults(),  VakModelFaults(),    VakAlgorithmFaults(),
+      VakInspectionFaults(),
+#ifdef VAK_WITH_SOLVER
+      VakSolverFaults(),
+#endif
+  };
+}
