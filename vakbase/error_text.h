@@ -1,5 +1,6 @@
-// The text of an exception that was made at run time.
 #pragma once
+
+// The text of an exception that was made at run time.
 
 #include <string_view>
 

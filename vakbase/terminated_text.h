@@ -1,5 +1,6 @@
-// Texts of a known length for those who want a terminator.
 #pragma once
+
+// Texts of a known length for those who want a terminator.
 
 #include <cstddef>
 #include <cstring>
