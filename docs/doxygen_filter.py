@@ -1,9 +1,14 @@
 #!/usr/bin/env python3
-"""Turns what the headers say in plain words into what Doxygen reads: the comment at the top of a file becomes
+"""Turns headers and pages into what Doxygen reads.
+
+Of what headers say in plain words, the comment at the top of a file becomes
 that of the file, and the contract of a class three paragraphs with titles. Names of headers in angle brackets are no tags. What tells the
 language's own templates of a class is left out, because Doxygen cannot place it.
 
-usage: doxygen_filter.py HEADER
+Pages of text refer to pictures by their file names alone, the guide's first page has the others below it in the
+order of its table, and the README is called so.
+
+usage: doxygen_filter.py FILE
 """
 
 import re
@@ -46,8 +51,22 @@ def convert_contracts(lines):
             yield line
 
 
+def convert_page(path, text):
+    text = re.sub(r"\]\((?:\.\./)?diagrams/(\w+\.svg)\)", r"](\1)", text)
+    if path.name == "README.md":
+        text = re.sub(r"^# .*", "# README", text)
+    if path.name == "index.md":
+        text = re.sub(r"\[([^\]]*)\]\((\w+)\.md\)", r'@subpage md_docs_guide_\2 "\1"', text)
+    return text
+
+
 def main(arguments):
-    text = SPECIALISATION.sub("", Path(arguments[0]).read_text(encoding="utf-8"))
+    path = Path(arguments[0])
+    text = path.read_text(encoding="utf-8")
+    if path.suffix == ".md":
+        sys.stdout.write(convert_page(path, text))
+        return
+    text = SPECIALISATION.sub("", text)
     lines = convert_contracts(convert_head(text.split("\n")))
     sys.stdout.write("\n".join(HEADER_NAME.sub(r"\1\\<\2\\>", line) for line in lines))
 
