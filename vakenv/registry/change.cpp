@@ -11,8 +11,8 @@ namespace {
 using Refusal = VakAlgorithm::CannotChangeException;
 
 // Adds what `later` refused to the first refusal. An array that both share is neither appended nor
-// given back; a first refusal without an array takes over the later one. When memory runs out, nobody
-// will hear of either refusal, so both arrays are given back.
+// given back; a first refusal without an array takes over the later one. When memory runs out,
+// nobody will hear of either refusal, so both arrays are given back.
 void merge(Refusal& first, Refusal& later) {
   if (first._extractables == later._extractables) return;
   if (first._extractables.getImpl() == nullptr) {
