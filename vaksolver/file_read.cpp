@@ -13,6 +13,8 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -74,7 +76,8 @@ class FaultListener final : public CoinMessageHandler {
     // "CoinLpIO::readLp(): " and the like.
     const auto scope = text.find("(): ");
     if (scope != std::string::npos && text.find(' ') > scope) text.erase(0, scope + 4);
-    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
     while (!text.empty() && (text.back() == ' ' || text.back() == '.')) text.pop_back();
     return text.empty() ? "the file cannot be understood" : text;
   }
@@ -91,6 +94,13 @@ std::string readContent(const char* file) {
   if (!std::filesystem::exists(status)) throw VakFileError(file, 0, "there is no such file");
   if (std::filesystem::is_directory(status)) throw VakFileError(file, 0, "this is a directory");
   std::string content;
+  if (!std::filesystem::is_regular_file(status)) {
+    // The libraries open a file twice, and of a pipe nothing is left for the second time.
+    std::ifstream in(file, std::ios::binary);
+    if (!in) throw VakFileError(file, 0, "the file cannot be opened for reading");
+    content.assign(std::istreambuf_iterator<char>(in), {});
+    return content;
+  }
   try {
     const std::unique_ptr<CoinFileInput> input(CoinFileInput::create(file));
     char block[1 << 16];

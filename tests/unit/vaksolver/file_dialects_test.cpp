@@ -1,6 +1,7 @@
 // What model files of other programs look like: layouts, kinds of rows and bounds, what is refused.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "tests/support/scoped_env.h"
 #include "vakmodel/modelling.h"
@@ -40,6 +42,7 @@ class Dialects : public testing::Test {
   }
   ~Dialects() override { std::filesystem::remove_all(_folder); }
 
+  [[nodiscard]] std::string path(const char* name) const { return _folder + '/' + name; }
   /// What the model is, or what is wrong with the file, without its folder.
   std::string read(const std::string& text, const char* name) {
     const std::string file = _folder + '/' + name;
@@ -243,6 +246,17 @@ TEST_F(Dialects, ThatAreCompressedAndDamagedAreRefused) {
   std::string other = whole;
   other[other.size() - 6] ^= 1;  // Part of the check sum.
   EXPECT_EQ(read(other, "t.mps.gz"), "t.mps.gz: the file is damaged");
+}
+
+TEST_F(Dialects, AreReadFromPipes) {
+  const std::string pipe = path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::thread writer([&] { std::ofstream(pipe, std::ios::binary) << Mps().text(); });
+  const VakScopedEnv fresh;
+  std::ostringstream out;
+  out << VakReadModel(fresh.env, pipe.c_str());
+  writer.join();
+  EXPECT_EQ(out.str(), PlainModel);
 }
 
 /// An LP file with this constraint.
