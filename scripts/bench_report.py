@@ -21,6 +21,9 @@ import sys
 from pathlib import Path
 
 HEAPS = "mimalloc jemalloc tcmalloc"
+BUILD = [("glpk_by_column", 3), ("coin_model_by_column", 4), ("clp_arrays", 1.1)]
+BUILD_SMALL_PAGES = [("glpk_by_column", 2), ("coin_model_by_column", 3), ("clp_arrays", 0.9)]
+BUILD_BYTES = [("glpk_by_column", 1.6), ("coin_model_by_column", 1.1), ("clp_arrays", 1.2)]
 # Title, subject with size, and for each group of peers the ratio that is aimed at. Of several peers the
 # fastest counts.
 TARGETS = [
@@ -61,6 +64,11 @@ TARGETS = [
     ("telling 1 observer", "tell_observers/1", [("boost_signals2", 15)]),
     ("telling 4 observers", "tell_observers/4", [("boost_signals2", 8)]),
     ("destroyables in and out", "destroyables_in_and_out/30000", [("list_with_index", 1.5)]),
+    ("model, 100,000 columns", "build_from_arrays/100000", BUILD),
+    ("model, 1,000,000 columns", "build_from_arrays/1000000", BUILD),
+    ("model, 100,000, no huge pages", "build_from_arrays_small_pages/100000", BUILD_SMALL_PAGES),
+    ("model, 1,000,000, no huge pages", "build_from_arrays_small_pages/1000000", BUILD_SMALL_PAGES),
+    ("peak bytes a column", "build_from_arrays_bytes/1000000", BUILD_BYTES),
     ("one bound, nobody told", "change_bound_untold", [("glpk", 1.0)]),
     ("one bound, one algorithm told", "change_bound_told", [("glpk", 0.5)]),
 ]
@@ -87,6 +95,8 @@ def read_times(directory):
                 print(f"{row['name']}: {row['error_message']}", file=sys.stderr)
                 continue
             times["/".join(parts[:1] + parts[2:])][parts[1]].append(1e9 / row["items_per_second"])
+            if "bytes" in row:
+                times["/".join([parts[0] + "_bytes"] + parts[2:])][parts[1]].append(row["bytes"])
     return times
 
 

@@ -15,6 +15,10 @@
 /// still outstanding when that list is destroyed. Not safe for concurrent use.
 ///
 /// Invariant: for every header `h` of the ring, `h._next->_previous == h._previous->_next == &h`.
+///
+/// Threads: confined to one thread at a time; several objects are independent of each other.
+/// Phases: any: it knows no environment.
+/// Gives back: deallocation takes elements back one by one; the list's end takes the rest.
 class VakAllocationList {
  public:
   VakAllocationList() noexcept : _ring{&_ring, &_ring} {}

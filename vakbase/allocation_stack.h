@@ -17,6 +17,10 @@
 ///
 /// Invariant: `_current` has blocks or is the lowest chunk, and at most one chunk stands above it,
 /// kept empty so that work at the edge of a chunk does not go to the heap each time.
+///
+/// Threads: confined to one thread at a time; several objects are independent of each other.
+/// Phases: any: it knows no environment.
+/// Gives back: free takes back what alloc gave, with the same size; the stack's end takes the rest.
 class VakAllocationStack {
  public:
   VakAllocationStack() noexcept = default;

@@ -43,6 +43,9 @@ enum class VakMemoryFault {
 };
 
 /// One misuse of memory.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 struct VakMemoryDefect {
   VakMemoryFault fault;  ///< What happened.
   const void* element;   ///< Where: the address that was given back or is hurt.

@@ -14,6 +14,11 @@
 ///
 /// The message is kept as the pointer that was given, never copied, and a copy of the exception
 /// holds the same pointer. Invariant: _flag != 0 exactly while the exception owns its message.
+///
+/// Threads: confined to the thread that throws and the ones that it is handed on to, one after the
+///     other.
+/// Phases: any; an exception may outlive its environment, what it refers to does not.
+/// Gives back: end() takes back what some exceptions carry, as their comments say.
 class VakExceptionBase {
  public:
   virtual ~VakExceptionBase();
@@ -40,6 +45,10 @@ class VakExceptionBase {
 };
 
 /// Base of every exception that the library throws, also caught as std::exception.
+///
+/// Threads: confined, as VakExceptionBase says; this holds for every exception.
+/// Phases: any; an exception may outlive its environment, the objects that it names do not.
+/// Gives back: end() takes back what some exceptions carry, as their comments say.
 class VakException : public VakExceptionBase, public std::exception {
  public:
   /// Keeps `message`. With `flag` 0 it has to outlive the exception, as a literal does. With any

@@ -26,6 +26,10 @@ class VakMemory;
 /// (`_pooled != 0 || _free == nullptr`) and holds elements of `_elementSize` bytes; `_bytesInUse`
 /// is the element size times the difference of elements taken here and given back here, so it is
 /// negative after taking back others' elements.
+///
+/// Threads: confined to one thread at a time; several objects are independent of each other.
+/// Phases: any, while the pool it draws blocks from lives.
+/// Gives back: deallocate takes back what allocate gave; blocks end with the pool.
 class VakFixedSizeAllocatorI {
  public:
   /// Makes a pooled allocator without elements. `elementSize` is rounded up to whole words, since a

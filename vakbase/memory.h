@@ -37,6 +37,11 @@
 ///
 /// Invariant: bytes obtained from the heap are never less than bytes in use; every free element of
 /// a class lies in a region, aligned, and in no other free element.
+///
+/// Threads: confined to one thread at a time; several objects are independent of each other.
+/// Phases: any: it knows no environment.
+/// Gives back: deallocate takes back what allocate gave, with the same size; the pool's end takes
+///     the rest.
 class VakMemory {
  public:
   static constexpr long LargestSize = static_cast<long>(VakSizeClasses::LargestSize);  ///< Bytes.

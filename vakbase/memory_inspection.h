@@ -16,6 +16,9 @@
 /// Made on the stack; valid until the pool is used again. It takes memory from the general heap
 /// only. Making it costs time and memory in the number of free elements (and of elements that are
 /// not pooled), times a logarithm for putting them in order. Throws `std::bad_alloc`.
+///
+/// Threads: confined to one thread at a time; several objects are independent of each other.
+/// Phases: any, until the pool it looked at is used again.
 class VakMemoryInspection {
  public:
   /// Looks at `memory` and at `others`, which draw their blocks from it.

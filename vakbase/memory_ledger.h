@@ -18,6 +18,9 @@ class VakMemory;
 
 /// Enters and strikes elements. Every function may be called by any thread; all take one lock.
 /// Running out of memory for the book ends the process.
+///
+/// Threads: thread safe.
+/// Phases: any.
 class VakMemoryLedger {
  public:
   /// An element that is in use.

@@ -7,6 +7,9 @@
 
 /// The size classes: 8 bytes apart up to 128 bytes, then four to a doubling up to 2^47, so that an
 /// element above 128 bytes exceeds its request by less than a quarter.
+///
+/// Threads: thread safe: it holds constants.
+/// Phases: any.
 struct VakSizeClasses {
   static constexpr unsigned long LargestSmallSize = 128;   ///< Up to here a class a word.
   static constexpr unsigned long LargestTableSize = 1024;  ///< Up to here the index is looked up.

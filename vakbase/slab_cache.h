@@ -30,6 +30,9 @@ void VakSetSlabCacheLimit(VakInt bytes) noexcept;
 /// any thread.
 ///
 /// Invariant: the bytes that wait are those of the waiting regions, and do not exceed the limit.
+///
+/// Threads: thread safe.
+/// Phases: any.
 class VakSlabCache {
  public:
   /// Smaller regions do not wait: the heap keeps such memory itself.

@@ -1,5 +1,6 @@
-// Texts of a known length for those who want a terminator.
 #pragma once
+
+// Texts of a known length for those who want a terminator.
 
 #include <cstddef>
 #include <cstring>
@@ -9,6 +10,9 @@
 /// A terminated copy of a text that lives as long as a call. Short texts are copied to the stack,
 /// longer ones to the heap. Whoever is given the pointer must not keep it. A text that holds a null
 /// character is read up to it, as everywhere in the library.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 class VakTerminatedText {
  public:
   static constexpr std::size_t ShortSize = 256;  ///< Bytes with the terminator.

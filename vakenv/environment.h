@@ -2,6 +2,35 @@
 
 // What an application includes for environments, memory managers, exceptions and multithreading.
 
+/// @page contracts Contracts of use
+///
+/// The comment of every class says in up to three lines who may use it, when, and what is owed for
+/// what it hands out. A function whose own comment says more or otherwise is an exception. A free
+/// function has the contract of the class of its first argument.
+///
+/// Threads:
+///   - *thread safe*: any thread, at any time;
+///   - *read-shared*: several threads at once may call what changes nothing (functions that begin
+///     with get, is, has, find, contains or count, comparisons, and loops over elements), as long
+///     as no thread changes anything in the environment meanwhile. What changes is confined;
+///   - *confined*: one thread at a time uses the object, and the environment that it belongs to.
+///     Handing it on to another thread takes what makes the one see the other's writes, such as
+///     joining a thread or a mutex.
+///
+/// In thread-safe mode (VakThreadSafeScope, VakEnv::useMTSafeAllocation, with a mutex installed
+/// before the environment is made) several threads may take and give back memory of one environment
+/// and make and delete objects of their own in it; everything else stays as it is said.
+///
+/// Phases, of the life of the environment that an object belongs to:
+///   - *any*: no environment that lives is needed;
+///   - *open*: from the return of its constructor to its end(), callbacks, listeners and, as far as
+///     the class says nothing else, destructors of user objects that run in end() included;
+///   - *told*: while listeners are told of a change; what the change is about can be read only;
+///   - *ending*: while end() runs, in the step that is named.
+///
+/// Gives back: which call takes back what was handed out. Where the line is missing nothing is
+/// owed.
+
 #include "vakbase/exception.h"
 #include "vakbase/globals.h"
 #include "vakbase/numbers.h"

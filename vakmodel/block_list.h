@@ -13,6 +13,9 @@
 
 /// A list of elements of a trivial type, in the memory of one environment, which the list must not
 /// outlive. Indices are not checked.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 template <class T>
 class VakBlockList {
  public:

@@ -38,6 +38,9 @@
 #include "vakmodel/objects_view.h"
 
 /// One coefficient of a matrix, as changes list it.
+///
+/// Threads: confined to the thread that reports the change.
+/// Phases: told: valid while a change is reported.
 struct VakCoefI {
   VakExtractableI* linear;  ///< The constraint, objective or stored expression.
   VakModelVarI* var;        ///< The variable.
@@ -45,6 +48,9 @@ struct VakCoefI {
 };
 
 /// Base of changes that list variables.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakVariablesChange : public VakChange {
   VAK_RTTI(VakVariablesChange, VakChange);
   /// The variables; one may be listed twice.
@@ -58,6 +64,9 @@ class VakVariablesChange : public VakChange {
 };
 
 /// Bounds of variables were touched.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakBoundsChange final : public VakVariablesChange {
   VAK_RTTI(VakBoundsChange, VakVariablesChange);
   explicit VakBoundsChange(std::span<VakModelVarI* const> variables)
@@ -65,6 +74,9 @@ class VakBoundsChange final : public VakVariablesChange {
 };
 
 /// Kinds of variables were touched.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakKindChange final : public VakVariablesChange {
   VAK_RTTI(VakKindChange, VakVariablesChange);
   explicit VakKindChange(std::span<VakModelVarI* const> variables)
@@ -72,6 +84,9 @@ class VakKindChange final : public VakVariablesChange {
 };
 
 /// Bounds of constraints were touched.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakRowBoundsChange final : public VakChange {
   VAK_RTTI(VakRowBoundsChange, VakChange);
   explicit VakRowBoundsChange(std::span<VakConstraintI* const> constraints)
@@ -84,6 +99,9 @@ class VakRowBoundsChange final : public VakChange {
 };
 
 /// Coefficients were touched. A variable among them may have joined the model by this change.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakCoefsChange final : public VakChange {
   VAK_RTTI(VakCoefsChange, VakChange);
   explicit VakCoefsChange(std::span<const VakCoefI> coefs) : _coefs(coefs) {}
@@ -95,6 +113,9 @@ class VakCoefsChange final : public VakChange {
 };
 
 /// Base of changes of one linear object: a constraint, an objective or a stored expression.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakLinearChange : public VakChange {
   VAK_RTTI(VakLinearChange, VakChange);
   /// The object; not null.
@@ -110,24 +131,36 @@ class VakLinearChange : public VakChange {
 /// All terms were touched: of a constraint, together with its bounds; of an objective, together
 /// with its constant and its sense; of a stored expression, together with its constant. Variables
 /// in them may have joined the model.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakTermsChange final : public VakLinearChange {
   VAK_RTTI(VakTermsChange, VakLinearChange);
   explicit VakTermsChange(VakExtractableI* linear) : VakLinearChange(linear) {}
 };
 
 /// The sense of an objective was touched.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakSenseChange final : public VakLinearChange {
   VAK_RTTI(VakSenseChange, VakLinearChange);
   explicit VakSenseChange(VakExtractableI* objective) : VakLinearChange(objective) {}
 };
 
 /// The constant of an objective was touched.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakConstantChange final : public VakLinearChange {
   VAK_RTTI(VakConstantChange, VakLinearChange);
   explicit VakConstantChange(VakExtractableI* objective) : VakLinearChange(objective) {}
 };
 
 /// Objects that joined or left a model.
+///
+/// Threads: confined to the thread that reports the change.
+/// Phases: told: valid while a change is reported.
 struct VakMembersView {
   VakObjectsView<VakModelVarI> variables;
   VakObjectsView<VakConstraintI> constraints;
@@ -135,6 +168,9 @@ struct VakMembersView {
 };
 
 /// Base of changes of what is in a model.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakMembersChange : public VakChange {
   VAK_RTTI(VakMembersChange, VakChange);
   /// The model; not null.
@@ -153,6 +189,9 @@ class VakMembersChange : public VakChange {
 /// Objects joined a model, in this order: variables (with those that joined through a constraint or
 /// an objective), constraints, objective; then the coefficients that variables got in constraints
 /// and in the objective that were in the model before.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakAddChange final : public VakMembersChange {
   VAK_RTTI(VakAddChange, VakMembersChange);
   VakAddChange(VakModelI* model, const VakMembersView& members,
@@ -166,6 +205,9 @@ class VakAddChange final : public VakMembersChange {
 
 /// Objects left a model; the terms of variables among them are gone from its constraints and its
 /// objective. The objects are alive.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakRemoveChange final : public VakMembersChange {
   VAK_RTTI(VakRemoveChange, VakMembersChange);
   VakRemoveChange(VakModelI* model, const VakMembersView& members)

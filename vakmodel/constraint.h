@@ -14,6 +14,11 @@
 /// A constant of the expression it is made from goes over to the bounds. Bounds are numbers, or
 /// plus or minus VakGetInfinity() where there is none; a constraint without any is a free row.
 /// Wrong bounds throw as for variables.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakConstraint : public VakLinear {
  public:
   VakConstraint() = default;

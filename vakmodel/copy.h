@@ -19,6 +19,9 @@
 #include "vakmodel/extractable.h"
 
 /// Which object became which. A plain value; it does not notice that objects end.
+///
+/// Threads: read-shared; a value.
+/// Phases: any; the objects that it names may have ended.
 class VakObjectMap {
  public:
   /// What `original` became, or an empty handle.
@@ -47,6 +50,10 @@ class VakObjectMap {
 /// originals of a copying operation come from one environment, and none of them ends before the
 /// operation when that is another one than the target. Copiers end before their target, in the
 /// reverse order of their making, on the thread of the target.
+///
+/// Threads: confined to the thread of the target; no other thread uses either environment.
+/// Phases: open in both environments; not while a change is told.
+/// Gives back: the destructor ends the operation; the copies stay, and end as other objects do.
 class VakCopier {
  public:
   /// A copying operation into `target`. Throws VakEmptyHandleException

@@ -18,6 +18,9 @@
 #include "vakmodel/model.h"
 
 /// How a model is written as text.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 struct VakDumpOptions {
   /// Characters after which a line is broken, between terms only.
   VakInt lineWidth = 80;
@@ -45,6 +48,9 @@ struct VakDumpOptions {
 void VakDumpModel(std::ostream& out, VakModel model, const VakDumpOptions& options = {});
 
 /// How models are drawn. Graphs of more than a few hundred nodes are hard to look at.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 struct VakGraphOptions {
   // How much is drawn of each model; a note says how much is not.
   VakInt mostVariables = 150;

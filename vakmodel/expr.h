@@ -28,6 +28,9 @@
 #include "vakmodel/variable.h"
 
 /// `coef` times `var`.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakTerm {
   VakTerm() = default;
   VakTerm(VakNumVar v, VakNum c) : var(v), coef(c) {}
@@ -38,6 +41,9 @@ struct VakTerm {
 
 /// A sum of terms and a constant. One thread at a time. When memory runs out (std::bad_alloc) the
 /// expression is as it was before.
+///
+/// Threads: confined; each thread may have its own, over variables that others read too.
+/// Phases: open, while the variables in it live; gone of itself.
 class VakExpr {
  public:
   /// Zero.

@@ -24,6 +24,11 @@
 ///
 /// With GCC 12, in `h = f()` an `f` that throws may leave `h` overwritten, a fault of that compiler
 /// with trivially copyable classes: do not read `h` afterwards in the same function.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakExtractable {
  public:
   VakExtractable() = default;

@@ -10,6 +10,9 @@
 
 /// The terms of a linear object in their order, for a range-based loop; each is a VakTerm. Changing
 /// the terms invalidates iterators. Walking costs nothing but the walk: no copy is made.
+///
+/// Threads: read-shared, as the object that is walked.
+/// Phases: open, until that object is changed or ends.
 class VakTermRange {
  public:
   class Iterator {
@@ -52,6 +55,11 @@ class VakTermRange {
 /// When the object is in a model, variables that are new to the model join it. Each change is
 /// reported once; when an algorithm refuses it or anything else throws, everything gets its old
 /// state back, whoever had accepted is told of that, and the exception passes on.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakLinear : public VakExtractable {
  public:
   VakLinear() = default;
@@ -80,6 +88,9 @@ class VakLinear : public VakExtractable {
 };
 
 /// One coefficient of a matrix: that of `var` in `linear`.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakCoef {
   VakLinear linear;
   VakNumVar var;

@@ -18,6 +18,11 @@
 /// An object that has terms and can be in a model.
 ///
 /// Invariant: while it is in a model, that model lists it, and every variable in the terms too.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakLinearI : public VakExtractableI {
   VAK_RTTI(VakLinearI, VakExtractableI);
 
@@ -53,6 +58,11 @@ class VakLinearI : public VakExtractableI {
 };
 
 /// A constraint.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakConstraintI final : public VakLinearI {
   VAK_RTTI(VakConstraintI, VakLinearI);
 
@@ -80,6 +90,11 @@ class VakConstraintI final : public VakLinearI {
 static_assert(sizeof(VakConstraintI) == 88);
 
 /// An objective.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakObjectiveI final : public VakLinearI {
   VAK_RTTI(VakObjectiveI, VakLinearI);
 
@@ -106,6 +121,11 @@ class VakObjectiveI final : public VakLinearI {
 };
 
 /// A stored expression.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: release() takes back use(); else as VakExtractableI.
 class VakNumLinExprI final : public VakNumExprI {
   VAK_RTTI(VakNumLinExprI, VakNumExprI);
 

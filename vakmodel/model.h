@@ -27,6 +27,9 @@
 /// Row (or column) number i has its entries at starts[i] up to starts[i + 1]: `members` says for
 /// each entry, by its index in a list given beside this, which variable (or constraint) it is for,
 /// and `coefs` its coefficient. What occurs twice in a row (or column) is added up.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakSparse {
   std::span<const VakInt> starts;  ///< One more than there are rows or columns; never falling.
   std::span<const int> members;    ///< Indices.
@@ -35,6 +38,9 @@ struct VakSparse {
 
 /// Columns to be made in one go; see VakModel::addColumns. Of an empty span every column gets the
 /// usual value.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakColumns {
   std::size_t count = 0;                ///< How many.
   std::span<const VakNum> lbs;          ///< `count` lower bounds; usually 0.
@@ -46,6 +52,9 @@ struct VakColumns {
 };
 
 /// Rows to be made in one go; see VakModel::addRows.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakRows {
   std::size_t count = 0;               ///< How many.
   std::span<const VakNum> lbs;         ///< `count` lower bounds; usually minus infinity.
@@ -64,6 +73,13 @@ struct VakRows {
 ///
 /// Memory: a variable takes 48 bytes, 16 more for bounds of its own, and 12 in each model; a
 /// constraint 88 and 8; a term 24; each object 8 more for its identifier.
+///
+/// Threads: read-shared; adding, removing and changing are for one thread at a time, also in
+///     thread-safe mode.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() ends the model with its constraints and its objective; remove() takes back
+///     add().
 class VakModel : public VakExtractable {
  public:
   template <class Handle>
@@ -157,6 +173,9 @@ class VakModel : public VakExtractable {
 };
 
 /// Walks over the places of a model's list, past the empty ones.
+///
+/// Threads: read-shared, as the object that is walked.
+/// Phases: open, until that object is changed or ends.
 class VakPlaceWalk {
  public:
   VakPlaceWalk() = default;

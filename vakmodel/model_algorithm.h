@@ -35,6 +35,12 @@
 /// needed. Hooks that are not overridden drop the problem, so an algorithm is right with load() and
 /// run() alone, and each further hook makes it faster. A hook, and run(), may end their own
 /// algorithm: it is detached at once and deleted when they have returned.
+///
+/// Threads: confined; only abort() is thread safe, signal handlers included. Hooks and run() are
+///     called on the thread that changes or solves.
+/// Phases: open; while it solves, extract, clear, solve and changes of its model throw
+///     VakNoChangeDuringSearchException.
+/// Gives back: end(), also from within hooks and run(); clear() takes back extract().
 class VakModelAlgorithmI : public VakAlgorithmI {
  public:
   static constexpr int ObjectiveRow = -1;

@@ -22,6 +22,9 @@
 #include "vakmodel/variable_impl.h"
 
 /// A list of members with empty places.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 class VakPlacesI : private VakBlockList<VakExtractableI*> {
  public:
   explicit VakPlacesI(VakEnvI* env) : VakBlockList(env) {}
@@ -79,6 +82,9 @@ class VakPlacesI : private VakBlockList<VakExtractableI*> {
 };
 
 /// From identifiers to small numbers, 0 for those never set.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 class VakIdTableI : private VakBlockList<std::int32_t> {
  public:
   explicit VakIdTableI(VakEnvI* env) : VakBlockList(env) {}
@@ -100,6 +106,11 @@ class VakIdTableI : private VakBlockList<std::int32_t> {
 /// Invariant, which check() proves: the model's lists, _placeOf and the places and models that
 /// constraints and the objective know agree; every variable in a term of the model is in
 /// _variables; the terms are sound (VakTermListI::check).
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakModelI final : public VakExtractableI {
   VAK_RTTI(VakModelI, VakExtractableI);
 
@@ -182,6 +193,11 @@ class VakModelI final : public VakExtractableI {
 
 /// The right to change what is in a model, from before the change until it was reported. Only one
 /// change at a time has it, because places are remembered meanwhile.
+///
+/// Threads: confined to the thread that changes the model.
+/// Phases: open, from before the change until it was told to everybody; not from within a report of
+///     the same model.
+/// Gives back: the destructor ends the right.
 class VakMembershipI {
  public:
   /// Throws VakModelError when another change has the right. `model` may be null.
@@ -197,6 +213,11 @@ class VakMembershipI {
 };
 
 /// Variables that join a model on behalf of a change, and leave it again unless the change is kept.
+///
+/// Threads: confined to the thread that changes the model.
+/// Phases: open, from before the change until it was told to everybody; not from within a report of
+///     the same model.
+/// Gives back: the destructor takes the joining back unless it was kept.
 class VakJoiningI {
  public:
   /// `model` may be null: then nobody joins anything.

@@ -10,6 +10,11 @@
 /// It is no part of any model. Where it stands in an expression, its terms are copied at that
 /// moment. A variable that is ended or removed from all leaves it like everything else. Wrong terms
 /// throw, and changes are reported, as for VakLinear.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakNumExpr : public VakExtractable {
  public:
   VakNumExpr() = default;

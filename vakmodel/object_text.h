@@ -12,6 +12,9 @@
 
 /// An object in words, as in: variable "x", constraint "capacity", variable #12. The number is the
 /// identifier. Holds its text itself; a long name is cut.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 class VakObjectText {
  public:
   /// `object` may be null, which gives `other`.

@@ -8,6 +8,11 @@
 #include "vakmodel/linear.h"
 
 /// Handle of an objective: terms and a constant to be minimised or maximised; see VakLinear.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakObjective : public VakLinear {
  public:
   VakObjective() = default;
@@ -36,6 +41,11 @@ class VakObjective : public VakLinear {
 };
 
 /// A new objective that is to be minimised.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakMinimize : public VakObjective {
  public:
   explicit VakMinimize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)
@@ -45,6 +55,11 @@ class VakMinimize : public VakObjective {
 };
 
 /// A new objective that is to be maximised.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakMaximize : public VakObjective {
  public:
   explicit VakMaximize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)

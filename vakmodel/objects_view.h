@@ -12,6 +12,9 @@
 /// Objects of class T, not owned, in plain memory or in a list of extractables. Valid as long as
 /// that memory. An object in a list that ends meanwhile leaves a null element behind, which
 /// iterators pass over. T must be complete where elements are read.
+///
+/// Threads: read-shared, as the memory that it looks at.
+/// Phases: open, as long as that memory; in a report of a change as long as the report.
 template <class T>
 class VakObjectsView {
  public:

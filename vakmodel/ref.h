@@ -55,6 +55,10 @@ class VakRefError : private VakErrorText, public VakWrongUsage {
 };
 
 /// What references to objects of all classes have in common; see VakRef.
+///
+/// Threads: read-shared, as the environment is; thread safe when it has ended.
+/// Phases: open to make one and to use the object; any to ask what became of it.
+/// Gives back: nothing: a reference keeps nothing alive.
 class VakAnyRef {
  public:
   VakAnyRef() = default;
@@ -97,6 +101,10 @@ class VakAnyRef {
 /// The first reference to an object makes a note of it in its environment, on the general heap;
 /// further ones and copies cost nothing. Asking costs a few loads. References follow the thread
 /// rule of their environment; when it has ended, they may be used from any thread.
+///
+/// Threads: read-shared, as the environment is; thread safe when it has ended.
+/// Phases: open to make one and to use the object; any to ask what became of it.
+/// Gives back: nothing: a reference keeps nothing alive.
 template <class Handle>
 class VakRef : public VakAnyRef {
   static_assert(std::derived_from<Handle, VakExtractable>, "a reference is to a modelling object");

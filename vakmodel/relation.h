@@ -13,6 +13,9 @@
 ///
 /// Invariant: at least one of the bounds was given; the other is infinite until a second comparison
 /// gives it.
+///
+/// Threads: confined; each thread may have its own, over variables that others read too.
+/// Phases: open, while the variables in it live; gone of itself.
 class VakRelation {
  public:
   VakRelation(VakNum lower, VakExpr expr, VakNum upper)

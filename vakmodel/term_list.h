@@ -24,6 +24,10 @@
 /// Invariant, which check() proves: `_size` terms from `_first` along `next`; no variable occurs
 /// twice and no coefficient is 0, but for a change that is being reported; no variable lies above
 /// `_highest`.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
+/// Gives back: its release function gives the terms back to the environment.
 class VakTermListI {
  public:
   VakTermListI() = default;
@@ -83,6 +87,9 @@ static_assert(sizeof(VakTermListI) == 24);
 
 /// A list that gives its terms back: terms that are made before it is known that nothing can fail
 /// any more, or that are no longer needed.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 struct VakOwnTermsI : VakTermListI {
   explicit VakOwnTermsI(VakEnvI* e) : env(e) {}
   ~VakOwnTermsI() { clear(env); }

@@ -30,6 +30,11 @@ std::ostream& operator<<(std::ostream& out, VakVarKind kind);
 ///
 /// Each change is reported once. When an algorithm refuses it or anything else throws, the variable
 /// gets its old state back, whoever had accepted is told of that, and the exception passes on.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakNumVar : public VakExtractable {
  public:
   VakNumVar() = default;
@@ -71,6 +76,11 @@ class VakNumVar : public VakExtractable {
 };
 
 /// Handle of a variable that was made as an integer one. It is a VakNumVar: setKind still applies.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakIntVar : public VakNumVar {
  public:
   VakIntVar() = default;
@@ -82,6 +92,11 @@ class VakIntVar : public VakNumVar {
 };
 
 /// Handle of a variable that was made as a Boolean one. It is a VakNumVar: setKind still applies.
+///
+/// Threads: read-shared; in thread-safe mode several threads may also make objects of their own.
+/// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
+///     it throws.
+/// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakBoolVar : public VakNumVar {
  public:
   VakBoolVar() = default;
@@ -91,6 +106,9 @@ class VakBoolVar : public VakNumVar {
 
 /// What `x == y` between variables gives: a relation that can be added to a model, and where a
 /// truth value is needed, whether both handles hold the same variable.
+///
+/// Threads: confined; each thread may have its own, over variables that others read too.
+/// Phases: open, while the variables in it live; gone of itself.
 class VakVarEquality {
  public:
   VakVarEquality(VakNumVar left, VakNumVar right) : _left(left), _right(right) {}

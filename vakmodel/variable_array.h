@@ -14,6 +14,10 @@
 ///
 ///   VakNumVarArray x(env, 100, 0, 1, VakVarKind::Boolean);
 ///   model.add(VakSum(x) == 1);
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: end(), which leaves the elements as they are.
 class VakNumVarArray : public VakArray<VakNumVar> {
  public:
   /// An empty handle.

@@ -21,12 +21,20 @@
 #include "vakmodel/object_text.h"
 
 /// Bounds that belong to one variable.
+///
+/// Threads: read-shared, as the object that it belongs to.
+/// Phases: open, as long as that object.
 struct VakOwnBoundsI {
   VakNum lb;
   VakNum ub;
 };
 
 /// A variable of the modelling layer. Made with Make; ends as every extractable does.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakModelVarI final : public VakNumVarI {
   VAK_RTTI(VakModelVarI, VakNumVarI);
 

@@ -42,6 +42,9 @@
 #include "vaksolver/fwd.h"
 
 /// The options of one solve. Limits that are not set are infinite, or -1 for whole numbers.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: open to read the options of an environment; any afterwards.
 struct VakSolverOptions {
   enum class Algorithm : unsigned char { Auto, Primal, Dual };
 

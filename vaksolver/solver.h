@@ -21,6 +21,9 @@
 #include "vaksolver/fwd.h"
 
 /// How far a running solve is.
+///
+/// Threads: confined to the solving thread.
+/// Phases: open, during the call of the callback.
 struct VakSolverProgress {
   VakNum seconds = 0;         ///< Wall time since the solve began.
   VakInt iterations = 0;      ///< Simplex iterations so far.
@@ -49,6 +52,12 @@ struct VakSolverProgress {
 /// Every operation but getImpl, isEmpty, end and abort throws VakEmptyHandleException
 /// ("VakSolver: Using empty handle") on an empty handle. One thread at a time, except for abort().
 /// Solvers of different environments may run in different threads.
+///
+/// Threads: confined; only abort() is thread safe, signal handlers included. Solvers of different
+///     environments run side by side.
+/// Phases: open; while it solves, extract, clear, solve and changes of its model throw
+///     VakNoChangeDuringSearchException. Results may be read until the next change.
+/// Gives back: end() takes back the constructor, clear() takes back extract().
 class VakSolver : public VakAlgorithm {
  public:
   using ProgressCallback = std::function<void(const VakSolverProgress&)>;

@@ -22,6 +22,10 @@
 /// Invariant, while loaded: column j of the linear program is that of getVariable(j), with
 /// _integer[j] telling whether it has to be whole, and row i that of getConstraint(i); the linear
 /// program minimises, so that a maximised objective has its coefficients negated there.
+///
+/// Threads: confined; only abort() is thread safe.
+/// Phases: open; as VakModelAlgorithmI says.
+/// Gives back: end().
 class VakSolverI final : public VakModelAlgorithmI {
  public:
   static constexpr VakNum MostSize = 1e20;  ///< Finite numbers of this size are refused.

@@ -12,6 +12,10 @@
 /// Made with VakCreate in a manager's memory, as VakEnvI::createRandom does, and deleted by its
 /// owner. It is a uniform random bit generator in the sense of <random> too, so std::shuffle and
 /// the standard distributions take it. Constant time. Not for several threads at once.
+///
+/// Threads: confined, also in thread-safe mode, where only making it is safe.
+/// Phases: open; the environment's own until step 10 of the end.
+/// Gives back: its owner deletes it.
 class VakUniqueRandomI : public VakRttiMemoryManagerObjectI {
   VAK_RTTI(VakUniqueRandomI, VakRttiMemoryManagerObjectI);
 

@@ -9,6 +9,10 @@
 ///
 /// It owns neither the stack nor the symbol table and belongs to no environment: VakGetEnv of it is
 /// null. One thread at a time.
+///
+/// Threads: confined.
+/// Phases: any, as long as its stack lives.
+/// Gives back: free takes back what alloc gave; the stack's end takes the rest.
 class VakStackGenAlloc : public VakGenAlloc {
   VAK_RTTI(VakStackGenAlloc, VakGenAlloc);
 

@@ -15,6 +15,10 @@
 #include "vakenv/tables/env_hash_table.h"
 
 /// A stored name. Made by VakSymbolTable::make, lives as long as its table, never copied.
+///
+/// Threads: read-shared.
+/// Phases: open, as long as its table.
+/// Gives back: nothing: symbols end with their table.
 class VakSymbolI {
  public:
   VakSymbolI(const VakSymbolI&) = delete;
@@ -41,6 +45,9 @@ class VakSymbolI {
 ///
 /// Embedded in its symbol table, which alone adds to it. Invariant: the symbol at number i has the
 /// code i.
+///
+/// Threads: read-shared.
+/// Phases: open, as long as its table.
 class VakSymbolEncoder {
  public:
   VakSymbolEncoder(const VakSymbolEncoder&) = delete;
@@ -76,6 +83,10 @@ class VakSymbolEncoder {
 /// Made by the environment's constructor and deleted near its end; anybody may make another one
 /// with VakCreate. It needs the environment's memory and nothing else of it. Symbols are never
 /// removed. Not for several threads at once.
+///
+/// Threads: read-shared for finding; make changes and is confined, also in thread-safe mode.
+/// Phases: open; the environment's own until step 13 of the end.
+/// Gives back: `delete` for a table of one's own; symbols end with it.
 class VakSymbolTable : public VakEnvObjectI {
  public:
   /// An empty table whose names will be hashed into `initialSize` buckets at first, one at least.

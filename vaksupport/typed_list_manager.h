@@ -20,6 +20,10 @@
 /// unregistered. Off at first: its first member is null and nothing is kept. The lists live in the
 /// environment's memory. The destructor does nothing; end() releases the lists. Type indices are
 /// never asked for. Not for several threads at once.
+///
+/// Threads: confined.
+/// Phases: open, callbacks included, until step 5 of the end.
+/// Gives back: end() gives the lists back; what is listed is not owned.
 class VakTypedListManager {
  public:
   class Iterator;

@@ -272,7 +272,7 @@ std::string Editor::setVariableBound(const Edit& edit, VakNumVar variable, bool 
   const double newLB = isLower ? edit.number : lb;
   const double newUB = isLower ? ub : edit.number;
   requireBounds(newLB, newUB);
-  const std::string text = describeBound(edit, isLower) + was(isLower ? lb : ub);
+  std::string text = describeBound(edit, isLower) + was(isLower ? lb : ub);
   if (variable.getKind() != VakVarKind::Boolean || fitsBinary(newLB, newUB)) {
     variable.setBounds(newLB, newUB);
     return text;

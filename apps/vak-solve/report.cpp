@@ -3,10 +3,8 @@
 #include "apps/vak-solve/table.h"
 #include "apps/vak-solve/text.h"
 #include "vakenv/core/environment_impl.h"
-#include "vakenv/memory/id_manager.h"
 #include "vakenv/plugins/plugin_manager.h"
 #include "vakmodel/contract/change.h"
-#include "vakmodel/contract/extractable.h"
 
 namespace vaksolve {
 
@@ -43,48 +41,14 @@ void PhaseTimes::add(const char* phase, double seconds) {
 
 // ---- The report ---------------------------------------------------------------------------------
 
-namespace {
-
-std::vector<SizeClassUse> listClasses(const VakMemory& memory) {
-  std::vector<SizeClassUse> classes;
-  for (const VakFixedSizeAllocatorI* sizeClass : memory._allocators) {
-    if (sizeClass->_bytesInUse == 0) continue;
-    classes.push_back({sizeClass->_elementSize, sizeClass->_bytesInUse / sizeClass->_elementSize});
-  }
-  return classes;
-}
-
-void countObjects(const VakIdManager& ids, Report& report) {
-  for (VakInt id = 0; id < ids._size; ++id) {
-    if (!ids.isLive(id)) continue;
-    const auto* object = static_cast<const VakExtractableI*>(ids._data[id]);
-    TypeUse& use = report.types[object->getRttiTypeName()];
-    ++use.objects;
-    use.bytes += object->getExtractableSize();
-    ++report.identifiers;
-  }
-}
-
-void writeTable(std::ostream& out, const Table& table) {
-  out << '\n';
-  if (!table.empty()) table.write(out);
-}
-
-}  // namespace
-
 Report makeReport(VakEnv env, const PhaseTimes& times, const ChangeCounter& changes,
                   const VakSolver& solver) {
-  const VakEnvI* impl = env.getImpl();
   Report report;
   report.phases = times.getPhases();
   report.changes = changes.getCounts();
-  report.classes = listClasses(impl->_memory);
-  countObjects(*impl->_idManager, report);
-  report.bytesInUse = env.getMemoryUsage();
-  report.bytesObtained = env.getTotalMemoryUsage();
-  report.identifierBytes = env.getIdManagerMemoryUsage();
   report.loads = solver.getLoadCount();
   report.warmStarts = solver.getWarmStartCount();
+  report.memory = VakMemoryReport(env);
   return report;
 }
 
@@ -94,31 +58,18 @@ void writeReport(std::ostream& out, const Report& report) {
   for (const PhaseTimes::Phase& phase : report.phases) {
     times.add({phase.name, formatSeconds(phase.seconds)});
   }
-  writeTable(out, times);
+  out << '\n';
+  times.write(out);
 
   Table changes({"Change", "Propagated"});
   for (const auto& [kind, count] : report.changes) changes.add({kind, std::to_string(count)});
   if (changes.empty()) changes.add({"none", "0"});
-  writeTable(out, changes);
+  out << '\n';
+  changes.write(out);
   out << "Problem loaded " << formatCount(report.loads, "time", "times") << ", started warm "
       << formatCount(report.warmStarts, "time", "times") << '\n';
 
-  Table objects({"Object type", "Objects", "Bytes"});
-  for (const auto& [type, use] : report.types) {
-    objects.add({type, std::to_string(use.objects), std::to_string(use.bytes)});
-  }
-  writeTable(out, objects);
-  out << formatCount(report.identifiers, "identifier", "identifiers") << " in a table of "
-      << report.identifierBytes << " bytes\n";
-
-  Table classes({"Size class", "Elements", "Bytes"});
-  for (const SizeClassUse& use : report.classes) {
-    classes.add({std::to_string(use.elementSize), std::to_string(use.elements),
-                 std::to_string(use.elementSize * use.elements)});
-  }
-  writeTable(out, classes);
-  out << report.bytesInUse << " bytes in use, " << report.bytesObtained
-      << " obtained from the system\n";
+  out << '\n' << report.memory;
 }
 
 void writeJson(JsonWriter& json, const Report& report) {
@@ -133,29 +84,8 @@ void writeJson(JsonWriter& json, const Report& report) {
   json.endObject();
   json.member("loads", report.loads);
   json.member("warmStarts", report.warmStarts);
-  json.key("objects");
-  json.beginArray();
-  for (const auto& [type, use] : report.types) {
-    json.beginObject();
-    json.member("type", type);
-    json.member("objects", use.objects);
-    json.member("bytes", use.bytes);
-    json.endObject();
-  }
-  json.endArray();
-  json.member("identifiers", report.identifiers);
-  json.member("identifierBytes", report.identifierBytes);
-  json.key("sizeClasses");
-  json.beginArray();
-  for (const SizeClassUse& use : report.classes) {
-    json.beginObject();
-    json.member("elementSize", use.elementSize);
-    json.member("elements", use.elements);
-    json.endObject();
-  }
-  json.endArray();
-  json.member("bytesInUse", report.bytesInUse);
-  json.member("bytesObtained", report.bytesObtained);
+  json.key("memory");
+  json.raw(report.memory.toJson());
   json.endObject();
 }
 

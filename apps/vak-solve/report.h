@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "apps/vak-solve/json.h"
+#include "vakenv/inspect/memory_report.h"
 #include "vakenv/memory/env.h"
 #include "vakenv/plugins/plugin.h"
 #include "vaksolver/solver.h"
@@ -61,30 +62,13 @@ class PhaseTimes {
   std::vector<Phase> _phases;
 };
 
-/// One size class of the environment's memory.
-struct SizeClassUse {
-  long elementSize;  ///< Bytes of an element.
-  long elements;     ///< Elements in use.
-};
-
-/// The objects of one type.
-struct TypeUse {
-  long objects = 0;
-  long bytes = 0;  ///< Of the objects themselves, without what they refer to.
-};
-
 /// A report on an environment, taken at one moment.
 struct Report {
   std::vector<PhaseTimes::Phase> phases;
-  std::map<std::string, long> changes;   ///< Propagated changes by kind.
-  std::vector<SizeClassUse> classes;     ///< The size classes in use, by rising size.
-  std::map<std::string, TypeUse> types;  ///< Objects with an identifier by type.
-  long bytesInUse = 0;
-  long bytesObtained = 0;
-  long identifiers = 0;      ///< In use.
-  long identifierBytes = 0;  ///< Of their table.
-  long loads = 0;            ///< How often the solver built its problem from the whole model.
-  long warmStarts = 0;       ///< Solves that began with the basis of an earlier one.
+  std::map<std::string, long> changes;  ///< Propagated changes by kind.
+  long loads = 0;       ///< How often the solver built its problem from the whole model.
+  long warmStarts = 0;  ///< Solves that began with the basis of an earlier one.
+  VakMemoryReport memory;
 };
 
 [[nodiscard]] Report makeReport(VakEnv env, const PhaseTimes& times, const ChangeCounter& changes,

@@ -1,6 +1,7 @@
+#pragma once
+
 // Measurements that need a process in which nothing has happened yet: first touch of memory, and
 // peak memory. The program starts itself again for each of them.
-#pragma once
 
 #include <string>
 

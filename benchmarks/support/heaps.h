@@ -1,10 +1,11 @@
+#pragma once
+
 // The heaps that stand beside the pool: the C library's, and those of mimalloc, jemalloc and
 // tcmalloc.
 //
 // All of them are in one process, so that their times are taken under the same conditions. The
 // three are loaded privately and called through pointers, like any function of a shared library, so
 // none of them replaces the heap of the program.
-#pragma once
 
 #include <cstddef>
 #include <cstdlib>

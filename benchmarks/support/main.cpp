@@ -5,6 +5,9 @@
 #include "benchmarks/support/heaps.h"
 #include "benchmarks/support/registration.h"
 
+// For programs whose rows register themselves.
+[[gnu::weak]] void VakRegisterBenchmarks() {}
+
 int main(int argc, char** argv) {
   VakLoadHeaps();
   int status = 0;

@@ -1,11 +1,12 @@
-// Naming and registering rows.
 #pragma once
+
+// Naming and registering rows.
 
 #include <benchmark/benchmark.h>
 
 #include <string>
 
-/// Defined once in every benchmark program: registers its rows.
+/// Defined once in a benchmark program to register its rows, unless they register themselves.
 void VakRegisterBenchmarks();
 
 /// Registers a row "subject/contender" that counts the processor time of whole iterations.

@@ -1,8 +1,9 @@
+#pragma once
+
 // How the benchmarks take time.
 //
 // Every row of the suite is named subject/contender[/size]; the contender of the library is called
 // vak. scripts/bench_report.py divides the times of the other contenders of a subject by its time.
-#pragma once
 
 #include <benchmark/benchmark.h>
 

@@ -82,7 +82,7 @@ TEST(ModelFiles, ThatAreFoldersAreReported) {
 TEST(ModelFiles, ThatAreBrokenAreReportedWithTheLine) {
   const TemporaryFolder folder;
   const std::string file = folder.file("broken.mps");
-  std::string text = readFile("examples/models/transport.mps");
+  std::string text = readFile(VAK_MODELS "/transport.mps");
   const std::size_t wrong = text.find("SE_CH     SEATTLE");
   text.replace(wrong, 17, "SE_CH     ATLANTA");
   writeFile(file, text);

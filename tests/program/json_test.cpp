@@ -104,4 +104,18 @@ TEST(Json, LeavesValuesOutOnRequest) {
   EXPECT_NE(outcome.out.find("\"variables\": [],"), std::string::npos);
 }
 
+TEST(Report, FollowsTheResults) {
+  const Outcome outcome = solve({"examples/models/product_mix.lp", "--quiet", "--report"});
+  EXPECT_EQ(outcome.out.find("Optimal: objective 36 "), 0U);
+  EXPECT_NE(outcome.out.find("\n\nReport\n\nPhase"), std::string::npos);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.code, 0);
+}
+
+TEST(Report, IsAMemberOfTheJson) {
+  const Outcome outcome = solve({"examples/models/product_mix.lp", "--json", "--report"});
+  EXPECT_NE(outcome.out.find("\n  \"report\": {\n    \"seconds\": {\n"), std::string::npos);
+  EXPECT_TRUE(outcome.out.ends_with("\n  },\n  \"exitCode\": 0\n}\n"));
+}
+
 }  // namespace

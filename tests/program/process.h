@@ -1,5 +1,6 @@
-// Programs that tests run: with their standard streams where the test wants them, and signals.
 #pragma once
+
+// Programs that tests run: with their standard streams where the test wants them, and signals.
 
 #include <string>
 #include <vector>

@@ -1,12 +1,13 @@
 // Works for many rounds with eight threads, in environments of their own and in one that all share,
-// and holds that nothing grows: after each round exactly as much memory is in use as after the first.
+// and holds that nothing grows: after each round exactly as much memory is in use as after the
+// first.
 //
 //   vak_soak [ROUNDS]      20 by default; ends with 1 when anything is left over
 //
 // In environments of their own the threads build models, change them, take objects out, solve them
-// and end everything. In the shared one, where allocation is thread safe and nothing else, they make,
-// change and delete models and arrays, each thread its own; solving, removing and ending is done by
-// the main thread when they are through.
+// and end everything. In the shared one, where allocation is thread safe and nothing else, they
+// make, change and delete models and arrays, each thread its own; solving, removing and ending is
+// done by the main thread when they are through.
 
 #include <unistd.h>
 
@@ -152,9 +153,7 @@ void workShared(VakEnv env, int number) {
 }
 
 // Bytes in use apart from the table of identifiers, which stay booked in thread-safe mode.
-VakInt usageWithoutIds(VakEnv env) {
-  return env.getMemoryUsage() - env.getIdManagerMemoryUsage();
-}
+VakInt usageWithoutIds(VakEnv env) { return env.getMemoryUsage() - env.getIdManagerMemoryUsage(); }
 
 void roundOfShared() {
   VakRecursiveEnvMutex mutex;
@@ -215,9 +214,10 @@ int main(int argc, char** argv) {
       std::printf("round %ld: %ld heap blocks are in use instead of %ld\n", round, blocks, base);
       return 1;
     }
-    std::printf("%ld rounds, %ld heap blocks after each; resident: %ld kB after the first, %ld kB "
-                "after the last\n",
-                rounds, base, resident, residentKilobytes());
+    std::printf(
+        "%ld rounds, %ld heap blocks after each; resident: %ld kB after the first, %ld kB "
+        "after the last\n",
+        rounds, base, resident, residentKilobytes());
   } catch (const std::exception& e) {
     std::printf("failed: %s\n", e.what());
     return 1;

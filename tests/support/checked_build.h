@@ -1,5 +1,6 @@
-// Tests about what the checked build changes on purpose.
 #pragma once
+
+// Tests about what the checked build changes on purpose.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-// Everything that an environment and the models in it can prove about themselves, as one text.
 #pragma once
+
+// Everything that an environment and the models in it can prove about themselves, as one text.
 
 #include <string>
 

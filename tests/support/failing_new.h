@@ -28,13 +28,6 @@ class VakHeapObserver {
 /// How often the chosen call fails.
 enum class VakFailureSpan { Once, FromThenOn };
 
-/// Whose calls are counted and can fail.
-enum class VakNewCallers {
-  All,      ///< Everybody's.
-  Program,  ///< Those of the program itself, the static libraries in it included; not those of shared
-            ///< libraries, which may be unable to live without memory.
-};
-
 /// While it lives, calls of this thread are neither counted nor let fail.
 class VakSparedNew {
  public:
@@ -51,8 +44,7 @@ class VakFailingNew {
  public:
   /// Lets call number `failAt` fail, counted from 1, and with `FromThenOn` all that follow it; with
   /// 0 none fails and calls are only counted.
-  explicit VakFailingNew(long failAt, VakFailureSpan span = VakFailureSpan::Once,
-                         VakNewCallers callers = VakNewCallers::All) noexcept;
+  explicit VakFailingNew(long failAt, VakFailureSpan span = VakFailureSpan::Once) noexcept;
   VakFailingNew(const VakFailingNew&) = delete;
   VakFailingNew& operator=(const VakFailingNew&) = delete;
   ~VakFailingNew();

@@ -39,6 +39,10 @@ concept VakElementRange =
 /// T is copied as bytes, and a new element is all zero bytes. Except for end(), the iterators, the
 /// chunks, comparing and printing, the operations need a handle that is not empty: not checked
 /// unless they say so. Indices are not checked.
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: end() takes back what the constructors with a manager or an environment made.
 template <class T>
 class VakArray {
  public:

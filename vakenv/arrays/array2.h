@@ -11,6 +11,10 @@
 #include "vakenv/arrays/num_array.h"
 
 /// Handle of an array of rows of numeric values.
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: end() takes back what the constructors with a manager or an environment made.
 class VakNumArray2 : public VakArray<VakNumArray> {
  public:
   /// An empty handle.
@@ -48,6 +52,10 @@ class VakNumArray2 : public VakArray<VakNumArray> {
 };
 
 /// Handle of an array of rows of integers.
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: end() takes back what the constructors with a manager or an environment made.
 class VakIntArray2 : public VakArray<VakIntArray> {
  public:
   /// An empty handle.

@@ -14,6 +14,9 @@
 /// All chunks have the same length, a power of two, but for the last one, which ends with the
 /// array. The view is a snapshot: it keeps its number of elements, and growing past the capacity
 /// and clear() invalidate it.
+///
+/// Threads: read-shared, as the array is.
+/// Phases: open, until the array grows past its capacity, is cleared or ends.
 template <class T>
 class VakArrayChunks {
  public:

@@ -32,6 +32,10 @@
 /// Invariant, which check() proves: without storage `_data` is null, `_max` is 0 and `_size` not
 /// above 0; with storage `_mod` + 1 = 2^`_shift`, `_max` is 4^`_shift` (or 0 in a copy of a cleared
 /// array), and the chunks are a prefix of the table that covers `_size` elements.
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: `delete`, usually through end() of a handle.
 class VakArrayI : public VakMemoryManagerObjectI {
  public:
   /// No array holds more elements; a request for more throws std::bad_alloc.

@@ -18,6 +18,9 @@
 ///
 /// Invariant: `_current` lies in the chunk at `_first` and not at its end: where a chunk ends, an
 /// iterator stands at the beginning of the next. Where there is no next chunk both are null.
+///
+/// Threads: read-shared, as the array is.
+/// Phases: open, until the array grows past its capacity, is cleared or ends.
 template <class T>
 class VakArrayIterator {
  public:

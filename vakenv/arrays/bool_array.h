@@ -13,6 +13,10 @@
 /// The constructors that take values make an empty array before they look at `n`. Deliberate: if
 /// they throw, that array stays in the environment's memory, and the place of the handle already
 /// refers to it.
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: end() takes back what the constructors with a manager or an environment made.
 class VakBoolArray : public VakArray<VakBool> {
  public:
   /// An empty handle.

@@ -5,12 +5,18 @@
 #include "vakbase/numbers.h"
 
 /// The second value of a list of numeric values; a number stands wherever one is taken.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 struct VakVarArgsNum {
   VakVarArgsNum(VakNum value) : _value(value) {}
   VakNum _value;  ///< The value.
 };
 
 /// The second value of a list of integer or Boolean values.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 struct VakVarArgsInt {
   VakVarArgsInt(VakInt value) : _value(value) {}
   VakInt _value;  ///< The value.

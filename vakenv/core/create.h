@@ -13,6 +13,10 @@
 
 /// Memory of an environment, as VakConstructIn wants it. With a size known at compile time taking
 /// is a free-list pop.
+///
+/// Threads: confined, as the memory it names, or thread safe in thread-safe mode.
+/// Phases: open.
+/// Gives back: giveBack takes back what take gave, with the same size.
 struct VakEnvMemory {
   VakEnvI* env;  ///< Not owned, never null.
   [[nodiscard]] void* take(unsigned long size) const { return env->allocate(size); }

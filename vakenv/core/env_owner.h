@@ -23,6 +23,11 @@
 /// after everything is released. When the scope is left by another exception already, that one
 /// counts and the environment's is dropped. An owner within an object whose destructor must not
 /// throw, such as an element of a container, is ended with end() beforehand if user objects throw.
+///
+/// Threads: confined: owning, ending and moving are for one thread; else as VakEnv.
+/// Phases: open from the constructor to end(), reset() or the destructor; empty afterwards.
+/// Gives back: end(), reset() or the destructor ends the environment; release() hands that duty
+///     over.
 class VakEnvOwner : public VakEnv {
  public:
   /// Owns a new environment. Throws VakMemoryException ("not enough memory").

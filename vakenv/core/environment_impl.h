@@ -36,6 +36,16 @@
 ///
 /// One thread uses an environment unless a member says otherwise. Its destructor ends it and may
 /// throw what user destructors throw.
+///
+/// Threads: read-shared, as VakEnv says; get functions that make something on first use
+///     (createRandom, getExpander, getModelEvaluator, getClone, getMarkArray) change. In
+///     thread-safe mode allocate, giveBack, init, finit, newTerm, recycleTerm, createRandom,
+///     getMarkArray, releaseMarkArray, addDestroyable and removeDestroyable may be called by
+///     several threads.
+/// Phases: open, and in destructors while end() runs as far as the part that serves them has not
+///     gone; see the steps in environment_end.cpp.
+/// Gives back: end() or `delete`; giveBack takes back allocate, strFree strDup, recycleTerm
+///     newTerm, releaseMarkArray getMarkArray, unlockCloning lockCloning, finit init.
 class VakEnvI {
  public:
   static constexpr VakInt TermSize = 24;  ///< Bytes of one term record.

@@ -8,6 +8,10 @@
 ///
 /// Installed and deleted by VakEnvI::useMTSafeAllocation. Whoever takes memory of the environment
 /// tests on every call whether one is installed.
+///
+/// Threads: confined, unless the class derived from it says otherwise.
+/// Phases: open, between switching thread-safe allocation on and off.
+/// Gives back: free takes back alloc, releaseId takes back bookId and init.
 class VakLocalEnvI {
  public:
   explicit VakLocalEnvI(VakEnvI* env);
@@ -33,6 +37,10 @@ class VakLocalEnvI {
 };
 
 /// The thread-safe local environment: every operation runs under the environment's mutex.
+///
+/// Threads: thread safe, given that the environment has a mutex; made and deleted by one thread.
+/// Phases: open, between switching thread-safe allocation on and off.
+/// Gives back: as VakLocalEnvI.
 class VakMTSafeLocalEnvI final : public VakLocalEnvI {
  public:
   explicit VakMTSafeLocalEnvI(VakEnvI* env);

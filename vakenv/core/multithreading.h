@@ -17,6 +17,11 @@
 ///
 /// A wrapped lock must be recursive: the library allocates, and so locks again, while it already
 /// holds the mutex (plug-in changes, creation of the random generator), and calls back user code.
+///
+/// Threads: thread safe; made, installed and ended by one thread.
+/// Phases: any; installed before the environments that are to use it are made, and ended after
+///     them.
+/// Gives back: unlock() takes back lock(), VakEndMT takes back VakInitMT.
 class VakBaseEnvMutex {
  public:
   virtual void lock();
@@ -25,6 +30,11 @@ class VakBaseEnvMutex {
 };
 
 /// A ready mutex over std::recursive_mutex.
+///
+/// Threads: thread safe; made, installed and ended by one thread.
+/// Phases: any; installed before the environments that are to use it are made, and ended after
+///     them.
+/// Gives back: unlock() takes back lock(), VakEndMT takes back VakInitMT.
 class VakRecursiveEnvMutex final : public VakBaseEnvMutex {
  public:
   void lock() override;
@@ -49,6 +59,10 @@ void VakEndMT();
 ///
 /// Deliberate: locking and unlocking each read the pointer afresh, so unlock() goes to whatever
 /// mutex is named by then.
+///
+/// Threads: confined to the thread that made it.
+/// Phases: any, while the mutex lives.
+/// Gives back: the destructor unlocks.
 class VakMutexGuard {
  public:
   explicit VakMutexGuard(VakBaseEnvMutex* const& mutex) : _mutex(mutex) {

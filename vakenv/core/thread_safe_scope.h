@@ -15,6 +15,10 @@
 
 /// A recursive mutex that is the process-wide one as long as it lives. It must outlive every
 /// environment that is made meanwhile. Made and ended by one thread.
+///
+/// Threads: confined: made and ended by one thread; get() is thread safe.
+/// Phases: any: before the first environment that is to use it, until after the last one.
+/// Gives back: the destructor uninstalls the mutex.
 class VakInstalledMutex {
  public:
   /// Throws VakWrongUsage ("VakInstalledMutex: another mutex is installed. End it with VakEndMT
@@ -35,6 +39,10 @@ class VakInstalledMutex {
 /// Keeps thread-safe allocation of an environment switched on, and switches it back to what it was
 /// at the end of the scope. Scopes may nest. Made and ended by one thread, while no other uses the
 /// environment. An environment that ends within the scope is noticed, and left alone.
+///
+/// Threads: confined: made and ended while no other thread uses the environment.
+/// Phases: open; an environment that ends within the scope is left alone.
+/// Gives back: the destructor switches back what the constructor switched on.
 class VakThreadSafeScope {
  public:
   /// Throws VakEmptyHandleException ("VakEnv: Using empty handle"), VakWrongUsage

@@ -5,6 +5,9 @@
 #include <iosfwd>
 
 /// The version of the library, as constants of the process.
+///
+/// Threads: thread safe: it holds constants.
+/// Phases: any.
 class VakTarnVersion {
  public:
   static const char* const _VAK_NAME;     ///< Name of the product.

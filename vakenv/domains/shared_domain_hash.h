@@ -12,6 +12,10 @@
 ///
 /// Nothing is ever removed. The table owns its items and buckets; the ranges and domains stay in
 /// the environment's memory and go with it.
+///
+/// Threads: confined; nothing is shared through it in thread-safe mode.
+/// Phases: open, until step 9 of the end.
+/// Gives back: end() gives items and buckets back; domains go with the environment.
 template <class K>
 class VakSharedDomainHash : public VakEnvHashTable<K, VakVarDomainI*> {
  public:
@@ -22,6 +26,10 @@ class VakSharedDomainHash : public VakEnvHashTable<K, VakVarDomainI*> {
 inline constexpr VakInt VakSharedDomainBuckets = 31;
 
 /// Domains of integer bounds. Its owner calls create() once it is made.
+///
+/// Threads: confined; nothing is shared through it in thread-safe mode.
+/// Phases: open, until step 9 of the end.
+/// Gives back: end() gives items and buckets back; domains go with the environment.
 class VakIntSharedDomainHash : public VakSharedDomainHash<VakIntRangeI*> {
  public:
   explicit VakIntSharedDomainHash(VakEnvI* env)
@@ -30,6 +38,10 @@ class VakIntSharedDomainHash : public VakSharedDomainHash<VakIntRangeI*> {
 };
 
 /// Domains of numeric bounds. Its owner calls create() once it is made.
+///
+/// Threads: confined; nothing is shared through it in thread-safe mode.
+/// Phases: open, until step 9 of the end.
+/// Gives back: end() gives items and buckets back; domains go with the environment.
 class VakNumSharedDomainHash : public VakSharedDomainHash<VakNumRangeI*> {
  public:
   explicit VakNumSharedDomainHash(VakEnvI* env)

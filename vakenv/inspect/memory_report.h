@@ -24,6 +24,9 @@
 /// nobody asks is what the report is made of: the pool counts elements as it always does, and what
 /// each class obtained when it asks for more. So `peak` and `highWater` are known to the moments
 /// when memory ran short: see there.
+///
+/// Threads: confined; making one: no other thread uses the environment.
+/// Phases: open to make one; any afterwards.
 struct VakMemoryReport {
   /// One size class, or the pool of terms. With pooling live + free == elements; without it there
   /// are no blocks, and `blocks`, `elements`, `free` and `wasted` are 0.

@@ -34,6 +34,10 @@ template <class T, class Memory, class... Args>
 }
 
 /// Memory of an allocator, as VakConstructIn wants it.
+///
+/// Threads: confined, as the memory it names, or thread safe in thread-safe mode.
+/// Phases: open.
+/// Gives back: giveBack takes back what take gave, with the same size.
 struct VakManagerMemory {
   VakGenAlloc* allocator;  ///< Not owned, never null.
   [[nodiscard]] void* take(unsigned long size) const { return allocator->alloc(size); }

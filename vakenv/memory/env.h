@@ -18,6 +18,14 @@
 ///
 /// Every operation on an empty handle throws VakEmptyHandleException, with the message
 /// "VakEnv: Using empty handle" unless the operation says otherwise.
+///
+/// Threads: read-shared; getRandom, makeSymbol and everything that sets or adds change. In
+///     thread-safe mode several threads may also take and give back memory and make objects of
+///     their own. check() and end(): no other thread uses the environment.
+/// Phases: open, callbacks and destructors that run in end() included; end() itself not from within
+///     the environment's callbacks. Only comparing, getImpl and empty handles need no environment
+///     that lives.
+/// Gives back: end() takes back the environment and all that was made in it.
 class VakEnv {
  public:
   class AbortException;

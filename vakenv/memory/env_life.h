@@ -17,6 +17,9 @@
 
 /// Where the life of one environment after another is noted. Made by VakEnvLifeNote, on the general
 /// heap; there are as many as environments that needed one lived at the same time.
+///
+/// Threads: thread safe to read; written by VakEnvLifeNote under a lock.
+/// Phases: any: a cell is never given back.
 struct VakEnvLifeCell {
   std::atomic<std::uint64_t> number = 0;  ///< Of the life noted here; 0 for none.
   VakEnvI* env = nullptr;                 ///< The environment; meaningless while there is none.
@@ -27,6 +30,9 @@ struct VakEnvLifeCell {
 ///
 /// It may be asked from any thread. An answer holds as long as the thread rule of the environment
 /// keeps others from ending it.
+///
+/// Threads: thread safe.
+/// Phases: open to make one; any afterwards.
 class VakEnvLife {
  public:
   VakEnvLife() = default;
@@ -52,6 +58,10 @@ class VakEnvLife {
 };
 
 /// What an environment keeps of its own life.
+///
+/// Threads: thread safe for get(); end() is for the thread that ends the environment.
+/// Phases: open.
+/// Gives back: end() takes the cell back.
 class VakEnvLifeNote {
  public:
   VakEnvLifeNote() = default;

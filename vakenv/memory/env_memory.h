@@ -13,6 +13,10 @@
 void VakFreeIn(VakEnvI* env, void* p, unsigned long size);
 
 /// Memory of an environment that is known by name only, as VakConstructIn wants it.
+///
+/// Threads: confined, as the memory it names, or thread safe in thread-safe mode.
+/// Phases: open.
+/// Gives back: giveBack takes back what take gave, with the same size.
 struct VakNamedEnvMemory {
   VakEnvI* env;  ///< Not owned, never null.
   [[nodiscard]] void* take(unsigned long size) const { return VakAllocateIn(env, size); }

@@ -17,6 +17,11 @@
 #include "vakenv/types/rtti.h"
 
 /// Holds its environment and gives its memory back to it when deleted.
+///
+/// Threads: confined, as the environment or memory manager it lives in is.
+/// Phases: open; a manager of no environment must live as long.
+/// Gives back: `delete` gives back what VakCreate took; the environment's end takes what is left,
+///     without a destructor where memory is pooled.
 class VakEnvObjectI {
  public:
   explicit VakEnvObjectI(VakEnvI* env);
@@ -45,6 +50,11 @@ class VakEnvObjectI {
 };
 
 /// The same within the type system.
+///
+/// Threads: confined, as the environment or memory manager it lives in is.
+/// Phases: open; a manager of no environment must live as long.
+/// Gives back: `delete` gives back what VakCreate took; the environment's end takes what is left,
+///     without a destructor where memory is pooled.
 class VakRttiEnvObjectI : public VakRtti {
   VAK_RTTI_BELOW_ROOT(VakRttiEnvObjectI);
 

@@ -10,6 +10,10 @@
 /// An environment owns one of class VakTarnAlloc; VakStackGenAlloc serves temporary work. Nobody
 /// deletes an allocator but its owner, and an allocator owns none of the memory that it hands out
 /// on behalf of an environment.
+///
+/// Threads: confined, unless the class derived from it says otherwise.
+/// Phases: any, as long as what it takes memory from lives.
+/// Gives back: free takes back what alloc gave, with the same size.
 class VakGenAlloc : public VakRtti {
   VAK_RTTI_BELOW_ROOT(VakGenAlloc);
 

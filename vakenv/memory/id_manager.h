@@ -24,6 +24,10 @@ inline constexpr VakInt VakIdManagerSlots = 256;
 ///
 /// Owned by the environment; the table lives in the environment's pool. Constant time, doubling
 /// apart. Invariant: 0 <= _size <= _capacity, and _free is a slot of the table while there is one.
+///
+/// Threads: confined; in thread-safe mode the local environment books under the mutex.
+/// Phases: open, until step 8 of the end.
+/// Gives back: releasing an identifier takes back booking it.
 class VakIdManager {
  public:
   class Iterator;

@@ -10,6 +10,9 @@
 inline constexpr char VakEmptyHandleText[] = "(empty)";
 
 /// Handle of an allocator: one pointer, copied freely, never an owner; null when empty.
+///
+/// Threads: confined, as the allocator it holds is; the handle itself is a value.
+/// Phases: any, as long as the allocator lives.
 class VakMemoryManager {
  public:
   VakMemoryManager() = default;

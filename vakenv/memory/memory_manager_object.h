@@ -18,6 +18,11 @@
 #include "vakenv/types/rtti.h"
 
 /// Holds its memory manager and gives its memory back to it when deleted.
+///
+/// Threads: confined, as the environment or memory manager it lives in is.
+/// Phases: open; a manager of no environment must live as long.
+/// Gives back: `delete` gives back what VakCreate took; the environment's end takes what is left,
+///     without a destructor where memory is pooled.
 class VakMemoryManagerObjectI {
  public:
   explicit VakMemoryManagerObjectI(VakMemoryManager manager);
@@ -47,6 +52,11 @@ class VakMemoryManagerObjectI {
 };
 
 /// The same within the type system.
+///
+/// Threads: confined, as the environment or memory manager it lives in is.
+/// Phases: open; a manager of no environment must live as long.
+/// Gives back: `delete` gives back what VakCreate took; the environment's end takes what is left,
+///     without a destructor where memory is pooled.
 class VakRttiMemoryManagerObjectI : public VakRtti {
   VAK_RTTI_BELOW_ROOT(VakRttiMemoryManagerObjectI);
 

@@ -14,6 +14,10 @@
 /// It takes no memory itself, and two of them on one manager are equal. It must outlive the
 /// containers that were given its address. A moved or swapped std::pmr container keeps its
 /// resource, as the standard says.
+///
+/// Threads: confined, as the memory manager is; thread safe in thread-safe mode.
+/// Phases: open; giving back after the environment's end is noticed and ignored.
+/// Gives back: deallocate takes back what allocate gave, with the same size and alignment.
 class VakMemoryResource final : public std::pmr::memory_resource {
  public:
   /// Throws VakEmptyHandleException ("VakMemoryManager: Using empty handle") for an empty manager,

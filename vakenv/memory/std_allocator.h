@@ -22,6 +22,10 @@
 /// A container that is copied stays in the memory of the original; one that is moved from or
 /// swapped hands its memory manager over with its elements, so that neither moves an element.
 /// Assigning a copy keeps the memory manager of the target.
+///
+/// Threads: confined, as the memory manager is; thread safe in thread-safe mode.
+/// Phases: open; giving back after the environment's end is noticed and ignored.
+/// Gives back: deallocate takes back what allocate gave, with the same size and alignment.
 template <class T>
 class VakStdAllocator {
  public:

@@ -22,6 +22,10 @@
 
 /// A memory manager as the standard library wants it: memory of a size and an alignment. A plain
 /// value, never an owner. The thread rule is that of the memory manager.
+///
+/// Threads: confined, as the memory manager is; thread safe in thread-safe mode.
+/// Phases: open; giving back after the environment's end is noticed and ignored.
+/// Gives back: deallocate takes back what allocate gave, with the same size and alignment.
 class VakStdMemory {
  public:
   /// Throws VakEmptyHandleException ("VakMemoryManager: Using empty handle") for an empty manager,

@@ -9,6 +9,10 @@
 ///
 /// Made by the environment's constructor, deleted near its end; owns nothing itself. Constant time:
 /// a free-list pop or push. Safe for several threads only while thread-safe allocation is on.
+///
+/// Threads: confined; thread safe in thread-safe mode.
+/// Phases: open, until step 15 of the end.
+/// Gives back: free takes back what alloc gave, with the same size.
 class VakTarnAlloc : public VakGenAlloc {
   VAK_RTTI(VakTarnAlloc, VakGenAlloc);
 

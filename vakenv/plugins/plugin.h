@@ -12,6 +12,10 @@
 /// Made with VakCreate. Deliberate: deleting a plug-in does not take it out of the manager; its
 /// owner removes it first, or leaves it to the manager, which deletes what is still filed when the
 /// environment ends. In the type system its parent is VakRtti, not its object base.
+///
+/// Threads: confined.
+/// Phases: open; one that is still filed is deleted in step 11 of the end.
+/// Gives back: remove and then `delete`, or the manager when the environment ends.
 class VakPlugIn : public VakRttiEnvObjectI {
   VAK_RTTI(VakPlugIn, VakRtti);
 
@@ -23,6 +27,10 @@ class VakPlugIn : public VakRttiEnvObjectI {
 
 /// A plug-in that is told of every change, once it is entered with VakPlugInManager::addNotified.
 /// Filing and entering are independent; the manager never deletes what is only entered.
+///
+/// Threads: confined; notifyChange runs on the thread that changes the model.
+/// Phases: open; told of every change between addNotified and removeNotified.
+/// Gives back: removeNotified, then as VakPlugIn; one that is only entered is deleted by its owner.
 class VakNotifiedPlugIn : public VakPlugIn {
   VAK_RTTI(VakNotifiedPlugIn, VakPlugIn);
 
@@ -39,6 +47,10 @@ class VakNotifiedPlugIn : public VakPlugIn {
 ///
 /// Made with VakCreate. As with plug-ins, deleting an add-on does not take it out of the manager.
 /// In the type system its parent is VakRtti, not its object base.
+///
+/// Threads: confined; plugInAdded and plugInRemoved run under the environment's mutex.
+/// Phases: open; one that is still filed is deleted in step 11 of the end.
+/// Gives back: remove and then `delete`, or the manager when the environment ends.
 class VakPlugInAddon : public VakRttiEnvObjectI {
   VAK_RTTI(VakPlugInAddon, VakRtti);
 

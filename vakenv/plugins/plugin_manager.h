@@ -22,6 +22,11 @@
 /// Made and owned by the environment. Operations that alter the manager, and the add-ons that they
 /// call, run under the environment's mutex when it has one, so that mutex must be recursive. The
 /// others take no lock.
+///
+/// Threads: read-shared for findCell and isCreated; add, remove, addNotified and removeNotified run
+///     under the environment's mutex, if any; apply is confined.
+/// Phases: open, callbacks of plug-ins and add-ons included, until step 11 of the end.
+/// Gives back: remove takes back add, removeNotified takes back addNotified; neither deletes.
 class VakPlugInManager {
  public:
   /// What is filed under one name. Never removed before the manager ends, even when empty.

@@ -24,6 +24,10 @@
 #endif
 
 /// One running walk over elements that are linked by their member `next`.
+///
+/// Threads: confined to the thread of the list that is walked.
+/// Phases: any; made on the stack, nested as calls are.
+/// Gives back: the destructor ends the walk or watch.
 template <class T>
 class VakWalk {
  public:
@@ -56,6 +60,10 @@ class VakWalk {
 };
 
 /// Tells whether one object has gone meanwhile.
+///
+/// Threads: confined to the thread of the list that is walked.
+/// Phases: any; made on the stack, nested as calls are.
+/// Gives back: the destructor ends the walk or watch.
 template <class T>
 class VakWatch {
  public:

@@ -9,6 +9,11 @@
 #include "vakenv/properties/property_owner.h"
 
 /// An extensible object in the memory of a memory manager, which also serves its extension.
+///
+/// Threads: read-shared, as its properties are.
+/// Phases: open; a manager of no environment must live as long.
+/// Gives back: `delete` gives back what VakCreate took; the environment's end takes what is left,
+///     without a destructor where memory is pooled.
 class VakExtensibleRttiMemoryManagerObjectI
     : public VakRttiMemoryManagerObjectI,
       public VakPropertyOwner<VakExtensibleRttiMemoryManagerObjectI> {
@@ -22,6 +27,11 @@ class VakExtensibleRttiMemoryManagerObjectI
 };
 
 /// An extensible object in the memory of an environment, whose own allocator serves its extension.
+///
+/// Threads: read-shared, as its properties are.
+/// Phases: open; a manager of no environment must live as long.
+/// Gives back: `delete` gives back what VakCreate took; the environment's end takes what is left,
+///     without a destructor where memory is pooled.
 class VakExtensibleRttiEnvObjectI : public VakRttiEnvObjectI,
                                     public VakPropertyOwner<VakExtensibleRttiEnvObjectI> {
   VAK_RTTI(VakExtensibleRttiEnvObjectI, VakRttiEnvObjectI);

@@ -10,6 +10,10 @@
 
 /// Name, user object and properties of one owner. A plain record: its owner calls end() and gives
 /// the record itself back.
+///
+/// Threads: read-shared, as its owner is.
+/// Phases: open, as long as its owner.
+/// Gives back: end(), called by its owner.
 class VakExtension {
  public:
   class VakObjectExtension;

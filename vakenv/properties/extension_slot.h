@@ -11,6 +11,9 @@
 /// An owner's allocator and the place of its extension pointer, put together for one operation.
 ///
 /// "The set" below is the one in the owner's extension, if there is one.
+///
+/// Threads: confined; made for one operation.
+/// Phases: open, for the length of one operation.
 class VakExtensionSlot {
  public:
   VakExtensionSlot(VakGenAlloc* allocator, VakExtension*& slot)

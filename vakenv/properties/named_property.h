@@ -21,6 +21,11 @@
 ///
 /// getName and end throw VakEmptyHandleException ("VakNamedProperty: Using empty handle")
 /// on an empty handle; display, makeClone and operator<< do not test the handle.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedProperty {
  public:
   VakNamedProperty() = default;
@@ -58,6 +63,11 @@ std::ostream& operator<<(std::ostream& out, VakNamedProperty property);
 ///
 /// getValue and setValue throw VakEmptyHandleException ("VakNamedProperty: Using empty handle") on
 /// an empty handle.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 template <class Handle, class Impl>
 class VakTypedNamedProperty : public VakNamedProperty {
  public:
@@ -91,6 +101,11 @@ class VakTypedNamedProperty : public VakNamedProperty {
 };
 
 /// Handle of an integer property.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedIntProperty
     : public VakTypedNamedProperty<VakNamedIntProperty, VakNamedIntPropertyI> {
  public:
@@ -98,6 +113,11 @@ class VakNamedIntProperty
 };
 
 /// Handle of a numeric property.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedNumProperty
     : public VakTypedNamedProperty<VakNamedNumProperty, VakNamedNumPropertyI> {
  public:
@@ -105,6 +125,11 @@ class VakNamedNumProperty
 };
 
 /// Handle of a property that names an object of the user, which is not owned.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedAnyProperty
     : public VakTypedNamedProperty<VakNamedAnyProperty, VakNamedAnyPropertyI> {
  public:
@@ -112,6 +137,11 @@ class VakNamedAnyProperty
 };
 
 /// Handle of a text property, which keeps its own copy of the text.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; end() one that no set holds.
 class VakNamedStringProperty
     : public VakTypedNamedProperty<VakNamedStringProperty, VakNamedStringPropertyI> {
  public:

@@ -23,6 +23,11 @@
 ///
 /// Made with VakCreate or through a handle. Sets share properties: the set that drops the last hold
 /// deletes the property. Holds are counted without locking. A held property cannot be deleted.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedPropertyI : public VakRttiMemoryManagerObjectI {
   VAK_RTTI(VakNamedPropertyI, VakRttiMemoryManagerObjectI);
 
@@ -68,6 +73,11 @@ class VakNamedPropertyI::Exception : public VakException {
 };
 
 /// A property with a name and no value.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakPreNamedPropertyI : public VakNamedPropertyI {
   VAK_RTTI(VakPreNamedPropertyI, VakNamedPropertyI);
 
@@ -82,6 +92,11 @@ class VakPreNamedPropertyI : public VakNamedPropertyI {
 };
 
 /// An integer property; displayed as "size (3)".
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedIntPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedIntPropertyI, VakPreNamedPropertyI);
   using EmbeddedType = VakInt;
@@ -98,6 +113,11 @@ class VakNamedIntPropertyI : public VakPreNamedPropertyI {
 };
 
 /// A numeric property; displayed as "gap (0.5)".
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedNumPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedNumPropertyI, VakPreNamedPropertyI);
   using EmbeddedType = VakNum;
@@ -114,6 +134,11 @@ class VakNamedNumPropertyI : public VakPreNamedPropertyI {
 };
 
 /// A property that names an object of the user; displayed as "view (0x1234)".
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedAnyPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedAnyPropertyI, VakPreNamedPropertyI);
   using EmbeddedType = VakAny;
@@ -130,6 +155,11 @@ class VakNamedAnyPropertyI : public VakPreNamedPropertyI {
 };
 
 /// A text property; displayed as "colour(red)". Deliberate: no blank before the bracket.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares the property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedStringPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedStringPropertyI, VakPreNamedPropertyI);
   using EmbeddedType = const char*;

@@ -12,6 +12,10 @@
 /// operations on name, user object and properties. It has no data.
 ///
 /// A null name finds nothing here; only the environment's handle refuses it. One thread at a time.
+///
+/// Threads: read-shared, as the owner is; set, add and remove change.
+/// Phases: open, as long as the owner.
+/// Gives back: removeProperty and removeAllProperties take back what set and add functions added.
 template <class Owner>
 class VakPropertyOwner {
  public:

@@ -22,6 +22,11 @@
 /// object takes it over. Every operation but getImpl, all and the comparison throws
 /// VakEmptyHandleException ("VakNamedPropertySet: Using empty handle") on an empty handle; an empty
 /// property handle throws "VakNamedProperty: Using empty handle".
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares a property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: end(), or the owner that took the set over with setProperties.
 class VakNamedPropertySet {
  public:
   class BadType;

@@ -18,6 +18,11 @@
 /// e._next == null or e._next->_previous == e; the first entry has no previous one; every property
 /// is held at least once. Whoever creates a set owns it until an owner of properties takes it over.
 /// Deleting a set removes every entry.
+///
+/// Threads: read-shared; holds are counted without a lock, so adding to and removing from any set
+///     that shares a property are changes.
+/// Phases: open; with a manager of no environment as long as that manager serves.
+/// Gives back: `delete`, or the owner that took the set over with setProperties.
 class VakNamedPropertySetI : public VakMemoryManagerObjectI {
  public:
   /// One entry of the list.

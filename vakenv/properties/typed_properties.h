@@ -89,6 +89,9 @@ void VakSetPropertyValueI(std::string_view name, Owner* owner, typename Kind::Em
 
 /// The kind of property that holds values of the C++ type T: Int for integer types, Num for
 /// floating-point types, String for const char*, Any for void*.
+///
+/// Threads: thread safe: it holds constants.
+/// Phases: any.
 template <class T>
 struct VakPropertyKindOf {
   static_assert(std::is_arithmetic_v<T> && !std::is_same_v<T, bool>,

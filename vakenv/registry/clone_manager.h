@@ -16,6 +16,10 @@
 /// may use the environment while something is copied.
 ///
 /// Invariant: every entry of `clones` that is not null has its identifier in `ids`.
+///
+/// Threads: confined, also in thread-safe mode.
+/// Phases: open, until step 12 of the end.
+/// Gives back: unlock() takes back lock(), unlockLevel() takes back lockLevel().
 class VakCloneManager {
  public:
   /// An empty, unlocked table. Throws std::bad_alloc.

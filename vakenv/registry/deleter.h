@@ -13,6 +13,10 @@
 /// not enter it in the plug-in manager: a deleter that wants to hear of changes enters itself, and
 /// takes itself out in its destructor. In the type system it is a VakNotifiedPlugIn. The order of
 /// the virtual functions is fixed.
+///
+/// Threads: confined, as the environment is.
+/// Phases: open, between setDeleter and unsetDeleter; deleted in step 6 of the end.
+/// Gives back: unsetDeleter or the environment's end deletes it.
 class VakBaseDeleterI : public VakNotifiedPlugIn {
  public:
   explicit VakBaseDeleterI(VakEnvI* env);

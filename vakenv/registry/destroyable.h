@@ -18,6 +18,10 @@
 /// when it is destroyed. Deliberate: an object made while a local environment is installed, as in
 /// thread-safe mode, is not listed, and the environment does not delete it;
 /// VakEnvI::getUnlistedDestroyables counts such objects.
+///
+/// Threads: confined; in thread-safe mode several threads may make and delete their own.
+/// Phases: open; its destructor may run in step 2 of the end.
+/// Gives back: `delete` or the environment's end; one made in thread-safe mode by `delete` alone.
 class VakDestroyableI : public VakRttiEnvObjectI {
   VAK_RTTI(VakDestroyableI, VakRttiEnvObjectI);
 
@@ -34,6 +38,11 @@ class VakDestroyableI : public VakRttiEnvObjectI {
 ///
 /// Invariant, which check() proves: an object is in the list at most once, and exactly when it is a
 /// key of the table, whose value is its element.
+///
+/// Threads: thread safe while a local environment is installed, except for destroyAll(); else
+///     confined.
+/// Phases: open, until step 2 of the end is over.
+/// Gives back: removal takes back adding; destroyAll() deletes what is listed.
 class VakDestroyableList {
  public:
   /// The place of one object in the list.

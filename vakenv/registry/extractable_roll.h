@@ -17,6 +17,9 @@
 ///
 /// Invariant: while there is an index, the entries of the extractable with identifier i stand at
 /// `_lastOf[i]` - 1 and from there at `_before[position]` - 1, until 0.
+///
+/// Threads: confined to the thread that removes.
+/// Phases: open, while a removal runs.
 class VakExtractableRoll {
  public:
   VakExtractableRoll() = default;

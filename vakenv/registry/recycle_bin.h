@@ -22,6 +22,10 @@
 /// Made and released by VakEnvI, which keeps it in _recycleBin meanwhile, in the environment's
 /// memory. The bin that stands there also lists its extractables in the environment's rolls, where
 /// those that go by another path are struck: an element of `pending` or `deferred` is null then.
+///
+/// Threads: confined to the thread that removes.
+/// Phases: open, while a removal runs.
+/// Gives back: end().
 class VakRecycleBinI {
  public:
   /// An empty bin. Throws std::bad_alloc and VakMemoryException.

@@ -20,6 +20,10 @@
 
 /// The stamps of one environment by identifier. A trailing member of the environment; its memory is
 /// the general heap's: per 512 identifiers of which one is referred to, 4 KiB.
+///
+/// Threads: thread safe for make, find and drop; end() while no other thread uses the table.
+/// Phases: open.
+/// Gives back: drop() takes back make(); end() takes the rest.
 class VakReferenceTable {
  public:
   using Stamp = std::uint64_t;  ///< 0 stands for none.

@@ -16,6 +16,10 @@
 /// A trailing member of the environment, used by the sources of the registry. Invariant: rolls and
 /// watches hold registered extractables only, because the end of every registration is reported to
 /// forget().
+///
+/// Threads: confined, except for the counts, which are atomic, and the members that the two locks
+///     guard.
+/// Phases: open, callbacks included.
 struct VakRegistryState {
   /// A roll that lasts as long as one call.
   struct CallRoll {

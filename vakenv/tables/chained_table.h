@@ -51,6 +51,9 @@ template <class K>
 }
 
 /// One entry of a table, owned by it.
+/// Threads: confined, as its table is.
+/// Phases: any, while its table lives and keeps it.
+/// Gives back: the table's removal and end.
 template <class K, class V>
 class VakHashItem {
  public:
@@ -82,6 +85,8 @@ class VakHashItem {
 /// What a hash or equality function throws passes on unchanged, and the table then holds what it
 /// held before, perhaps in another order within its chains; so it is when memory runs out. The
 /// functions must answer the same for the same arguments and must not change the table.
+/// Threads: read-shared, as the table that derives from it.
+/// Phases: any, as long as the memory of that table serves.
 template <class Table, class K, class V>
 class VakChainedTable {
  public:

@@ -17,6 +17,10 @@
 /// size - 1, the equality function a non-zero number for equal keys. When the environment has no
 /// memory left, every operation that takes some throws std::bad_alloc and leaves the table as it
 /// was.
+///
+/// Threads: read-shared: find and walks change nothing, everything else does.
+/// Phases: open.
+/// Gives back: end() takes back items and buckets; keys and values are the caller's.
 template <class K, class V>
 class VakEnvHashTable : public VakEnvObjectI, public VakChainedTable<VakEnvHashTable<K, V>, K, V> {
   using Base = VakChainedTable<VakEnvHashTable<K, V>, K, V>;

@@ -15,6 +15,10 @@
 /// function gives an index from 0 to size - 1, the equality function a non-zero number for equal
 /// keys. When the heap has no memory left, every operation that takes some throws
 /// VakMemoryException ("not enough memory") and leaves the table as it was.
+///
+/// Threads: read-shared: find and walks change nothing, everything else does.
+/// Phases: any, as long as its memory manager serves.
+/// Gives back: end() takes back items and buckets; keys and values are the caller's.
 template <class K, class V>
 class VakHashTable : public VakChainedTable<VakHashTable<K, V>, K, V> {
   using Base = VakChainedTable<VakHashTable<K, V>, K, V>;

@@ -30,6 +30,10 @@ using VakTypeInfo = void (*)();
 inline void VakKeepDistinct(const VakInt& word) { asm volatile("" : : "r"(&word)); }
 
 /// Root of the type system. It has no data; destructors below it may throw.
+///
+/// Threads: thread safe for asking what an object is; that several threads ask a class for its
+///     index first takes the process-wide mutex. Else as the class that derives from it says.
+/// Phases: any.
 class VakRtti {
  public:
   virtual ~VakRtti() noexcept(false);

@@ -10,6 +10,9 @@
 /// It is good until the first character, which its buffer refuses, and bad from then on, so that
 /// all later output is ignored at once; clear() makes it usable again, with the same effect.
 /// Nothing is stored, written, raised or allocated per write. One thread at a time.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 class VakNullStream : public std::ostream {
  public:
   /// Deliberate: no put area and the standard overflow, which refuses every character.

@@ -10,6 +10,9 @@
 /// A small value that allocates nothing; the memory manager serves only to find its environment.
 /// Invariant: _running is 1 exactly between a start() and the stop() that follows it. One thread
 /// uses a timer; the time of all threads of the process counts.
+///
+/// Threads: confined; each thread may have its own.
+/// Phases: any.
 class VakTimer {
  public:
   /// Stopped, with nothing accumulated. An empty manager is allowed.

@@ -7,6 +7,10 @@
 #include "vakmodel/contract/extractable_array.h"
 
 /// Handle of an algorithm: one pointer, copied freely, never an owner; null when empty.
+///
+/// Threads: confined, except where the class of the algorithm says otherwise.
+/// Phases: open, until the algorithm's end.
+/// Gives back: end() takes back what made the algorithm.
 class VakAlgorithm {
  public:
   class Exception;
@@ -74,6 +78,11 @@ class VakNoChangeDuringSearchException : public VakException {
 /// algorithms that are attached. One thread at a time.
 ///
 /// Virtual functions in their order: destructors, end, the two change operations.
+///
+/// Threads: confined; told of changes on the thread that makes them.
+/// Phases: open; attached from attach() to detach() or end(); ended in step 3 of the environment's
+///     end at the latest.
+/// Gives back: detach() takes back attach(); end() takes back `new`.
 class VakAlgorithmI {
  public:
   /// An algorithm for models of `env`, not attached.

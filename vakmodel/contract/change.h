@@ -11,6 +11,9 @@
 /// Its kind is asked for with isType: `change.isType(VakDestroyExtractable::GetTypeInfo())`. A
 /// change lives on the stack of whoever reports it; nobody keeps it. Each kind says whether it is
 /// reported before or after the model is changed, and so what a refusal leaves behind.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakChange : public VakRtti {
   VAK_RTTI_BELOW_ROOT(VakChange);
 
@@ -24,6 +27,9 @@ class VakChange : public VakRtti {
 
 /// An extractable is about to be destroyed. Reported before: it is whole and still registered, and
 /// stays so when the change is refused.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakDestroyExtractable final : public VakChange {
   VAK_RTTI(VakDestroyExtractable, VakChange);
 
@@ -39,6 +45,9 @@ class VakDestroyExtractable final : public VakChange {
 
 /// Extractables were taken out of every other object. Reported after: nothing refers to them any
 /// more, and a refusal changes nothing of that.
+///
+/// Threads: confined to the thread that changes the model; all listeners are called on it.
+/// Phases: told: from the report of a change until all have been told of it.
 class VakRemoveFromAllChange final : public VakChange {
   VAK_RTTI(VakRemoveFromAllChange, VakChange);
 

@@ -12,6 +12,10 @@
 /// One an environment, made by VakEnvI::getExpander. It is an algorithm and attaches itself, so
 /// that the end of the environment ends it; as an algorithm it learns which extractables are
 /// destroyed and forgets them. It accepts every change.
+///
+/// Threads: confined, as the environment's copying operations are.
+/// Phases: open; ended with the algorithms in step 3 of the end.
+/// Gives back: clearSubstitutes() takes back setSubstitute(); the environment ends it.
 class VakExpanderI : public VakAlgorithmI {
  public:
   /// An attached expander without substitutions.

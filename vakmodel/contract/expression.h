@@ -9,6 +9,11 @@
 ///
 /// Users count themselves in with use() and out with VakEnvI::release, which knows when the
 /// expression is gone already: the environment is ending, or the running removal destroyed it.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: release() takes back use(); else as VakExtractableI.
 class VakExprI : public VakExtractableI {
   VAK_RTTI(VakExprI, VakExtractableI);
 
@@ -27,6 +32,11 @@ class VakExprI : public VakExtractableI {
 };
 
 /// A numeric expression.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: release() takes back use(); else as VakExtractableI.
 class VakNumExprI : public VakExprI {
   VAK_RTTI(VakNumExprI, VakExprI);
 
@@ -38,6 +48,11 @@ class VakNumExprI : public VakExprI {
 };
 
 /// An expression over untyped values.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: release() takes back use(); else as VakExtractableI.
 class VakAnyExprI : public VakExprI {
   VAK_RTTI(VakAnyExprI, VakExprI);
 
@@ -46,6 +61,11 @@ class VakAnyExprI : public VakExprI {
 };
 
 /// A numeric variable.
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: release() takes back use(); else as VakExtractableI.
 class VakNumVarI : public VakNumExprI {
   VAK_RTTI(VakNumVarI, VakNumExprI);
 

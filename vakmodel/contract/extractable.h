@@ -22,6 +22,11 @@
 /// Registration happens in the constructor of this class and the last chance to unregister in its
 /// destructor, where the object's virtual functions are those of this class. A class whose typed
 /// lists or deleter must see it whole unregisters in a destructor of its own with unregister().
+///
+/// Threads: read-shared, as the handles on it; in thread-safe mode several threads may make objects
+///     of their own.
+/// Phases: open; registered from constructor to finit, destroy, removal or destructor.
+/// Gives back: VakEnvI::destroy, a removal, `delete`, or the environment's end.
 class VakExtractableI : public VakExtensibleRttiEnvObjectI {
   VAK_RTTI(VakExtractableI, VakExtensibleRttiEnvObjectI);
 

@@ -11,6 +11,10 @@
 /// Copied freely, never an owner of the array either; null when empty. The array lives in the
 /// memory of the manager it was made with until end(). Unless said otherwise the operations need a
 /// handle that is not empty, and do not check it.
+///
+/// Threads: read-shared: elements are read by several threads while none changes the array.
+/// Phases: open, and with a manager of no environment as long as that manager serves.
+/// Gives back: end(), which leaves the elements as they are.
 class VakExtractableArray : public VakArray<VakExtractableI*> {
  public:
   /// An empty handle.

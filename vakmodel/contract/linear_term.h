@@ -8,6 +8,10 @@
 
 /// `coef` times `var`, in a list of terms. Made by VakEnvI::newTerm and given back with
 /// VakEnvI::recycleTerm; nothing else constructs or destroys it.
+///
+/// Threads: confined, as the list it is in.
+/// Phases: open.
+/// Gives back: VakEnvI::recycleTerm takes back VakEnvI::newTerm.
 struct VakNumLinExprTermI {
   VakNumVarI* var;           ///< The variable; not owned.
   VakNumLinExprTermI* next;  ///< The next term; null at the end, and in a new term.

@@ -11,6 +11,10 @@
 /// Made and owned by an algorithm. This form stores the values it is given; an algorithm that has
 /// a solution derives from it and answers from there. Values are kept by identifier, so they are to
 /// be cleared when variables come and go.
+///
+/// Threads: read-shared for getValue and evaluate.
+/// Phases: open, while the variables it has values for live.
+/// Gives back: its algorithm deletes it.
 class VakModelEvaluatorI {
  public:
   VakModelEvaluatorI();

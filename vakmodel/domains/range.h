@@ -7,6 +7,10 @@
 
 /// A pair of integer bounds in an environment. The bounds never change and are not compared with
 /// each other: a lower bound above the upper one is an empty range.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakIntRangeI : public VakRttiEnvObjectI {
   VAK_RTTI(VakIntRangeI, VakRttiEnvObjectI);
 
@@ -27,6 +31,10 @@ class VakIntRangeI : public VakRttiEnvObjectI {
 
 /// A pair of numeric bounds in an environment, otherwise like VakIntRangeI. A bound may be infinite
 /// or NaN.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakNumRangeI : public VakRttiEnvObjectI {
   VAK_RTTI(VakNumRangeI, VakRttiEnvObjectI);
 

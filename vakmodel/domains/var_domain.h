@@ -10,6 +10,10 @@
 #include "vakenv/memory/env_object.h"
 
 /// Base of all domains. A lower bound above the upper one is an empty domain.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakVarDomainI : public VakRttiEnvObjectI {
   VAK_RTTI(VakVarDomainI, VakRttiEnvObjectI);
 
@@ -27,6 +31,10 @@ class VakVarDomainI : public VakRttiEnvObjectI {
 };
 
 /// All numbers from the lower to the upper bound.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakNumVarDomainI : public VakVarDomainI {
   VAK_RTTI(VakNumVarDomainI, VakVarDomainI);
 
@@ -44,6 +52,10 @@ class VakNumVarDomainI : public VakVarDomainI {
 
 /// The integers from the lower to the upper bound: all of them, or every `step`-th beginning with
 /// the lower bound.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakIntVarDomainI : public VakVarDomainI {
   VAK_RTTI(VakIntVarDomainI, VakVarDomainI);
 
@@ -65,6 +77,10 @@ class VakIntVarDomainI : public VakVarDomainI {
 };
 
 /// Truth values: the integers from the lower to the upper bound, which lie within 0 and 1.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakBoolVarDomainI : public VakVarDomainI {
   VAK_RTTI(VakBoolVarDomainI, VakVarDomainI);
 
@@ -81,6 +97,10 @@ class VakBoolVarDomainI : public VakVarDomainI {
 };
 
 /// A numeric domain that an environment keeps for everybody with these bounds.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakNumSharedVarDomainI final : public VakNumVarDomainI {
   VAK_RTTI(VakNumSharedVarDomainI, VakNumVarDomainI);
 
@@ -90,6 +110,10 @@ class VakNumSharedVarDomainI final : public VakNumVarDomainI {
 };
 
 /// An integer domain that an environment keeps for everybody with these bounds.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakIntSharedVarDomainI final : public VakIntVarDomainI {
   VAK_RTTI(VakIntSharedVarDomainI, VakIntVarDomainI);
 
@@ -99,6 +123,10 @@ class VakIntSharedVarDomainI final : public VakIntVarDomainI {
 };
 
 /// A Boolean domain that an environment keeps for everybody with these bounds.
+///
+/// Threads: thread safe to read: it never changes after it is made.
+/// Phases: open.
+/// Gives back: shared ones go with the environment; others by `delete`.
 class VakBoolSharedVarDomainI final : public VakBoolVarDomainI {
   VAK_RTTI(VakBoolSharedVarDomainI, VakBoolVarDomainI);
 

@@ -120,7 +120,8 @@ const std::vector<VakFaultOperation> _operations = {
          if (!fine) throw std::logic_error("an answer");
        }};
      }},
-    {"tell an algorithm of new bounds", "VakModelAlgorithmI::change VakBoundsChange::VakBoundsChange "
+    {"tell an algorithm of new bounds",
+     "VakModelAlgorithmI::change VakBoundsChange::VakBoundsChange "
      "VakVariablesChange::getVariables",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.x.setBounds(1.5, 2.5); }); }},
     {"tell an algorithm of a new kind", "VakModelAlgorithmI::change VakKindChange::VakKindChange",
@@ -170,7 +171,8 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) { return removing(s, [](VakModelWorld& w) { w.c.end(); }); }},
     {"build and look into changes by hand",
      "VakObjectsView::VakObjectsView VakObjectsView::size VakObjectsView::empty "
-     "VakObjectsView::operator[] VakObjectsView::begin VakObjectsView::end VakObjectText::VakObjectText "
+     "VakObjectsView::operator[] VakObjectsView::begin VakObjectsView::end "
+     "VakObjectText::VakObjectText "
      "VakObjectText::get",
      [](VakStage& s) {
        auto& w = s.keep<VakModelWorld>(s);
@@ -186,7 +188,8 @@ const std::vector<VakFaultOperation> _operations = {
          const VakSenseChange sense(w.o.getImpl());
          const VakConstantChange constant(w.o.getImpl());
          VakMembersView members;
-         members.variables = VakObjectsView<VakModelVarI>(std::span<VakModelVarI* const>(variables));
+         members.variables =
+             VakObjectsView<VakModelVarI>(std::span<VakModelVarI* const>(variables));
          const VakAddChange added(w.m.getImpl(), members, coefs);
          const VakRemoveChange removed(w.m.getImpl(), members);
          const VakDestroyExtractable destroyed(w.x.getImpl());
@@ -194,7 +197,8 @@ const std::vector<VakFaultOperation> _operations = {
          bool fine = bounds.getVariables().size() == kinds.getVariables().size();
          fine = fine && rowBounds.getConstraints()[0] == w.c.getImpl();
          fine = fine && coefChange.getCoefs().size() == added.getCoefs().size();
-         fine = fine && terms.getLinear() == w.c.getImpl() && sense.getLinear() == constant.getLinear();
+         fine = fine && terms.getLinear() == w.c.getImpl() &&
+                sense.getLinear() == constant.getLinear();
          fine = fine && added.getModel() == removed.getModel();
          const auto& view = added.getMembers().variables;
          fine = fine && view.size() == 2 && !view.empty() && view[1] == w.y.getImpl();

@@ -65,11 +65,10 @@ VakScene makingOf(VakStage& s, VakInt n, Values... values) {
                 place.impl = nullptr;
                 make();
               },
-          .afterSuccess =
-              [&place, n]() -> std::string {
-                if (place.array.getSize() != n) return "its size";
-                return place.array.getImpl()->check();
-              },
+          .afterSuccess = [&place, n]() -> std::string {
+            if (place.array.getSize() != n) return "its size";
+            return place.array.getImpl()->check();
+          },
           .mayKeep = "the place of the handle refers to the array that was made"};
 }
 
@@ -90,8 +89,7 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"make an array of one number", "VakNumArray::VakNumArray",
      [](VakStage& s) { return makingOf<VakNumArray>(s, 1, 2.5); }},
-    {"make an array of a list of numbers",
-     "VakNumArray::VakNumArray VakVarArgsNum::VakVarArgsNum",
+    {"make an array of a list of numbers", "VakNumArray::VakNumArray VakVarArgsNum::VakVarArgsNum",
      [](VakStage& s) {
        return makingOf<VakNumArray>(s, 5, 1.5, VakVarArgsNum(2.5), 3.5, 4.5, 5.5);
      }},
@@ -108,8 +106,7 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"make an array of one integer", "VakIntArray::VakIntArray",
      [](VakStage& s) { return makingOf<VakIntArray>(s, 1, 7L); }},
-    {"make an array of a list of integers",
-     "VakIntArray::VakIntArray VakVarArgsInt::VakVarArgsInt",
+    {"make an array of a list of integers", "VakIntArray::VakIntArray VakVarArgsInt::VakVarArgsInt",
      [](VakStage& s) { return makingOf<VakIntArray>(s, 5, 1L, VakVarArgsInt(2), 3L, 4L, 5L); }},
     {"make an array of a list of plain integers", "VakIntArray::VakIntArray",
      [](VakStage& s) { return makingOf<VakIntArray>(s, 3, 1, VakVarArgsInt(2), 3); }},
@@ -142,15 +139,16 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"make an array of a range", "VakIntArray::From",
      [](VakStage& s) {
-       return making<VakIntArray>(s, [](VakStage& t) { return VakIntArray::From(t.env, askFor(100)); });
+       return making<VakIntArray>(
+           s, [](VakStage& t) { return VakIntArray::From(t.env, askFor(100)); });
      }},
     {"copy an array", "VakArrayI::VakArrayI",
      [](VakStage& s) {
        VakIntArray original = makeCounting(s, 100);
        auto& copy = s.keep<VakArrayI*>(nullptr);
-       return VakScene{.act = [&s, &copy,
-                               original] { copy = VakCreate<VakArrayI>(s.env, original.getImpl()); },
-                       .undo = [&copy] { delete copy; }};
+       return VakScene{
+           .act = [&s, &copy, original] { copy = VakCreate<VakArrayI>(s.env, original.getImpl()); },
+           .undo = [&copy] { delete copy; }};
      }},
     {"add elements one by one",
      "VakArray::add VakArrayI::grow VakArrayI::growAhead* VakArrayI::isAppendWithinChunk*",

@@ -77,13 +77,12 @@ const std::vector<VakFaultOperation> _operations = {
      "VakEnvI::hasSymbol VakSymbolTable::make* VakSymbolTable::get*",
      [](VakStage& s) {
        return VakScene{.act = [&] { s.env.makeSymbol("flow"); },
-                       .afterFailure =
-                           [&]() -> std::string {
-                             if (s->hasSymbol("flow") || s->getSymbol("flow") != nullptr) {
-                               return "half a symbol is there";
-                             }
-                             return s.env.getSymbol("flow") == nullptr ? "" : "a symbol is there";
-                           },
+                       .afterFailure = [&]() -> std::string {
+                         if (s->hasSymbol("flow") || s->getSymbol("flow") != nullptr) {
+                           return "half a symbol is there";
+                         }
+                         return s.env.getSymbol("flow") == nullptr ? "" : "a symbol is there";
+                       },
                        .mayKeep = "the buckets and the list of symbols stay"};
      }},
     {"make a symbol when the table is full", "VakEnvI::makeSymbol",
@@ -121,10 +120,12 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) {
        auto& out = s.keep<VakUserStream>();
        s->_out = &out;
-       return VakScene{.act = [&] { s->printTime(); }, .again = [&] {
-                         out.clear();
-                         s->printTime();
-                       }};
+       return VakScene{.act = [&] { s->printTime(); },
+                       .again =
+                           [&] {
+                             out.clear();
+                             s->printTime();
+                           }};
      }},
     {"take and give back environment memory",
      "VakEnvI::allocate VakEnvI::giveBack VakAllocateIn VakFreeIn VakEnvMemory::take "
@@ -170,7 +171,8 @@ const std::vector<VakFaultOperation> _operations = {
                            },
                        .undo =
                            [&] {
-                             for (; !ids.empty(); ids.pop_back()) s->_localEnv->releaseId(ids.back());
+                             for (; !ids.empty(); ids.pop_back())
+                               s->_localEnv->releaseId(ids.back());
                            },
                        .mayKeep = "identifiers that were booked before stay, in a grown table"};
      },

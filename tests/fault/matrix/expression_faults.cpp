@@ -87,7 +87,8 @@ const std::vector<VakFaultOperation> _operations = {
        arrays.vars = VakNumVarArray(s.env, 20, 0, 1);
        return VakScene{.act =
                            [&] {
-                             arrays.e = VakSum(arrays.vars) + VakScalProd(arrays.coefs, arrays.vars);
+                             arrays.e =
+                                 VakSum(arrays.vars) + VakScalProd(arrays.coefs, arrays.vars);
                              arrays.e += VakSum(arrays.coefs, [&](VakNum coef) {
                                VakFailingCallback::Tick();
                                return coef * arrays.vars[0];
@@ -149,7 +150,8 @@ const std::vector<VakFaultOperation> _operations = {
          point.setValue(w.z.getImpl(), 2);
          bool fine = same.getImpl() == w.e.checked() && same.getConstant() == 0;
          fine = fine && same.evaluate(point) == 3 && same.getImpl()->evaluate(point) == 3;
-         fine = fine && same.getExpr().getTerms().size() == 2 && same.terms().begin() != same.terms().end();
+         fine = fine && same.getExpr().getTerms().size() == 2 &&
+                same.terms().begin() != same.terms().end();
          if (!fine) throw std::logic_error("an answer");
        }};
      }},
@@ -157,7 +159,8 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) {
        auto& w = s.keep<VakModelWorld>(s);
        w.env.getImpl()->lockCloning();
-       for (const VakNumVar v : {w.x, w.y, w.z}) w.env.getImpl()->setClone(v.getImpl(), v.getImpl());
+       for (const VakNumVar v : {w.x, w.y, w.z})
+         w.env.getImpl()->setClone(v.getImpl(), v.getImpl());
        auto& copy = s.keep<VakExtractable>();
        return VakScene{
            .act = [&w, &copy] { copy = VakExtractable(w.e.getImpl()->makeClone(w.env.getImpl())); },
@@ -189,17 +192,11 @@ const std::vector<VakFaultOperation> _operations = {
     {"change the bounds of a constraint",
      "VakConstraint::setLB VakConstraint::setUB VakConstraint::setBounds "
      "VakConstraintI::setBounds",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.c.setBounds(1, 2); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.c.setBounds(1, 2); }); }},
     {"change the lower bound of a constraint", "VakConstraint::setLB",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.c.setLB(1); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.c.setLB(1); }); }},
     {"change the upper bound of a constraint", "VakConstraint::setUB",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.c.setUB(1); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.c.setUB(1); }); }},
     {"change the bounds of many constraints", "VakSetBounds",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) {
@@ -243,17 +240,11 @@ const std::vector<VakFaultOperation> _operations = {
        }};
      }},
     {"change a coefficient", "VakLinear::setCoef VakLinearI::setCoef VakLinearI::checkCoef*",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.c.setCoef(w.z, 3); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.c.setCoef(w.z, 3); }); }},
     {"take a coefficient away", "VakLinear::setCoef",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.c.setCoef(w.y, 0); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.c.setCoef(w.y, 0); }); }},
     {"add to a coefficient", "VakLinear::addTerm",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.o.addTerm(w.z, 2); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.o.addTerm(w.z, 2); }); }},
     {"change several coefficients of a constraint", "VakLinear::setCoefs",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) {
@@ -272,8 +263,7 @@ const std::vector<VakFaultOperation> _operations = {
        scene.mayAbsorb = "sorting does without memory when there is none";
        return scene;
      }},
-    {"change an objective",
-     "VakObjective::setExpr VakObjectiveI::setExpr",
+    {"change an objective", "VakObjective::setExpr VakObjectiveI::setExpr",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) { w.o.setExpr(w.z + w.y + w.z + 7); });
      }},
@@ -281,11 +271,8 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) { w.o.setSense(VakSense::Minimize); });
      }},
-    {"change the constant of an objective",
-     "VakObjective::setConstant VakObjectiveI::setConstant",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.o.setConstant(9); });
-     }},
+    {"change the constant of an objective", "VakObjective::setConstant VakObjectiveI::setConstant",
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.o.setConstant(9); }); }},
     {"ask an objective about itself",
      "VakObjective::From VakObjective::getImpl VakObjective::checked VakObjective::getSense "
      "VakObjective::getConstant VakObjective::getExpr",
@@ -299,7 +286,7 @@ const std::vector<VakFaultOperation> _operations = {
        }};
      }},
     {"work on a list of terms",
-     "VakTermListI::VakTermListI VakTermListI::first VakTermListI::size VakTermListI::empty "
+     "VakTermListI::VakTermListI* VakTermListI::first VakTermListI::size VakTermListI::empty "
      "VakTermListI::find VakTermListI::prepend VakTermListI::takeFirst VakTermListI::unlinkAfter "
      "VakTermListI::dropZeros VakTermListI::cut VakTermListI::swap "
      "VakTermListI::clear VakTermListI::removeHidden VakTermListI::evaluate VakTermListI::addTo "
@@ -336,4 +323,6 @@ const std::vector<VakFaultOperation> _operations = {
 
 }  // namespace
 
-VakFaultGroup VakExpressionFaults() { return {"Expressions, constraints, objectives", _operations}; }
+VakFaultGroup VakExpressionFaults() {
+  return {"Expressions, constraints, objectives", _operations};
+}

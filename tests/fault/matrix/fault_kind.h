@@ -1,5 +1,6 @@
-// What the fault matrix makes fail.
 #pragma once
+
+// What the fault matrix makes fail.
 
 #include <array>
 

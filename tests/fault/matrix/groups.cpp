@@ -7,8 +7,5 @@ std::vector<VakFaultGroup> VakFaultGroups() {
       VakPlugInFaults(),     VakDomainFaults(),      VakRegistryFaults(), VakRemovalFaults(),
       VakVariableFaults(),   VakExpressionFaults(),  VakModelFaults(),    VakAlgorithmFaults(),
       VakInspectionFaults(),
-#ifdef VAK_WITH_SOLVER
-      VakSolverFaults(),
-#endif
   };
 }

@@ -1,5 +1,6 @@
-// The groups of the fault matrix, one for each subsystem and each in a source of its own.
 #pragma once
+
+// The groups of the fault matrix, one for each subsystem and each in a source of its own.
 
 #include "tests/fault/matrix/operation.h"
 
@@ -20,8 +21,6 @@
 [[nodiscard]] VakFaultGroup VakModelFaults();
 [[nodiscard]] VakFaultGroup VakAlgorithmFaults();
 [[nodiscard]] VakFaultGroup VakInspectionFaults();
-/// Only where there is the solver.
-[[nodiscard]] VakFaultGroup VakSolverFaults();
 
 /// All groups, in the order of the table.
 [[nodiscard]] std::vector<VakFaultGroup> VakFaultGroups();

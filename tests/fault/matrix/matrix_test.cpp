@@ -104,7 +104,8 @@ TEST(FaultRunner, FindsWhatIsLostOnlyInTheEnd) {
                     .mayKeep = "claimed wrongly"};
   });
   ASSERT_EQ(row.defects.size(), 1U);
-  EXPECT_EQ(row.defects[0], "pool allocation 2: 40 bytes more are in use in the end than when nothing fails");
+  EXPECT_EQ(row.defects[0],
+            "pool allocation 2: 40 bytes more are in use in the end than when nothing fails");
 }
 
 TEST(FaultRunner, FindsAnAbsorbedFailure) {

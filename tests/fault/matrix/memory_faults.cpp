@@ -39,20 +39,20 @@ const std::vector<VakFaultOperation> _operations = {
      "VakMemoryManager::getImpl VakMemoryManager::operator==",
      [](VakStage& s) {
        auto& blocks = s.keep<std::array<void*, 2>>();
-       return VakScene{
-           .act =
-               [&] {
-                 const VakMemoryManager manager(s.allocator());
-                 if (!(manager == s.env.getMemoryManager())) throw std::logic_error("a manager");
-                 if (blocks[0] == nullptr) blocks[0] = manager.getImpl()->alloc(88);
-                 blocks[1] = VakManagerMemory{manager.getImpl()}.take(88000);
-               },
-           .undo =
-               [&] {
-                 s.allocator()->free(blocks[0], 88);
-                 VakManagerMemory{s.allocator()}.giveBack(blocks[1], 88000);
-               },
-           .mayKeep = "the block that was taken before is held"};
+       return VakScene{.act =
+                           [&] {
+                             const VakMemoryManager manager(s.allocator());
+                             if (!(manager == s.env.getMemoryManager()))
+                               throw std::logic_error("a manager");
+                             if (blocks[0] == nullptr) blocks[0] = manager.getImpl()->alloc(88);
+                             blocks[1] = VakManagerMemory{manager.getImpl()}.take(88000);
+                           },
+                       .undo =
+                           [&] {
+                             s.allocator()->free(blocks[0], 88);
+                             VakManagerMemory{s.allocator()}.giveBack(blocks[1], 88000);
+                           },
+                       .mayKeep = "the block that was taken before is held"};
      }},
     {"make an allocator of an environment", "VakTarnAlloc::VakTarnAlloc",
      [](VakStage& s) {
@@ -106,11 +106,9 @@ const std::vector<VakFaultOperation> _operations = {
          throw std::logic_error("a manager");
        }
        auto& object = s.keep<EnvObject*>(nullptr);
-       return VakScene{.act =
-                           [&] {
-                             object = VakConstructIn<EnvObject>(VakEnvMemory{s.impl()}, s.impl());
-                           },
-                       .undo = [&] { delete object; }};
+       return VakScene{
+           .act = [&] { object = VakConstructIn<EnvObject>(VakEnvMemory{s.impl()}, s.impl()); },
+           .undo = [&] { delete object; }};
      }},
     {"create an object of an environment with a type",
      "VakRttiEnvObjectI::VakRttiEnvObjectI VakRttiEnvObjectI::getMemoryManager VakCreate",
@@ -158,21 +156,20 @@ const std::vector<VakFaultOperation> _operations = {
                [&] {
                  while (booked > 0) ids.freeId(--booked);
                },
-           .afterFailure =
-               [&]() -> std::string {
-                 if (ids._size != booked) return "another number of identifiers is booked";
-                 VakInt walked = 0;
-                 VakIdManager::Iterator walk(&ids);
-                 for (walk.nextValid(); walk.index < ids._size; walk.nextValid()) {
-                   if (!ids.isInTable(walk.index) || ids.isLink(ids._data[walk.index]) ||
-                       ids.isLive(walk.index) || ids.isHidden(walk.index) ||
-                       ids._data[walk.index] == VakIdManager::HiddenMark()) {
-                     return "a slot";
-                   }
-                   ++walked;
-                 }
-                 return walked == booked && ids.getMemoryUsage() > 0 ? ids.check() : "the slots";
-               },
+           .afterFailure = [&]() -> std::string {
+             if (ids._size != booked) return "another number of identifiers is booked";
+             VakInt walked = 0;
+             VakIdManager::Iterator walk(&ids);
+             for (walk.nextValid(); walk.index < ids._size; walk.nextValid()) {
+               if (!ids.isInTable(walk.index) || ids.isLink(ids._data[walk.index]) ||
+                   ids.isLive(walk.index) || ids.isHidden(walk.index) ||
+                   ids._data[walk.index] == VakIdManager::HiddenMark()) {
+                 return "a slot";
+               }
+               ++walked;
+             }
+             return walked == booked && ids.getMemoryUsage() > 0 ? ids.check() : "the slots";
+           },
            .mayKeep = "identifiers that were booked before stay, in a table that has grown"};
      }},
     {"make and end an identifier manager",

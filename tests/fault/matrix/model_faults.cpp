@@ -52,13 +52,9 @@ const std::vector<VakFaultOperation> _operations = {
        return VakChangeModel(s, [](VakModelWorld& w) { w.m.add(w.z + w.x <= 3, "name"); });
      }},
     {"add a constraint", "VakModel::add",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.m.add(w.loose); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.m.add(w.loose); }); }},
     {"add a variable", "VakModel::add",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.m.add(w.z); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.m.add(w.z); }); }},
     {"add an objective", "VakModel::add VakModel::remove VakModelI::removeObjective*",
      [](VakStage& s) {
        VakScene scene = VakChangeModel(s, [](VakModelWorld& w) {
@@ -150,17 +146,11 @@ const std::vector<VakFaultOperation> _operations = {
        });
      }},
     {"remove a variable from a model", "VakModel::remove VakModelI::remove",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.m.remove(w.y); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.m.remove(w.y); }); }},
     {"remove a constraint from a model", "VakModel::remove",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.m.remove(w.c); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.m.remove(w.c); }); }},
     {"remove the objective from a model", "VakModel::remove",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.m.remove(w.o); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.m.remove(w.o); }); }},
     {"remove several variables from a model", "VakModel::remove",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) {
@@ -297,19 +287,18 @@ const std::vector<VakFaultOperation> _operations = {
      "VakNumLinExprI::removeHidden",
      [](VakStage& s) {
        auto& w = s.keep<VakModelWorld>(s);
-       return VakScene{.act =
-                           [&w] {
-                             VakExtractableI* y = w.y.getImpl();
-                             void*& slot = w.env.getImpl()->_idManager->_data[y->id];
-                             slot = VakIdManager::HiddenMark();
-                             w.c.getImpl()->dropHidden();
-                             w.loose.getImpl()->removeHidden(0);
-                             w.o.getImpl()->removeHidden(0);
-                             w.e.getImpl()->removeHidden(0);
-                             w.m.getImpl()->removeHidden(0);
-                             slot = y;
-                             if (w.c.getTermCount() != 1) throw std::logic_error("a term");
-                           }};
+       return VakScene{.act = [&w] {
+         VakExtractableI* y = w.y.getImpl();
+         void*& slot = w.env.getImpl()->_idManager->_data[y->id];
+         slot = VakIdManager::HiddenMark();
+         w.c.getImpl()->dropHidden();
+         w.loose.getImpl()->removeHidden(0);
+         w.o.getImpl()->removeHidden(0);
+         w.e.getImpl()->removeHidden(0);
+         w.m.getImpl()->removeHidden(0);
+         slot = y;
+         if (w.c.getTermCount() != 1) throw std::logic_error("a term");
+       }};
      }},
     {"let variables join and leave a model",
      "VakModelI::join VakModelI::unjoin VakModelI::tidy VakModelI::forget* "

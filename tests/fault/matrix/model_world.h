@@ -1,5 +1,6 @@
-// A model with listeners, on which the operations of the modelling layer are driven.
 #pragma once
+
+// A model with listeners, on which the operations of the modelling layer are driven.
 
 #include <array>
 #include <sstream>
@@ -9,8 +10,8 @@
 #include "tests/fault/matrix/user_objects.h"
 #include "vakmodel/modelling.h"
 
-/// Variables, constraints, an objective, a stored expression, and what is told of their changes: two
-/// algorithms and a plug-in, each of which can fail.
+/// Variables, constraints, an objective, a stored expression, and what is told of their changes:
+/// two algorithms and a plug-in, each of which can fail.
 struct VakModelWorld {
   explicit VakModelWorld(VakStage& s)
       : env(s.env),
@@ -59,7 +60,7 @@ struct VakModelWorld {
   VakConstraint loose;  ///< In no model.
   VakObjective o;
   VakNumExpr e;
-  VakModel second;  ///< Empty unless a scene makes it.
+  VakModel second;     ///< Empty unless a scene makes it.
   std::string before;  ///< The state after the set-up.
 };
 

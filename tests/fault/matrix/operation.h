@@ -1,9 +1,10 @@
+#pragma once
+
 // One operation of the library as the fault matrix drives it.
 //
 //   stage       fresh environments in which one attempt is made
 //   scene       what was set up on a stage, and how the operation is run there and taken back
 //   operation   a name, the functions of the library that it stands for, and how its scene is made
-#pragma once
 
 #include <functional>
 #include <memory>
@@ -20,8 +21,7 @@ enum class VakStageKind {
   Plain,       ///< Two environments for one thread.
   Locked,      ///< A mutex is installed before; taking it is a callback.
   ThreadSafe,  ///< Locked, and thread-safe allocation is on in the first environment.
-  Unstarved,   ///< Plain; the operation may end an environment, so no free list is kept aside.
-  Foreign,     ///< Plain; the operation runs code of shared libraries, which get all their memory.
+  Unstarved,   ///< Plain; the operation may end an environment, or look at free lists, which stay.
 };
 
 /// The user's mutex.
@@ -77,7 +77,7 @@ class VakStage {
 
 /// What was set up on a stage.
 struct VakScene {
-  std::function<void()> act;   ///< Runs the operation.
+  std::function<void()> act;        ///< Runs the operation.
   std::function<void()> undo = {};  ///< Gives back what act() made; nothing by default.
   /// Runs the operation anew after a failure; act() by default.
   std::function<void()> again = {};
@@ -95,8 +95,8 @@ struct VakScene {
 };
 
 struct VakFaultOperation {
-  const char* name;                      ///< In words; unique.
-  const char* drives;                    ///< Functions of the library, separated by blanks.
+  const char* name;                        ///< In words; unique.
+  const char* drives;                      ///< Functions of the library, separated by blanks.
   VakScene (*makeScene)(VakStage& stage);  ///< Sets up.
   VakStageKind stage = VakStageKind::Plain;
 };

@@ -19,8 +19,7 @@ bool isFiled(const VakPlugIn* plugIn, const VakPlugInManager::VakCell* cell) {
 }
 
 const std::vector<VakFaultOperation> _operations = {
-    {"make a cell for a name",
-     "VakPlugInManager::findOrCreateCell VakPlugInManager::findCell",
+    {"make a cell for a name", "VakPlugInManager::findOrCreateCell VakPlugInManager::findCell",
      [](VakStage& s) {
        return VakScene{.act = [&] { managerOf(s).findOrCreateCell("a name"); },
                        .afterFailure = [&]() -> std::string {
@@ -43,15 +42,15 @@ const std::vector<VakFaultOperation> _operations = {
        managerOf(s).add(VakCreate<VakUserAddon>(s.impl()), "watched");
        auto& plugIn = s.keep<VakPlugIn*>(VakCreate<VakPlugIn>(s.impl()));
        auto& other = s.keep<VakPlugIn*>(VakCreate<VakPlugIn>(s.impl()));
-       return VakScene{
-           .act =
-               [&] {
-                 // A plug-in stays filed when an add-on fails while it is told.
-                 VakPlugInManager& manager = managerOf(s);
-                 if (!isFiled(plugIn, manager.findCell("watched"))) manager.add(plugIn, "watched");
-                 manager.add(other, "a new name");
-               },
-           .mayKeep = "what was filed before stays"};
+       return VakScene{.act =
+                           [&] {
+                             // A plug-in stays filed when an add-on fails while it is told.
+                             VakPlugInManager& manager = managerOf(s);
+                             if (!isFiled(plugIn, manager.findCell("watched")))
+                               manager.add(plugIn, "watched");
+                             manager.add(other, "a new name");
+                           },
+                       .mayKeep = "what was filed before stays"};
      },
      VakStageKind::Locked},
     {"take a plug-in out", "VakPlugInManager::remove",
@@ -62,7 +61,8 @@ const std::vector<VakFaultOperation> _operations = {
        return VakScene{.act = [&] { managerOf(s).remove(plugIn, "watched"); },
                        .undo = [&] { delete plugIn; },
                        .afterFailure = [&]() -> std::string {
-                         return isFiled(plugIn, managerOf(s).findCell("watched")) ? "" : "it is gone";
+                         return isFiled(plugIn, managerOf(s).findCell("watched")) ? ""
+                                                                                  : "it is gone";
                        }};
      },
      VakStageKind::Locked},
@@ -109,8 +109,8 @@ const std::vector<VakFaultOperation> _operations = {
     {"make and end a plug-in manager",
      "VakPlugInManager::VakPlugInManager VakPlugInManager::end VakPlugInManager::VakCell::end",
      [](VakStage& s) {
-       auto& manager = s.keep<std::unique_ptr<VakPlugInManager>>(
-           std::make_unique<VakPlugInManager>(s.impl()));
+       auto& manager =
+           s.keep<std::unique_ptr<VakPlugInManager>>(std::make_unique<VakPlugInManager>(s.impl()));
        for (int i = 0; i < 3; ++i) {
          manager->add(VakCreate<VakPlugIn>(s.impl()), i == 0 ? "one" : "two");
          manager->add(VakCreate<VakUserAddon>(s.impl()), "two");
@@ -124,14 +124,15 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"end a plug-in manager whose plug-ins fail", "VakPlugInManager::end",
      [](VakStage& s) {
-       auto& manager = s.keep<std::unique_ptr<VakPlugInManager>>(
-           std::make_unique<VakPlugInManager>(s.impl()));
+       auto& manager =
+           s.keep<std::unique_ptr<VakPlugInManager>>(std::make_unique<VakPlugInManager>(s.impl()));
        for (int i = 0; i < 3; ++i) manager->add(VakCreate<VakUserPlugIn>(s.impl()), "one");
        return VakScene{.act = [&] { manager->end(); },
                        .undo = [&] { manager.reset(); },
                        .mayKeep = "plug-ins that were deleted before are gone"};
      }},
-    {"walk over what is told", "VakWalk::VakWalk VakWalk::next VakWalk::Skip VakWatch::VakWatch "
+    {"walk over what is told",
+     "VakWalk::VakWalk VakWalk::next VakWalk::Skip VakWatch::VakWatch "
      "VakWatch::isGone VakWatch::Lose",
      [](VakStage& s) {
        VakPlugIn* first = VakCreate<VakPlugIn>(s.impl());

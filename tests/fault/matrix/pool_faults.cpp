@@ -21,11 +21,11 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) {
        auto& list = s.keep<VakAllocationList>();
        auto& element = s.keep<void*>(nullptr);
-       return VakScene{.act = [&] { element = list.alloc(100); },
-                       .undo = [&] { VakAllocationList::free(element); },
-                       .afterFailure =
-                           [&] { return list.countElements() == 0 ? list.check() : "an element"; },
-                       .afterSuccess = [&] { return list.check(); }};
+       return VakScene{
+           .act = [&] { element = list.alloc(100); },
+           .undo = [&] { VakAllocationList::free(element); },
+           .afterFailure = [&] { return list.countElements() == 0 ? list.check() : "an element"; },
+           .afterSuccess = [&] { return list.check(); }};
      }},
     {"take and give back blocks of a stack",
      "VakAllocationStack::VakAllocationStack VakAllocationStack::allocate VakAllocationStack::free "
@@ -53,15 +53,14 @@ const std::vector<VakFaultOperation> _operations = {
                                blocks.stack.free(blocks.taken[last], 3000);
                              }
                            },
-                       .afterFailure =
-                           [&]() -> std::string {
-                             const VakAllocationStack& stack = blocks.stack;
-                             if (stack.getMemoryUsage() != blocks.count * 3008) return "its usage";
-                             if (stack.getTotalMemoryUsage() < stack.getMemoryUsage()) {
-                               return "its total usage";
-                             }
-                             return stack.check();
-                           },
+                       .afterFailure = [&]() -> std::string {
+                         const VakAllocationStack& stack = blocks.stack;
+                         if (stack.getMemoryUsage() != blocks.count * 3008) return "its usage";
+                         if (stack.getTotalMemoryUsage() < stack.getMemoryUsage()) {
+                           return "its total usage";
+                         }
+                         return stack.check();
+                       },
                        .afterSuccess = [&] { return blocks.stack.check(); }};
      }},
     {"take and give back elements of a pool",
@@ -85,25 +84,23 @@ const std::vector<VakFaultOperation> _operations = {
                                           (pool.elements.size() - 1) * 2000 + 8);
                  }
                },
-           .afterFailure =
-               [&]() -> std::string {
-                 long bytes = 0;
-                 for (std::size_t i = 0; i < pool.elements.size(); ++i) {
-                   const long index = VakMemory::getIndex(static_cast<long>(i * 2000 + 8));
-                   bytes += VakMemory::getElementSize(index);
-                   if (VakSizeClasses::GetElementSize(index) < static_cast<long>(i * 2000 + 8)) {
-                     return "a size class";
-                   }
-                 }
-                 if (pool.memory.getMemoryUsage() != bytes) return "its usage";
-                 if (pool.memory.getTotalMemoryUsage() < bytes) return "its total usage";
-                 return pool.memory.check();
-               },
-           .afterSuccess =
-               [&]() -> std::string {
-                 if (VakSizeClasses::GetGeometricIndex(129) != 16) return "the first large class";
-                 return pool.memory.check();
-               }};
+           .afterFailure = [&]() -> std::string {
+             long bytes = 0;
+             for (std::size_t i = 0; i < pool.elements.size(); ++i) {
+               const long index = VakMemory::getIndex(static_cast<long>(i * 2000 + 8));
+               bytes += VakMemory::getElementSize(index);
+               if (VakSizeClasses::GetElementSize(index) < static_cast<long>(i * 2000 + 8)) {
+                 return "a size class";
+               }
+             }
+             if (pool.memory.getMemoryUsage() != bytes) return "its usage";
+             if (pool.memory.getTotalMemoryUsage() < bytes) return "its total usage";
+             return pool.memory.check();
+           },
+           .afterSuccess = [&]() -> std::string {
+             if (VakSizeClasses::GetGeometricIndex(129) != 16) return "the first large class";
+             return pool.memory.check();
+           }};
      }},
     {"take a block for an allocator of its own",
      "VakFixedSizeAllocatorI::VakFixedSizeAllocatorI VakFixedSizeAllocatorI::allocate "
@@ -112,24 +109,24 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) {
        auto& pool = s.keep<Pool>();
        pool.elements.resize(2);
-       return VakScene{
-           .act =
-               [&] {
-                 if (pool.elements[0] == nullptr) {
-                   pool.elements[0] = pool.terms.allocate(&pool.memory);
-                 }
-                 pool.elements[1] = pool.terms.allocateBlock(&pool.memory);
-                 static_cast<void>(pool.memory.obtainBlock(24));
-               },
-           .undo =
-               [&] {
-                 pool.terms.deallocate(pool.elements[0]);
-                 // What allocateBlock returns is not counted, and goes with the pool.
-                 void* link = nullptr;
-                 VakFixedSizeAllocatorI::StoreLink(pool.elements[1], &link);
-                 if (VakFixedSizeAllocatorI::LoadLink(pool.elements[1]) != &link) std::abort();
-               },
-           .afterFailure = [&] { return pool.memory.check({&pool.terms}); }};
+       return VakScene{.act =
+                           [&] {
+                             if (pool.elements[0] == nullptr) {
+                               pool.elements[0] = pool.terms.allocate(&pool.memory);
+                             }
+                             pool.elements[1] = pool.terms.allocateBlock(&pool.memory);
+                             static_cast<void>(pool.memory.obtainBlock(24));
+                           },
+                       .undo =
+                           [&] {
+                             pool.terms.deallocate(pool.elements[0]);
+                             // What allocateBlock returns is not counted, and goes with the pool.
+                             void* link = nullptr;
+                             VakFixedSizeAllocatorI::StoreLink(pool.elements[1], &link);
+                             if (VakFixedSizeAllocatorI::LoadLink(pool.elements[1]) != &link)
+                               std::abort();
+                           },
+                       .afterFailure = [&] { return pool.memory.check({&pool.terms}); }};
      }},
 };
 

@@ -1,3 +1,5 @@
+#pragma once
+
 // Makes the n-th request for an element of a memory pool fail.
 //
 // A program that includes this is linked with --wrap, so that the seldom taken path of every size
@@ -9,7 +11,6 @@
 //
 // What the pool asks of the global operator new is spared from VakFailingNew: the gate stands for
 // it.
-#pragma once
 
 #include <span>
 

@@ -1,6 +1,7 @@
+#pragma once
+
 // The memory that operations leave behind because the contract of the library says so: all of it,
 // and nothing else is passed over.
-#pragma once
 
 #include <span>
 

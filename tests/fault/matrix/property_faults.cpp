@@ -11,7 +11,8 @@
 
 namespace {
 
-constexpr const char* Interned = "a name that was interned stays, and so do the environment's tables";
+constexpr const char* Interned =
+    "a name that was interned stays, and so do the environment's tables";
 constexpr const char* Records = "records that were made stay with their owner";
 
 // A set with properties of all kinds, one of which is the user's.
@@ -64,7 +65,9 @@ std::string checkSet(VakNamedPropertySet set, VakInt size) {
 template <class Owner>
 Owner* makeOwner(VakStage& s);
 template <>
-VakEnvI* makeOwner(VakStage& s) { return s.impl(); }
+VakEnvI* makeOwner(VakStage& s) {
+  return s.impl();
+}
 template <>
 VakExtensibleRttiEnvObjectI* makeOwner(VakStage& s) {
   return VakCreate<VakExtensibleRttiEnvObjectI>(s.impl());
@@ -120,7 +123,8 @@ VakScene setValues(VakStage& s) {
             return set == nullptr || set->isConsistent() ? "" : "the set";
           },
           .afterSuccess = [owner]() -> std::string {
-            const bool fine = owner->getIntProperty("i") == 1 && owner->getNumProperty("n") == 1.5 &&
+            const bool fine = owner->getIntProperty("i") == 1 &&
+                              owner->getNumProperty("n") == 1.5 &&
                               owner->getAnyProperty("a") == owner &&
                               std::string(owner->getStringProperty("s")) == "another text";
             return fine ? "" : "a value";
@@ -220,10 +224,12 @@ const std::vector<VakFaultOperation> _operations = {
      "VakPreNamedPropertyI::VakPreNamedPropertyI VakNamedPropertyI::VakNamedPropertyI "
      "VakNamedIntPropertyI::getValue VakNamedProperty::end",
      [](VakStage& s) { return makeProperty<VakNamedIntProperty>(s, 3L); }},
-    {"make a numeric property", "VakNamedNumPropertyI::VakNamedNumPropertyI* "
+    {"make a numeric property",
+     "VakNamedNumPropertyI::VakNamedNumPropertyI* "
      "VakNamedNumPropertyI::getValue",
      [](VakStage& s) { return makeProperty<VakNamedNumProperty>(s, 3.5); }},
-    {"make a property of an object", "VakNamedAnyPropertyI::VakNamedAnyPropertyI* "
+    {"make a property of an object",
+     "VakNamedAnyPropertyI::VakNamedAnyPropertyI* "
      "VakNamedAnyPropertyI::getValue",
      [](VakStage& s) { return makeProperty<VakNamedAnyProperty>(s, static_cast<void*>(&s)); }},
     {"make a text property",
@@ -301,7 +307,8 @@ const std::vector<VakFaultOperation> _operations = {
                            },
                        .again = [&out] { out.clear(); }};
      }},
-    {"make a property set", "VakNamedPropertySet::VakNamedPropertySet "
+    {"make a property set",
+     "VakNamedPropertySet::VakNamedPropertySet "
      "VakNamedPropertySetI::VakNamedPropertySetI VakNamedPropertySet::end",
      [](VakStage& s) {
        auto& set = s.keep<VakNamedPropertySet>();
@@ -315,15 +322,16 @@ const std::vector<VakFaultOperation> _operations = {
        auto& set = s.keep<VakNamedPropertySet>(makeSet(s));
        auto& first = s.keep<VakNamedProperty>(VakNamedIntProperty(s.env, "first", 1));
        auto& second = s.keep<VakNamedProperty>(VakNamedIntProperty(s.env, "second", 2));
-       return VakScene{.act =
-                           [&] {
-                             if (!set.hasProperty("first")) set.addProperty(first);
-                             set.fastAdd(second);
-                           },
-                       .undo = [&] { set.end(); },
-                       .afterFailure = [&] { return checkSet(set, set.hasProperty("first") ? 4 : 3); },
-                       .afterSuccess = [&] { return checkSet(set, 5); },
-                       .mayKeep = "the entry that was made before stays"};
+       return VakScene{
+           .act =
+               [&] {
+                 if (!set.hasProperty("first")) set.addProperty(first);
+                 set.fastAdd(second);
+               },
+           .undo = [&] { set.end(); },
+           .afterFailure = [&] { return checkSet(set, set.hasProperty("first") ? 4 : 3); },
+           .afterSuccess = [&] { return checkSet(set, 5); },
+           .mayKeep = "the entry that was made before stays"};
      }},
     {"add a copy of a property to a set",
      "VakNamedPropertySet::addClonedProperty VakNamedPropertySetI::addClonedProperty",
@@ -435,13 +443,11 @@ const std::vector<VakFaultOperation> _operations = {
      "VakPropertyOwner::getAnyProperty VakPropertyOwner::getStringProperty",
      setValues<VakExtensibleRttiEnvObjectI>},
     {"set values of an extensible object of a memory manager",
-     "VakPropertyOwner::setStringProperty",
-     setValues<VakExtensibleRttiMemoryManagerObjectI>},
+     "VakPropertyOwner::setStringProperty", setValues<VakExtensibleRttiMemoryManagerObjectI>},
     {"share a property with the environment", "VakEnvI::addProperty", addShared<VakEnvI>},
     {"share a property with an extensible object", "VakPropertyOwner::addProperty",
      addShared<VakExtensibleRttiEnvObjectI>},
-    {"add a copy of a property to the environment", "VakEnvI::addClonedProperty",
-     addCopy<VakEnvI>},
+    {"add a copy of a property to the environment", "VakEnvI::addClonedProperty", addCopy<VakEnvI>},
     {"add a copy of a property to an extensible object", "VakPropertyOwner::addClonedProperty",
      addCopy<VakExtensibleRttiEnvObjectI>},
     {"add copies of a set to the environment", "VakEnvI::addProperties", addCopies<VakEnvI>},

@@ -51,38 +51,38 @@ const std::vector<VakFaultOperation> _operations = {
      "VakDestroyableList::ComparePointers",
      [](VakStage& s) {
        auto& made = s.keep<std::array<VakUserDestroyable*, 6>>();
-       return VakScene{
-           .act =
-               [&] {
-                 for (VakUserDestroyable*& d : made) {
-                   if (d == nullptr) d = VakCreate<VakUserDestroyable>(s.impl());
-                 }
-                 s->removeDestroyable(made[0]);
-                 s->addDestroyable(made[0]);
-                 bool fine = s->_destroyables->has(made[0]);
-                 fine = fine && VakDestroyableList::HashPointer(made[0], 1) == 0;
-                 fine = fine && VakDestroyableList::ComparePointers(made[0], made[0]) == 1;
-                 if (!fine) throw std::logic_error("an answer");
-               },
-           .undo =
-               [&] {
-                 for (VakUserDestroyable* d : made) delete d;
-               },
-           .again =
-               [&] {
-                 for (VakUserDestroyable*& d : made) {
-                   if (d == nullptr) d = VakCreate<VakUserDestroyable>(s.impl());
-                 }
-                 if (!s->_destroyables->has(made[0])) s->_destroyables->add(made[0]);
-               },
-           .afterFailure = [&]() -> std::string {
-             VakInt count = 0;
-             for (const VakUserDestroyable* d : made) count += d == nullptr ? 0 : 1;
-             const VakInt listed = s->_destroyables->getSize();
-             if (listed != count && listed != count - 1) return "their number";
-             return s->_destroyables->check();
-           },
-           .mayKeep = "destroyables that were created before stay"};
+       return VakScene{.act =
+                           [&] {
+                             for (VakUserDestroyable*& d : made) {
+                               if (d == nullptr) d = VakCreate<VakUserDestroyable>(s.impl());
+                             }
+                             s->removeDestroyable(made[0]);
+                             s->addDestroyable(made[0]);
+                             bool fine = s->_destroyables->has(made[0]);
+                             fine = fine && VakDestroyableList::HashPointer(made[0], 1) == 0;
+                             fine =
+                                 fine && VakDestroyableList::ComparePointers(made[0], made[0]) == 1;
+                             if (!fine) throw std::logic_error("an answer");
+                           },
+                       .undo =
+                           [&] {
+                             for (VakUserDestroyable* d : made) delete d;
+                           },
+                       .again =
+                           [&] {
+                             for (VakUserDestroyable*& d : made) {
+                               if (d == nullptr) d = VakCreate<VakUserDestroyable>(s.impl());
+                             }
+                             if (!s->_destroyables->has(made[0])) s->_destroyables->add(made[0]);
+                           },
+                       .afterFailure = [&]() -> std::string {
+                         VakInt count = 0;
+                         for (const VakUserDestroyable* d : made) count += d == nullptr ? 0 : 1;
+                         const VakInt listed = s->_destroyables->getSize();
+                         if (listed != count && listed != count - 1) return "their number";
+                         return s->_destroyables->check();
+                       },
+                       .mayKeep = "destroyables that were created before stay"};
      }},
     {"destroy all destroyables", "VakDestroyableList::destroyAll",
      [](VakStage& s) {
@@ -287,7 +287,8 @@ const std::vector<VakFaultOperation> _operations = {
                            },
                        .mayKeep = Tables};
      }},
-    {"copy what refers to others", "VakEnvI::getClone VakCloneManager::getClone "
+    {"copy what refers to others",
+     "VakEnvI::getClone VakCloneManager::getClone "
      "VakExtractableI::makeClone*",
      [](VakStage& s) {
        const Net net(s.impl());
@@ -307,14 +308,15 @@ const std::vector<VakFaultOperation> _operations = {
     {"copy into another environment", "VakEnvI::getClone",
      [](VakStage& s) {
        const Net net(s.impl());
-       return VakScene{.act = [&s, net] { static_cast<void>(s.other.getImpl()->getClone(net.top)); },
-                       .undo = [&s] { deleteFrom(s.other.getImpl(), 0); },
-                       .again =
-                           [&s, net] {
-                             deleteFrom(s.other.getImpl(), 0);
-                             static_cast<void>(s.other.getImpl()->getClone(net.top));
-                           },
-                       .mayKeep = "copies that were made before stay in the environment"};
+       return VakScene{
+           .act = [&s, net] { static_cast<void>(s.other.getImpl()->getClone(net.top)); },
+           .undo = [&s] { deleteFrom(s.other.getImpl(), 0); },
+           .again =
+               [&s, net] {
+                 deleteFrom(s.other.getImpl(), 0);
+                 static_cast<void>(s.other.getImpl()->getClone(net.top));
+               },
+           .mayKeep = "copies that were made before stay in the environment"};
      }},
     {"substitute while copying",
      "VakEnvI::substitute VakCloneManager::pushExpander* VakExpanderI::setSubstitute "
@@ -366,8 +368,10 @@ const std::vector<VakFaultOperation> _operations = {
                        .mayKeep = "a term that could not be given back is held"};
      },
      VakStageKind::ThreadSafe},
-    {"use and release expressions", "VakEnvI::release VakExprI::use VakExprI::release "
-     "VakExprI::getUseCount VakExprI::VakExprI* VakNumExprI::VakNumExprI* VakAnyExprI::VakAnyExprI* "
+    {"use and release expressions",
+     "VakEnvI::release VakExprI::use VakExprI::release "
+     "VakExprI::getUseCount VakExprI::VakExprI* VakNumExprI::VakNumExprI* "
+     "VakAnyExprI::VakAnyExprI* "
      "VakNumVarI::VakNumVarI",
      [](VakStage& s) {
        new VakUserAlgorithm(s.impl());

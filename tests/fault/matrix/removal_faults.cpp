@@ -301,7 +301,8 @@ const std::vector<VakFaultOperation> _operations = {
        auto& bin = s.keep<std::unique_ptr<VakRecycleBinI>>();
        const auto show = [&w] {
          VakIdManager& ids = *w.env->_idManager;
-         for (VakUserNode* node : {w.x, w.y}) ids._data[node->id] = static_cast<VakExtractableI*>(node);
+         for (VakUserNode* node : {w.x, w.y})
+           ids._data[node->id] = static_cast<VakExtractableI*>(node);
        };
        const auto release = [&bin, show] {
          show();

@@ -22,9 +22,12 @@ struct Point {
 
 const char* nameOf(VakFaultKind kind) {
   switch (kind) {
-    case VakFaultKind::Heap: return "heap allocation";
-    case VakFaultKind::Pool: return "pool allocation";
-    default: return "callback";
+    case VakFaultKind::Heap:
+      return "heap allocation";
+    case VakFaultKind::Pool:
+      return "pool allocation";
+    default:
+      return "callback";
   }
 }
 
@@ -61,9 +64,7 @@ Run runWith(Faults& faults, const Point& point, const std::function<void()>& act
 Run runAt(const Point& point, const VakStage& stage, VakStageKind kind,
           const std::function<void()>& act) {
   if (point.kind == VakFaultKind::Heap) {
-    const bool isForeign = kind == VakStageKind::Foreign;
-    VakFailingNew faults(point.failAt, point.span,
-                         isForeign ? VakNewCallers::Program : VakNewCallers::All);
+    VakFailingNew faults(point.failAt, point.span);
     return runWith(faults, point, act);
   }
   if (point.kind == VakFaultKind::Callback) {
@@ -133,13 +134,15 @@ class Attempt {
     if (run.thrown != nullptr) handle(run.thrown);
     if (run.isReached) recover();
     if (isFailure) checkFailure(before);
-    if (run.thrown != nullptr) note(runPlainly("the operation", _scene.again ? _scene.again : _scene.act));
+    if (run.thrown != nullptr)
+      note(runPlainly("the operation", _scene.again ? _scene.again : _scene.act));
     note(_stage.check());
     if (_scene.afterSuccess) note(_scene.afterSuccess());
     note(runPlainly("taking it back", _scene.undo));
     note(_stage.check());
     usage = _stage.getUsage();
-    if (usageAtEnd != nullptr && usage != *usageAtEnd && !VakIsPrescribedLeak(_operation.name, _point.kind)) {
+    if (usageAtEnd != nullptr && usage != *usageAtEnd &&
+        !VakIsPrescribedLeak(_operation.name, _point.kind)) {
       note(std::to_string(usage - *usageAtEnd) +
            " bytes more are in use in the end than when nothing fails");
     }
@@ -174,7 +177,8 @@ class Attempt {
     note(_stage.check());
     if (_scene.afterFailure) note(_scene.afterFailure());
     const VakInt after = _stage.getUsage();
-    if (_scene.mayKeep == nullptr && after != before && !VakIsPrescribedLeak(_operation.name, _point.kind)) {
+    if (_scene.mayKeep == nullptr && after != before &&
+        !VakIsPrescribedLeak(_operation.name, _point.kind)) {
       note("the failure left " + std::to_string(after - before) + " bytes in use");
     }
   }

@@ -1,5 +1,6 @@
-// Drives operations with every fault that they can meet.
 #pragma once
+
+// Drives operations with every fault that they can meet.
 
 #include <array>
 #include <string>

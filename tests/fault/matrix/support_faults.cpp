@@ -49,7 +49,8 @@ const std::vector<VakFaultOperation> _operations = {
          if (!fine) throw std::logic_error("an answer");
        }};
      }},
-    {"keep typed lists", "VakTypedListManager::switchOn VakTypedListManager::isOn "
+    {"keep typed lists",
+     "VakTypedListManager::switchOn VakTypedListManager::isOn "
      "VakTypedListManager::end",
      [](VakStage& s) {
        return VakScene{.act = [&] { s->_typedLists.switchOn(s.impl()); },
@@ -146,4 +147,6 @@ const std::vector<VakFaultOperation> _operations = {
 
 }  // namespace
 
-VakFaultGroup VakSupportFaults() { return {"Symbols, typed lists, random numbers, types", _operations}; }
+VakFaultGroup VakSupportFaults() {
+  return {"Symbols, typed lists, random numbers, types", _operations};
+}

@@ -132,8 +132,7 @@ const std::vector<VakFaultOperation> _operations = {
                        .afterFailure = [&] { return checkTable(owned->table, 0); },
                        .mayKeep = "the buckets stay"};
      }},
-    {"table of objects by their address",
-     "VakHashAddress VakCompareAddresses VakChainedTable::add",
+    {"table of objects by their address", "VakHashAddress VakCompareAddresses VakChainedTable::add",
      [](VakStage& s) {
        using Table = VakHashTable<int*, int>;
        struct Objects {

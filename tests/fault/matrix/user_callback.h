@@ -1,6 +1,7 @@
+#pragma once
+
 // The callbacks of the fault matrix: what a user of the library supplies tells of every call here,
 // and one chosen call throws.
-#pragma once
 
 /// What the chosen callback throws. Of no class that the library knows.
 struct VakUserFailure {

@@ -1,7 +1,8 @@
+#pragma once
+
 // What users of the library supply, as far as the fault matrix needs it. Every function of theirs
 // that the library calls is a callback that can be made to throw; apart from that they do what such
 // objects do, and take no memory of the general heap.
-#pragma once
 
 #include <initializer_list>
 #include <streambuf>

@@ -54,35 +54,37 @@ const std::vector<VakFaultOperation> _operations = {
      "VakEnv::IncompatibleMemoryManagerException::IncompatibleMemoryManagerException",
      [](VakStage& s) {
        auto& out = s.keep<VakUserStream>();
-       return VakScene{.act =
-                           [&] {
-                             VakWrongUsage usage("usage");
-                             const VakMemoryException memory;
-                             const VakEmptyHandleException empty;
-                             const VakNotImplemented notImplemented;
-                             const VakNotSupportedOperation notSupported;
-                             const VakBadConversion conversion;
-                             const VakEnvironmentMismatch mismatch;
-                             const VakEnv::AbortException aborted;
-                             const VakEnv::IncompatibleMemoryManagerException incompatible;
-                             for (const VakException* e : std::initializer_list<const VakException*>{
-                                      &usage, &memory, &empty, &notImplemented, &notSupported,
-                                      &conversion, &mismatch, &aborted, &incompatible}) {
-                               e->print(out);
-                               VakException copy(*e);
-                               copy = *e;
-                               if (copy.what() != copy.getMessage()) throw std::logic_error("what");
-                               copy.end();
-                             }
-                             const VakWrongUsage other("other");
-                             usage = other;
-                           },
-                       .again = [&] { out.clear(); }};
+       return VakScene{
+           .act =
+               [&] {
+                 VakWrongUsage usage("usage");
+                 const VakMemoryException memory;
+                 const VakEmptyHandleException empty;
+                 const VakNotImplemented notImplemented;
+                 const VakNotSupportedOperation notSupported;
+                 const VakBadConversion conversion;
+                 const VakEnvironmentMismatch mismatch;
+                 const VakEnv::AbortException aborted;
+                 const VakEnv::IncompatibleMemoryManagerException incompatible;
+                 for (const VakException* e : std::initializer_list<const VakException*>{
+                          &usage, &memory, &empty, &notImplemented, &notSupported, &conversion,
+                          &mismatch, &aborted, &incompatible}) {
+                   e->print(out);
+                   VakException copy(*e);
+                   copy = *e;
+                   if (copy.what() != copy.getMessage()) throw std::logic_error("what");
+                   copy.end();
+                 }
+                 const VakWrongUsage other("other");
+                 usage = other;
+               },
+           .again = [&] { out.clear(); }};
      }},
     {"round a number", "VakGetInfinity VakTrunc",
      [](VakStage& /*s*/) {
        return VakScene{.act = [] {
-         if (VakTrunc(2.5) != 2 || VakTrunc(VakGetInfinity()) <= 0) throw std::logic_error("a number");
+         if (VakTrunc(2.5) != 2 || VakTrunc(VakGetInfinity()) <= 0)
+           throw std::logic_error("a number");
        }};
      }},
 };

@@ -61,8 +61,8 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"make an integer variable", "VakIntVar::VakIntVar",
      [](VakStage& s) {
-       return VakMakeObject<VakIntVar>(s,
-                                       [](VakModelWorld& w) { return VakIntVar(w.env, 1, 9, "n"); });
+       return VakMakeObject<VakIntVar>(
+           s, [](VakModelWorld& w) { return VakIntVar(w.env, 1, 9, "n"); });
      }},
     {"make a Boolean variable", "VakBoolVar::VakBoolVar",
      [](VakStage& s) {
@@ -143,17 +143,11 @@ const std::vector<VakFaultOperation> _operations = {
        return VakChangeModel(s, [](VakModelWorld& w) { w.x.setBounds(1.5, 2.5); });
      }},
     {"change one bound of a variable", "VakNumVar::setLB",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.y.setLB(0.5); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.y.setLB(0.5); }); }},
     {"change the upper bound of a variable", "VakNumVar::setUB",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.y.setUB(2.5); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.y.setUB(2.5); }); }},
     {"fix a variable", "VakNumVar::fix",
-     [](VakStage& s) {
-       return VakChangeModel(s, [](VakModelWorld& w) { w.z.fix(2); });
-     }},
+     [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.z.fix(2); }); }},
     {"change the kind of a variable", "VakNumVar::setKind VakModelVarI::setKind",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) { w.z.setKind(VakVarKind::Integer); });
@@ -250,7 +244,8 @@ const std::vector<VakFaultOperation> _operations = {
        auto& w = s.keep<VakModelWorld>(s);
        for (const VakConstraint row : {w.c, w.d, w.loose}) row.setKeptWhenEmpty(true);
        auto& roll = s.keep<Roll>();
-       for (const VakExtractable object : std::initializer_list<VakExtractable>{w.x, w.z, w.loose}) {
+       for (const VakExtractable object :
+            std::initializer_list<VakExtractable>{w.x, w.z, w.loose}) {
          roll.add(object);
        }
        return VakScene{.act = [&s, &roll] { VakEndAll(roll.living(s.impl())); },

@@ -1,5 +1,6 @@
-// A model whose search takes long, for tests of limits.
 #pragma once
+
+// A model whose search takes long, for tests of limits.
 
 #include <vector>
 

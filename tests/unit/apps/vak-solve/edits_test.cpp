@@ -4,6 +4,7 @@
 
 #include "apps/vak-solve/errors.h"
 #include "tests/support/scoped_env.h"
+#include "vakmodel/changes.h"
 #include "vakmodel/modelling.h"
 
 namespace vaksolve {
@@ -310,14 +311,15 @@ TEST_F(EditorTest, ChecksAllNamesBeforehand) {
 
 // ---- Refusals -----------------------------------------------------------------------------------
 
-/// Refuses every change.
+/// Refuses changes of bounds.
 class Refuser final : public VakAlgorithmI {
  public:
   explicit Refuser(VakEnvI* env) : VakAlgorithmI(env) { attach(); }
   void change(const VakChange& change, const VakExtractableI* /*extractable*/) override {
     this->change(change);
   }
-  void change(const VakChange& /*change*/) override {
+  void change(const VakChange& change) override {
+    if (change.isType(VakBoundsChange::GetTypeInfo()) == 0) return;
     throw VakAlgorithm::CannotChangeException(VakAlgorithm(this),
                                               VakExtractableArray(VakEnv(_env)));
   }
@@ -327,8 +329,14 @@ TEST_F(EditorTest, PassesARefusalOnAsAnError) {
   auto* refuser = new Refuser(env.getImpl());
   EXPECT_EQ(set("x.ub=4"), "--set x.ub=4: the solver cannot take this change");
   EXPECT_EQ(x.getUB(), 10);
+  refuser->end();
+}
+
+TEST_F(EditorTest, LeavesTheKindAsItWasWhenTheBoundIsRefused) {
+  auto* refuser = new Refuser(env.getImpl());
   EXPECT_EQ(set("b.ub=4"), "--set b.ub=4: the solver cannot take this change");
   EXPECT_EQ(b.getKind(), VakVarKind::Boolean);
+  EXPECT_EQ(b.getUB(), 1);
   refuser->end();
 }
 
