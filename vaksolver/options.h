@@ -14,15 +14,15 @@
 //   solver.gap                   >= 0           0        stop when (incumbent - bound) is at most
 //                                                        this share of the incumbent's size
 //   solver.absoluteGap           >= 0           0        stop when incumbent - bound is at most
-//   this solver.nodeLimit             whole, >= 0    none     nodes of the search tree
+//                                                        this
+//   solver.nodeLimit             whole, >= 0    none     nodes of the search tree
 //   solver.iterationLimit        whole, >= 0    none     simplex iterations of an LP, or of the LP
 //                                                        relaxations of a MIP together
 //   solver.logLevel              0 to 4         0        what the solver writes to standard output:
 //                                                        0 nothing, 1 a summary, more and more
 //   solver.algorithm             text           auto     simplex of LPs: "auto", "primal", "dual"
 //   solver.presolve              0 or 1         1        simplify a problem before it is solved
-//   from
-//                                                        scratch
+//                                                        from scratch
 //   solver.cuts                  0 or 1         1        generate cutting planes
 //   solver.heuristics            0 or 1         1        look for solutions by heuristics
 //   solver.warmStart             0 or 1         1        start from the last basis and incumbent
@@ -31,8 +31,8 @@
 //   solver.optimalityTolerance   1e-9 to 1e-4   1e-7     by how much a reduced cost may have the
 //                                                        wrong sign
 //   solver.integralityTolerance  1e-9 to 1e-3   1e-6     how far from whole a number counts as
-//   whole solver.progressInterval      >= 0           0.2      seconds between two calls of the
-//   progress
+//                                                        whole
+//   solver.progressInterval      >= 0           0.2      seconds between two calls of the progress
 //                                                        callback
 
 #include "vakbase/exception.h"
