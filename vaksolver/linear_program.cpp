@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 
+#include "vaksolver/ready_copy.h"
 #include "vaksolver/run_control.h"
 
 namespace {
@@ -41,10 +42,26 @@ enum SimplexStatus {
 }  // namespace
 
 /// Passes the iterations of the simplex method on to the control.
-class VakLinearProgramI::Watch final : public ClpEventHandler {
+class VakLinearProgramI::Watch final : public ClpEventHandler, public VakReadyCopy<Watch> {
  public:
+  /// The watch of a simplex object while this lives; none afterwards.
+  class Shift {
+   public:
+    Shift(ClpSimplex& simplex, VakRunControlI& control) : _simplex(simplex) {
+      Watch watch(&control);
+      watch.makeReady();
+      simplex.passInEventHandler(&watch);
+    }
+    Shift(const Shift&) = delete;
+    Shift& operator=(const Shift&) = delete;
+    ~Shift() { static_cast<Watch*>(_simplex.eventHandler())->_control = nullptr; }
+
+   private:
+    ClpSimplex& _simplex;
+  };
+
   explicit Watch(VakRunControlI* control) : _control(control) {}
-  [[nodiscard]] ClpEventHandler* clone() const override { return new Watch(*this); }
+  [[nodiscard]] ClpEventHandler* clone() const override { return takeCopy(); }
   int event(Event which) override {
     constexpr int GoOn = -1;
     constexpr int Stop = 0;
@@ -217,20 +234,16 @@ void VakLinearProgramI::limitIterations(const VakRunControlI& control) {
 // 1. From scratch, the problem may be simplified first; else the last basis is where to start, and
 //    what changed since says which simplex method finds it almost optimal.
 // 2. Numerical trouble is met by solving without scaling, then from the beginning; what is said of
-// a
-//    problem without an optimum is looked into.
+//    a problem without an optimum is looked into.
 VakLinearProgramI::Outcome VakLinearProgramI::solve(VakRunControlI& control) {
   prepare(control.getOptions());
-  const Watch watch(&control);
-  _simplex.passInEventHandler(&watch);
+  const Watch::Shift shift(_simplex, control);
   if (_hasBasis || !control.getOptions().presolve) {
     runSimplex(chooseMethod(control.getOptions()), control);
   } else {
     runFirst(control);
   }
   const Outcome outcome = settle(control);
-  const Watch idle(nullptr);
-  _simplex.passInEventHandler(&idle);
   _hasBasis = true;
   _feasChanged = outcome != Outcome::Optimal;
   _costChanged = outcome != Outcome::Optimal;

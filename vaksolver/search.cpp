@@ -24,6 +24,8 @@
 #include <limits>
 #include <memory>
 
+#include "vaksolver/ready_copy.h"
+
 namespace {
 
 constexpr int MostNodesForAny =
@@ -143,10 +145,10 @@ class VakSearchI::Start final : public CbcHeuristic {
 };
 
 /// Stops the simplex method inside a search.
-class VakSearchI::SimplexWatch final : public ClpEventHandler {
+class VakSearchI::SimplexWatch final : public ClpEventHandler, public VakReadyCopy<SimplexWatch> {
  public:
   explicit SimplexWatch(VakRunControlI* control) : _control(control) {}
-  [[nodiscard]] ClpEventHandler* clone() const override { return new SimplexWatch(*this); }
+  [[nodiscard]] ClpEventHandler* clone() const override { return takeCopy(); }
   int event(Event which) override {
     constexpr int GoOn = -1;
     constexpr int Stop = 0;
@@ -160,11 +162,11 @@ class VakSearchI::SimplexWatch final : public ClpEventHandler {
 
 /// Tells the control how far the search is, and stops the search. Heuristics search in small trees
 /// of their own with copies of this; only the big tree's objectives mean anything.
-class VakSearchI::TreeWatch final : public CbcEventHandler {
+class VakSearchI::TreeWatch final : public CbcEventHandler, public VakReadyCopy<TreeWatch> {
  public:
   TreeWatch(VakRunControlI* control, Scale scale, bool withObjective)
       : _control(control), _scale(scale), _withObjective(withObjective) {}
-  [[nodiscard]] CbcEventHandler* clone() const override { return new TreeWatch(*this); }
+  [[nodiscard]] CbcEventHandler* clone() const override { return takeCopy(); }
   CbcAction event(CbcEvent which) override {
     const bool isBigTree = model_ != nullptr && model_->parentModel() == nullptr;
     if (isBigTree) note(which);
@@ -195,7 +197,8 @@ class VakSearchI::Tree {
         _withObjective(withObjective),
         _messages(static_cast<int>(search._control.getOptions().logLevel)),
         _original(new ClpSimplex(search._lp.simplex())) {
-    const SimplexWatch watch(&search._control);
+    SimplexWatch watch(&search._control);
+    watch.makeReady();
     _original.passInMessageHandler(&_messages);
     _original.messageHandler()->setLogLevel(_messages.getLevel());
     _original.getModelPtr()->passInEventHandler(&watch);
@@ -211,6 +214,7 @@ class VakSearchI::Tree {
     _model->passInMessageHandler(&_messages);
     _model->setLogLevel(_messages.getLevel());
     TreeWatch watch(&_search._control, _search._scale, _withObjective);
+    watch.makeReady();
     _model->passInEventHandler(&watch);
     setLimits(options);
     if (start != nullptr) {
