@@ -51,7 +51,7 @@ def find_reference_offences(root, name, text, code, folders):
         for full in NAME.findall(span):
             if not all(re.search(rf"\b{part}\b", code) for part in full.split("::")):
                 offences.append(f"{name}: names {full}, which is not in the code")
-    for target in LINK.findall(text):
+    for target in LINK.findall(CODE.sub("", text)):
         if not ((root / name).parent / target).exists():
             offences.append(f"{name}: links to {target}, which is not there")
     return offences

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Draws the diagrams of docs/architecture.md from the code, with Graphviz.
+"""Draws the diagrams of docs/architecture.md and of the guide from the code, with Graphviz.
 
     layers.svg      the modules in their layers; an arrow means that headers of one include headers of the other
     objects.svg     what derives from the root of run-time types
     handles.svg     the handles and values of the public headers
     exceptions.svg  what is thrown
+    life.svg        the life of an environment, with the steps of its end as the code has them
 
 An arrow between modules that others imply is left out. Each file carries the digest of the description that it
 was drawn from, so that a check needs no second drawing, which other versions of Graphviz make differently.
@@ -137,6 +138,62 @@ def describe_classes(classes, name, members):
     return "\n".join([*lines, "}"]) + "\n"
 
 
+# ---- The life of an environment ------------------------------------------------------------------------------
+
+END_STEPS = "vakenv/core/environment_end.cpp"
+STEP = re.compile(r"\{&VakEnvI::(\w+), (true|false)\}")
+# What goes in a step, by the function that does it; those in which destructors of users run.
+STEP_TITLES = {
+    "endExtension": ("name, user object, properties", True),
+    "endDestroyables": ("destroyables, newest first", True),
+    "endAlgorithms": ("algorithms", True),
+    "forgetExpander": ("the expander", False),
+    "endTypedLists": ("typed lists", False),
+    "unsetDeleter": ("the deleter", True),
+    "endExtractables": ("without the pool: objects one by one", True),
+    "endIdentifiers": ("identifiers", False),
+    "endDomains": ("shared domains", False),
+    "endRandom": ("the random generator", False),
+    "endPlugIns": ("plug-ins and add-ons", True),
+    "endManagers": ("managers of identifiers and copies", False),
+    "endSymbols": ("symbols", False),
+    "endTerms": ("the pool of terms", False),
+    "endAllocator": ("the allocator", False),
+    "endMarksAndLocalEnv": ("mark arrays, local environments", False),
+}
+
+
+def describe_life():
+    steps = [match[1] for match in STEP.finditer((ROOT / END_STEPS).read_text(encoding="utf-8"))]
+    if set(steps) != set(STEP_TITLES):
+        raise SystemExit(f"{END_STEPS}: STEP_TITLES does not name the steps {', '.join(steps)}")
+    rows = "".join(
+        f'<TR><TD ALIGN="RIGHT">{number}</TD><TD ALIGN="LEFT">'
+        + (f"<B>{STEP_TITLES[step][0]}</B>" if STEP_TITLES[step][1] else STEP_TITLES[step][0])
+        + "</TD></TR>"
+        for number, step in enumerate(steps, 1)
+    )
+    table = (
+        '<<TABLE BORDER="0" CELLBORDER="0" CELLSPACING="2"><TR><TD COLSPAN="2"><B>ending</B>: what goes, in order'
+        f'</TD></TR>{rows}<TR><TD COLSPAN="2">bold: destructors of users run</TD></TR></TABLE>>'
+    )
+    lines = ["digraph life {", *STYLE, "rankdir=LR; ranksep=0.9; nodesep=0.4"]
+    lines.append('begin [label="VakEnv()\\nVakEnvOwner", shape=plaintext, style=""]')
+    lines.append(
+        'open [label=<<TABLE BORDER="0" CELLBORDER="0" CELLSPACING="4"><TR><TD><B>open</B></TD></TR>'
+        "<TR><TD>make, read, change, ask</TD></TR><HR/>"
+        "<TR><TD><I>told</I>: listeners hear of a change</TD></TR>"
+        "<TR><TD><I>solving</I>: its model is read only</TD></TR>"
+        "<TR><TD><I>removing</I>: others drop what goes</TD></TR></TABLE>>]"
+    )
+    lines.append(f"ending [label={table}]")
+    lines.append('over [label="over\\nall memory released;\\nother handles dangle"]')
+    lines.append("begin -> open")
+    lines.append('open -> ending [label="end()", fontname="Helvetica", fontsize=9]')
+    lines.append("ending -> over")
+    return "\n".join([*lines, "}"]) + "\n"
+
+
 def describe_all():
     """The descriptions of all diagrams by their names."""
     includes = read_includes(ROOT)
@@ -155,6 +212,7 @@ def describe_all():
         "objects": describe_classes(classes, "objects", objects),
         "handles": describe_classes(classes, "handles", handles),
         "exceptions": describe_classes(classes, "exceptions", exceptions),
+        "life": describe_life(),
     }
 
 

@@ -19,7 +19,7 @@ OPERATOR = r"operator\s*(?:\(\)|\[\]|->\*?|<=>|[-+*/%^&|~!=<>,]+|[A-Za-z_][\w:]*
 NAME_BEFORE_PARENTHESIS = re.compile(rf"({OPERATOR}|~?[A-Za-z_]\w*)\s*\(")
 
 
-def headers(root, without):
+def headers(root, without=()):
     """The headers of both tiers, but for those of some modules."""
     for lists in sorted(root.glob("vak*/**/CMakeLists.txt")):
         if lists.relative_to(root).parts[0] in without:
