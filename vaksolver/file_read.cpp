@@ -1,6 +1,6 @@
-// Reading models. The libraries' readers do the reading; what they get is the content of the file,
-// held in memory, so that it is known which line they are at and what would make them print or
-// never end.
+// Reading models. The libraries' readers do the reading; what they get is what a scan makes of the
+// file, held in memory, so that it is known which line they are at, and so that nothing makes them
+// print, misread or never end.
 
 #include <CoinError.hpp>
 #include <CoinFileIO.hpp>
@@ -13,6 +13,8 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,30 +23,24 @@
 
 #include "vakenv/core/environment_impl.h"
 #include "vaksolver/file_format.h"
+#include "vaksolver/file_text.h"
 #include "vaksolver/files.h"
+#include "vaksolver/lp_scan.h"
 #include "vaksolver/messages.h"
+#include "vaksolver/mps_scan.h"
 
 namespace {
 
 constexpr VakNum LeastInfinite = 1e30;  // Numbers of this size stand for infinity in files.
 
-/// What is wrong with a file, and where; the first thing counts.
-struct Fault {
-  VakInt line = 0;
-  std::string reason;
-
-  [[nodiscard]] bool isFound() const { return !reason.empty(); }
-  void note(VakInt where, std::string what) {
-    if (isFound()) return;
-    line = where;
-    reason = std::move(what);
-  }
-};
-
 /// Keeps the first warning or error of a reader instead of printing it.
 class FaultListener final : public CoinMessageHandler {
  public:
-  explicit FaultListener(Fault* fault) : _fault(fault) { setLogLevel(1); }
+  /// The reader's text has `linesBefore` lines before the first one of the file.
+  FaultListener(VakFileFaultI* fault, VakInt linesBefore)
+      : _fault(fault), _linesBefore(linesBefore) {
+    setLogLevel(1);
+  }
   [[nodiscard]] CoinMessageHandler* clone() const override { return new FaultListener(*this); }
   void checkSeverity() override {}
   int print() override {
@@ -53,7 +49,8 @@ class FaultListener final : public CoinMessageHandler {
     const bool isHarmless =
         std::strstr(messageBuffer(), "does not appear in objective function") != nullptr;
     if (currentMessage().externalNumber() < FirstWarning || isHarmless) return 0;
-    _fault->note(numberIntFields() > 0 ? intValue(0) : 0, cleaned(messageBuffer()));
+    const VakInt line = numberIntFields() > 0 ? intValue(0) - _linesBefore : 0;
+    _fault->note(std::max<VakInt>(line, 0), cleaned(messageBuffer()));
     return 0;
   }
 
@@ -67,16 +64,27 @@ class FaultListener final : public CoinMessageHandler {
     if (text.rfind("Coin", 0) == 0 && text.find(' ') != std::string::npos) {
       text.erase(0, text.find(' ') + 1);
     }
+    // "Bad image at line 7 < UP BND x >" is of the reader's text, whose lines have other numbers.
+    const auto line = text.find(" at line ");
+    const auto image = line == std::string::npos ? line : text.find(" < ", line);
+    if (image != std::string::npos) {
+      text.replace(line, text.find_first_not_of(' ', image + 2) - line, ": ");
+    }
+    if (image != std::string::npos && text.size() > 2 && text.back() == '>')
+      text.resize(text.size() - 2);
+    if (text.rfind("Bad image", 0) == 0) text.replace(0, 9, "this cannot be understood");
     // "CoinLpIO::readLp(): " and the like.
     const auto scope = text.find("(): ");
     if (scope != std::string::npos && text.find(' ') > scope) text.erase(0, scope + 4);
-    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
     while (!text.empty() && (text.back() == ' ' || text.back() == '.')) text.pop_back();
     return text.empty() ? "the file cannot be understood" : text;
   }
 
  private:
-  Fault* _fault;  ///< Not owned.
+  VakFileFaultI* _fault;  ///< Not owned.
+  VakInt _linesBefore;
 };
 
 /// The content of a file, in whatever way it is compressed.
@@ -86,143 +94,26 @@ std::string readContent(const char* file) {
   if (!std::filesystem::exists(status)) throw VakFileError(file, 0, "there is no such file");
   if (std::filesystem::is_directory(status)) throw VakFileError(file, 0, "this is a directory");
   std::string content;
+  if (!std::filesystem::is_regular_file(status)) {
+    // The libraries open a file twice, and of a pipe nothing is left for the second time.
+    std::ifstream in(file, std::ios::binary);
+    if (!in) throw VakFileError(file, 0, "the file cannot be opened for reading");
+    content.assign(std::istreambuf_iterator<char>(in), {});
+    return content;
+  }
   try {
     const std::unique_ptr<CoinFileInput> input(CoinFileInput::create(file));
     char block[1 << 16];
-    for (int n = input->read(block, sizeof block); n > 0; n = input->read(block, sizeof block)) {
+    int n = input->read(block, sizeof block);
+    for (; n > 0; n = input->read(block, sizeof block)) {
       content.append(block, static_cast<std::size_t>(n));
     }
+    if (n < 0) throw VakFileError(file, 0, "the file is damaged");
   } catch (const CoinError&) {
     throw VakFileError(file, 0, "the file cannot be opened for reading");
   }
   return content;
 }
-
-/// Goes through a text line by line.
-class Lines {
- public:
-  explicit Lines(std::string_view text) : _rest(text) {}
-  /// The next line without its end; nothing behind the last one.
-  std::optional<std::string_view> next() {
-    if (_rest.empty()) return std::nullopt;
-    const auto end = _rest.find('\n');
-    std::string_view line = _rest.substr(0, end);
-    _rest.remove_prefix(end == std::string_view::npos ? _rest.size() : end + 1);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    ++_number;
-    return line;
-  }
-  /// The number of the line that was given last, from 1.
-  [[nodiscard]] VakInt getNumber() const { return _number; }
-
- private:
-  std::string_view _rest;
-  VakInt _number = 0;
-};
-
-std::vector<std::string_view> wordsOf(std::string_view line) {
-  std::vector<std::string_view> words;
-  constexpr std::string_view Blank = " \t";
-  for (auto from = line.find_first_not_of(Blank); from != std::string_view::npos;) {
-    const auto to = std::min(line.find_first_of(Blank, from), line.size());
-    words.push_back(line.substr(from, to - from));
-    from = line.find_first_not_of(Blank, to);
-  }
-  return words;
-}
-
-/// The text with a question mark for every byte that cannot be printed, and no longer than a line.
-std::string printable(std::string text) {
-  constexpr std::size_t Most = 60;
-  if (text.size() > Most) text.resize(Most);
-  for (char& c : text) {
-    if (std::isprint(static_cast<unsigned char>(c)) == 0) c = '?';
-  }
-  return text;
-}
-
-bool isSame(std::string_view a, const char* b) {
-  return a.size() == std::strlen(b) &&
-         std::equal(a.begin(), a.end(), b, [](unsigned char x, unsigned char y) {
-           return std::tolower(x) == std::tolower(y);
-         });
-}
-
-/// What of an MPS file the reader would print or pass over: the sense of the objective, names that
-/// occur twice. The lines that say the sense become comments.
-class MpsScan {
- public:
-  explicit MpsScan(std::string& content) : _content(content) {}
-
-  bool isMaximized = false;
-  Fault fault;
-
-  void run() {
-    Lines lines(_content);
-    while (const auto line = lines.next()) {
-      if (line->empty() || (*line)[0] == '*') continue;
-      const auto words = wordsOf(*line);
-      if (words.empty()) continue;
-      if (std::isspace(static_cast<unsigned char>((*line)[0])) == 0) {
-        enter(words, *line, lines.getNumber());
-      } else {
-        visit(words, *line, lines.getNumber());
-      }
-      if (_section == "ENDATA" || fault.isFound()) return;
-    }
-    fault.note(0, "the file ends without ENDATA");
-  }
-
- private:
-  void enter(const std::vector<std::string_view>& words, std::string_view line, VakInt number) {
-    static const std::unordered_set<std::string> Known{"NAME", "OBJSENSE", "ROWS",   "COLUMNS",
-                                                       "RHS",  "RANGES",   "BOUNDS", "ENDATA"};
-    _section = words[0];
-    if (Known.count(_section) == 0) fault.note(number, "unknown section " + printable(_section));
-    if (_section != "OBJSENSE") return;
-    if (words.size() > 1) takeSense(words[1], number);
-    blank(line);
-  }
-  void visit(const std::vector<std::string_view>& words, std::string_view line, VakInt number) {
-    if (_section == "OBJSENSE") {
-      takeSense(words[0], number);
-      blank(line);
-    } else if (_section == "ROWS" && words.size() == 2) {
-      if (!_rows.emplace(words[1]).second) {
-        fault.note(number, "row " + std::string(words[1]) + " is there twice");
-      }
-    } else if (_section == "COLUMNS" && (words.size() == 3 || words.size() == 5)) {
-      visitColumn(words, number);
-    }
-  }
-  void visitColumn(const std::vector<std::string_view>& words, VakInt number) {
-    if (words[1] == "'MARKER'" || words[0] == _column) return;
-    _column = words[0];
-    if (!_columns.insert(_column).second) {
-      fault.note(number, "column " + _column + " is there in two places");
-    }
-  }
-  void takeSense(std::string_view word, VakInt number) {
-    if (isSame(word, "MAX") || isSame(word, "MAXIMIZE") || isSame(word, "MAXIMISE")) {
-      isMaximized = true;
-    } else if (isSame(word, "MIN") || isSame(word, "MINIMIZE") || isSame(word, "MINIMISE")) {
-      isMaximized = false;
-    } else {
-      fault.note(number, "unknown sense of the objective " + std::string(word));
-    }
-  }
-  /// Makes a comment of the line, which is part of the content.
-  void blank(std::string_view line) {
-    const auto at = static_cast<std::size_t>(line.data() - _content.data());
-    std::fill_n(_content.begin() + static_cast<std::ptrdiff_t>(at), line.size(), '*');
-  }
-
-  std::string& _content;
-  std::string _section;
-  std::string _column;  ///< The one that the last line was about.
-  std::unordered_set<std::string> _rows;
-  std::unordered_set<std::string> _columns;
-};
 
 /// Gives an MPS reader its lines from memory.
 class TextInput final : public CoinFileInput {
@@ -262,6 +153,8 @@ class MpsReader final : public CoinMpsIO {
 /// stream closes it, and this object has to outlive it.
 class LineStream {
  public:
+  static constexpr const char* LastLine = "End";  ///< The scan writes "End " instead.
+
   explicit LineStream(std::string_view text) : _lines(text) {
     const cookie_io_functions_t functions{Read, nullptr, nullptr, nullptr};
     _stream = fopencookie(this, "r", functions);
@@ -271,13 +164,15 @@ class LineStream {
   LineStream& operator=(const LineStream&) = delete;
 
   [[nodiscard]] FILE* get() const { return _stream; }
-  [[nodiscard]] VakInt getLine() const { return _lines.getNumber(); }
+  /// The line that was taken last; 0 when all were, since any of them may be meant then.
+  [[nodiscard]] VakInt getFaultLine() const { return _isOver ? 0 : _lines.getNumber(); }
 
  private:
   static ssize_t Read(void* cookie, char* buffer, std::size_t size) {
     auto* stream = static_cast<LineStream*>(cookie);
     if (stream->_given == stream->_line.size()) {
       const auto line = stream->_lines.next();
+      stream->_isOver = !line || *line == LastLine;
       if (!line) return 0;
       stream->_line = std::string(*line) + '\n';
       stream->_given = 0;
@@ -288,9 +183,10 @@ class LineStream {
     return static_cast<ssize_t>(n);
   }
 
-  Lines _lines;
+  VakFileLinesI _lines;
   std::string _line;       ///< The line that is being given.
   std::size_t _given = 0;  ///< How much of it was given.
+  bool _isOver = false;    ///< Whether the last line was taken.
   FILE* _stream;
 };
 
@@ -301,10 +197,9 @@ class Builder {
 
   /// `sign` is what the reader's objective has to be multiplied by.
   template <class Reader>
-  VakModel build(const Reader& reader, bool isMaximized, double sign, double constant,
-                 const char* objectiveName) {
-    const char* name = reader.getProblemName();
-    _model = VakModel(_env, name != nullptr && *name != '\0' ? name : nullptr);
+  VakModel build(const Reader& reader, const std::string& name, bool isMaximized, double sign,
+                 double constant, const char* objectiveName) {
+    _model = VakModel(_env, name.empty() ? nullptr : name.c_str());
     try {
       addColumns(reader);
       addRows(reader);
@@ -418,94 +313,64 @@ class Builder {
   VakObjective _objective;
 };
 
-void throwFault(const char* file, const Fault& fault) {
+void throwFault(const char* file, const VakFileFaultI& fault) {
   if (fault.isFound()) throw VakFileError(file, fault.line, fault.reason.c_str());
 }
 
-VakModel readMps(VakEnv env, const char* file, std::string& content) {
-  MpsScan scan(content);
-  scan.run();
-  throwFault(file, scan.fault);
-  Fault fault;
-  FaultListener listener(&fault);
+VakModel readMps(VakEnv env, const char* file, const std::string& content) {
+  VakMpsScanI scan;
+  scan.run(content);
+  throwFault(file, scan.getFault());
+  VakFileFaultI fault;
+  FaultListener listener(&fault, VakMpsScanI::LinesBefore);
   MpsReader reader;
   reader.passInMessageHandler(&listener);
-  const int errors = reader.readText(content);
+  const int errors = reader.readText(scan.getText());
   throwFault(file, fault);
-  if (errors != 0) throw VakFileError(file, 0, "this is no MPS file");
-  return Builder(env, file).build(reader, scan.isMaximized, 1, -reader.objectiveOffset(),
-                                  reader.getObjectiveName());
+  if (errors != 0 || !scan.isComplete(reader.getNumCols(), reader.getNumRows())) {
+    throw VakFileError(file, 0, "this is no MPS file");
+  }
+  return Builder(env, file).build(reader, scan.getName(), scan.isMaximized(), 1,
+                                  -reader.objectiveOffset(), reader.getObjectiveName());
 }
 
-/// Looks for what an LP reader would print, misread, or never come to the end of.
-class LpScan {
- public:
-  Fault run(std::string_view content) {
-    Lines lines(content);
-    while (const auto line = lines.next()) {
-      visit(wordsOf(line->substr(0, line->find('\\'))), lines.getNumber());
-    }
-    if (!isSame(_last, "End")) _fault.note(0, "the file does not end with the word End");
-    return _fault;
-  }
-
- private:
-  void visit(const std::vector<std::string_view>& words, VakInt number) {
-    if (words.empty()) return;
-    if (isSame(words[0], "Bounds") || isSame(words[0], "Bound")) _isInBounds = true;
-    int comparisons = 0;
-    for (const std::string_view word : words) {
-      if (std::strchr("<>=", word[0]) == nullptr) continue;
-      ++comparisons;
-      if (word != "<=" && word != ">=" && word != "=") {
-        _fault.note(number, printable(std::string(word)) +
-                                " is no comparison; write <=, >= or = by itself");
-      }
-    }
-    if (comparisons > 1 && !_isInBounds) {
-      _fault.note(number, "a constraint with two bounds has to be written as two");
-    }
-    _last = words.back();
-  }
-
-  Fault _fault;
-  std::string _last;         ///< The last word that is no comment.
-  bool _isInBounds = false;  ///< Behind the beginning of the bounds, which may have two sides.
-};
-
-VakModel readLp(VakEnv env, const char* file, std::string& content) {
+VakModel readLp(VakEnv env, const char* file, const std::string& content) {
   if (content.find('\0') != std::string::npos) {
     throw VakFileError(file, 0, "this is no text file");
   }
-  Fault fault = LpScan().run(content);
-  throwFault(file, fault);
-  FaultListener listener(&fault);
+  VakLpScanI scan;
+  scan.run(content);
+  throwFault(file, scan.getFault());
+  VakFileFaultI fault;
+  FaultListener listener(&fault, 0);
   // Whatever the reader skips, it finds an end behind it.
-  content += "\nEnd\n";
-  LineStream stream(content);
+  const std::string text = scan.getText() + LineStream::LastLine + '\n';
+  LineStream stream(text);
   CoinLpIO reader;
   reader.passInMessageHandler(&listener);
   try {
     reader.readLp(stream.get());
   } catch (const CoinError& error) {
     fault = {};
-    fault.note(stream.getLine(), FaultListener::cleaned(error.message()));
-  } catch (const char* text) {
-    fault.note(stream.getLine(), FaultListener::cleaned(text));
+    fault.note(stream.getFaultLine(), FaultListener::cleaned(error.message()));
+  } catch (const char* message) {
+    fault.note(stream.getFaultLine(), FaultListener::cleaned(message));
   }
   throwFault(file, fault);
+  const char* name = reader.getProblemName();
   const bool isMaximized = reader.wasMaximization();
   // The reader turns the coefficients of what is maximised, but not the constant.
-  return Builder(env, file).build(reader, isMaximized, isMaximized ? -1 : 1,
-                                  reader.objectiveOffset(), reader.getObjName());
+  return Builder(env, file).build(reader, name == nullptr ? "" : name, isMaximized,
+                                  isMaximized ? -1 : 1, reader.objectiveOffset(),
+                                  reader.getObjName());
 }
 
 /// MPS files begin with one of their sections; everything else is taken for an LP file.
 bool looksLikeMps(std::string_view content) {
-  Lines lines(content);
+  VakFileLinesI lines(content);
   while (const auto line = lines.next()) {
     if (line->empty() || (*line)[0] == '*') continue;
-    const auto words = wordsOf(*line);
+    const auto words = VakGetWords(*line);
     if (words.empty()) continue;
     for (const char* section : {"NAME", "ROWS", "OBJSENSE", "OBJSENSEMAX", "OBJNAME", "FREE"}) {
       if (words[0] == section) return (*line)[0] != ' ';

@@ -15,13 +15,18 @@
 //   objective constant   MPS has it as the negated right-hand side of the objective row; a model's
 //                        constant is what it says
 //   maximise             a file that says so gives an objective that is maximised
-//   free rows            are left out by the formats: an MPS file's free rows but for the first
-//   one,
+//   free rows            are left out by the formats: an MPS file's free rows but for the first,
 //                        which is the objective, are not read; an LP file cannot hold any
-//   ranges               are two rows in LP files, the second one with "_low" behind its name; rows
-//   with
-//                        two bounds are not read from them
-//   infinity             numbers of 1e30 and more
+//   ranges               are two rows in LP files, the second one with "_low" behind its name;
+//                        rows with two bounds are not read from them
+//   infinity             numbers of 1e30 and more, and in bounds the words inf and infinity
+//   usual bounds         0 and infinity; in MPS files 0 and 1 for integer variables of which the
+//                        bounds say nothing, and no lower bound for variables of which they only
+//                        say an upper one below 0
+//   MPS layout           fixed or free; of several sets of right-hand sides, ranges or bounds, the
+//                        first one counts
+//   refused              semi-continuous variables, special ordered sets, products, conditions;
+//                        words of more than 150 bytes
 //
 // One thread reads or writes at a time for each environment; different environments, different
 // threads.

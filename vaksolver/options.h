@@ -9,27 +9,31 @@
 // property. Properties whose names begin with "solver." and are none of these are misspelt options,
 // and refused.
 //
-//   name and usual value              values, and what it means
-//   solver.timeLimit: none            >= 0, seconds of wall time for one solve
-//   solver.gap: 0                     >= 0, stop when (incumbent - bound) is at most this share of
-//                                     the incumbent's size
-//   solver.absoluteGap: 0             >= 0, stop when incumbent - bound is at most this
-//   solver.nodeLimit: none            whole, >= 0, nodes of the search tree
-//   solver.iterationLimit: none       whole, >= 0, simplex iterations of an LP, or of the LP
-//                                     relaxations of a MIP together
-//   solver.logLevel: 0                0 to 4, what the solver writes to standard output: 0 nothing,
-//                                     1 a summary, more and more
-//   solver.algorithm: auto            text, simplex of LPs: "auto", "primal", "dual"
-//   solver.presolve: 1                0 or 1, simplify a problem before it is solved from scratch
-//   solver.cuts: 1                    0 or 1, generate cutting planes
-//   solver.heuristics: 1              0 or 1, look for solutions by heuristics
-//   solver.warmStart: 1               0 or 1, start from the last basis and incumbent
-//   solver.seed: 0                    0 to 10^9, seed of random choices
-//   solver.feasibilityTolerance: 1e-7 1e-9 to 1e-4, by how much a bound may be violated
-//   solver.optimalityTolerance: 1e-7  1e-9 to 1e-4, by how much a reduced cost may have the wrong
-//                                     sign
-//   solver.integralityTolerance: 1e-6 1e-9 to 1e-3, how far from whole a number counts as whole
-//   solver.progressInterval: 0.2      >= 0, seconds between two calls of the progress callback
+//   name                         values         usual    meaning
+//   solver.timeLimit             >= 0           none     seconds of wall time for one solve
+//   solver.gap                   >= 0           0        stop when (incumbent - bound) is at most
+//                                                        this share of the incumbent's size
+//   solver.absoluteGap           >= 0           0        stop when incumbent - bound is at most
+//                                                        this
+//   solver.nodeLimit             whole, >= 0    none     nodes of the search tree
+//   solver.iterationLimit        whole, >= 0    none     simplex iterations of an LP, or of the LP
+//                                                        relaxations of a MIP together
+//   solver.logLevel              0 to 4         0        what the solver writes to standard output:
+//                                                        0 nothing, 1 a summary, more and more
+//   solver.algorithm             text           auto     simplex of LPs: "auto", "primal", "dual"
+//   solver.presolve              0 or 1         1        simplify a problem before it is solved
+//                                                        from scratch
+//   solver.cuts                  0 or 1         1        generate cutting planes
+//   solver.heuristics            0 or 1         1        look for solutions by heuristics
+//   solver.warmStart             0 or 1         1        start from the last basis and incumbent
+//   solver.seed                  0 to 10^9      0        seed of random choices
+//   solver.feasibilityTolerance  1e-9 to 1e-4   1e-7     by how much a bound may be violated
+//   solver.optimalityTolerance   1e-9 to 1e-4   1e-7     by how much a reduced cost may have the
+//                                                        wrong sign
+//   solver.integralityTolerance  1e-9 to 1e-3   1e-6     how far from whole a number counts as
+//                                                        whole
+//   solver.progressInterval      >= 0           0.2      seconds between two calls of the progress
+//                                                        callback
 
 #include "vakbase/exception.h"
 #include "vakbase/globals.h"

@@ -29,8 +29,9 @@ struct VakSearchResultI {
 /// It works on a copy, with cutting planes and heuristics. What it finds is rounded, and the
 /// columns that need not be whole are optimised anew, so that a point is what it says it is.
 ///
-/// Deliberate: the problem is not simplified before. The libraries' preprocessing loses the optimum
-/// of about one in 250 small random models.
+/// Deliberate: the problem is not simplified before. The libraries' preprocessing loses optima: of 4
+/// in 2305 small random models when it probes, of 3 in 13449 without any cut generators, where the
+/// same search without it loses none; and it does not make searches faster on the whole.
 class VakSearchI {
  public:
   /// From the objective of the linear program to that of the model: sign * value + constant.

@@ -1,5 +1,6 @@
 // How a solver solves its loaded problem.
 
+#include <CoinError.hpp>
 #include <algorithm>
 #include <cmath>
 
@@ -35,7 +36,12 @@ VakStatus VakSolverI::run() {
   control.noteBound(_statistics.bound);
   bringUpToDate();
   if (isMip()) control.noteMip();
-  const VakStatus status = control.step() ? control.getReason() : solveLoaded(control);
+  VakStatus status = VakStatus::Failed;
+  try {
+    status = control.step() ? control.getReason() : solveLoaded(control);
+  } catch (const CoinError&) {
+    forgetSolution();  // The libraries met something they cannot go on with.
+  }
   _statistics.iterations = control.getState().iterations;
   _statistics.nodes = control.getState().nodes;
   _statistics.seconds = control.getSeconds();

@@ -151,10 +151,8 @@ TEST_F(Files, SayLineAndReasonOfBrokenMps) {
     std::string text = Plan;
     return text.replace(text.find(from), std::string(from).size(), to);
   };
-  EXPECT_EQ(
-      errorOf("a.mps", changed("lim1         1.0\n", "limX 1.0\n")),
-      "a.mps, line 9: No match for row limX at line 9 <     x         cost         1.0   limX "
-      "1.0 >");
+  EXPECT_EQ(errorOf("a.mps", changed("lim1         1.0\n", "limX 1.0\n")),
+            "a.mps, line 9: No match for row limX: x cost 1.0 limX 1.0");
   EXPECT_EQ(errorOf("b.mps", changed(" N  other", " N  lim1")),
             "b.mps, line 7: row lim1 is there twice");
   EXPECT_EQ(errorOf("c.mps", changed("    z         cost", "    x         cost")),
@@ -172,11 +170,8 @@ TEST_F(Files, SayLineAndReasonOfBrokenLp) {
             "a.lp: the file does not end with the word End");
   EXPECT_EQ(errorOf("b.lp", "Minimize\n obj: x\nSubject To\n c: x >= 1\nBounds\n x <= two\nEnd\n"),
             "b.lp, line 6: Bounds; expect a number, get: two");
-  EXPECT_EQ(errorOf("c.lp", "hello\nEnd\n"), "c.lp, line 4: Unable to locate objective function");
-  EXPECT_EQ(errorOf("e.lp", "Minimize\n obj: x\nSubject To\n c: x >=1\nEnd\n"),
-            "e.lp, line 4: >=1 is no comparison; write <=, >= or = by itself");
-  EXPECT_EQ(errorOf("f.lp", "Minimize\n obj: x\nSubject To\n c: 1 <= x <= 4\nEnd\n"),
-            "f.lp, line 4: a constraint with two bounds has to be written as two");
+  EXPECT_EQ(errorOf("c.lp", "hello\nEnd\n"),
+            "c.lp, line 1: the file begins with Minimize or Maximize, not hello");
   EXPECT_EQ(errorOf("d.lp", "Minimize\n obj: x\nSubject To\n c: x >= 1\n c: x <= 3\nEnd\n"),
             "d.lp: non distinct or missing row names or objective function name. Now using default "
             "row names");
