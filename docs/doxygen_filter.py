@@ -5,8 +5,7 @@ Of what headers say in plain words, the comment at the top of a file becomes
 that of the file, and the contract of a class three paragraphs with titles. Names of headers in angle brackets are no tags. What tells the
 language's own templates of a class is left out, because Doxygen cannot place it.
 
-Pages of text refer to pictures by their file names alone, the guide's first page has the others below it in the
-order of its table, and the README is called so.
+Pages of text refer to pictures by their file names alone, and the README is called so.
 
 usage: doxygen_filter.py FILE
 """
@@ -17,7 +16,7 @@ from pathlib import Path
 
 CONTRACT = re.compile(r"^(\s*)/// (Threads|Phases|Gives back): (.*)$")
 # A line of a comment, with a header's name in it.
-HEADER_NAME = re.compile(r"(///.*?)<(\w+)>")
+HEADER_NAME = re.compile(r"(/// {0,3}[^ ].*?)<([a-z_]+)>")
 SPECIALISATION = re.compile(r"(?:^///.*\n)*^template <[^\n]*>\n[^;\n]*\bstd::ranges::[^;]*;\n", re.MULTILINE)
 
 
@@ -55,8 +54,6 @@ def convert_page(path, text):
     text = re.sub(r"\]\((?:\.\./)?diagrams/(\w+\.svg)\)", r"](\1)", text)
     if path.name == "README.md":
         text = re.sub(r"^# .*", "# README", text)
-    if path.name == "index.md":
-        text = re.sub(r"\[([^\]]*)\]\((\w+)\.md\)", r'@subpage md_docs_guide_\2 "\1"', text)
     return text
 
 

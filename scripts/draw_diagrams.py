@@ -177,7 +177,7 @@ def describe_life():
         '<<TABLE BORDER="0" CELLBORDER="0" CELLSPACING="2"><TR><TD COLSPAN="2"><B>ending</B>: what goes, in order'
         f'</TD></TR>{rows}<TR><TD COLSPAN="2">bold: destructors of users run</TD></TR></TABLE>>'
     )
-    lines = ["digraph life {", *STYLE, "rankdir=LR; ranksep=0.9; nodesep=0.4"]
+    lines = ["digraph life {", *STYLE, "rankdir=LR; ranksep=0.35; nodesep=0.3"]
     lines.append('begin [label="VakEnv()\\nVakEnvOwner", shape=plaintext, style=""]')
     lines.append(
         'open [label=<<TABLE BORDER="0" CELLBORDER="0" CELLSPACING="4"><TR><TD><B>open</B></TD></TR>'
@@ -187,7 +187,7 @@ def describe_life():
         "<TR><TD><I>removing</I>: others drop what goes</TD></TR></TABLE>>]"
     )
     lines.append(f"ending [label={table}]")
-    lines.append('over [label="over\\nall memory released;\\nother handles dangle"]')
+    lines.append('over [label="over\\nmemory released;\\nother handles\\ndangle"]')
     lines.append("begin -> open")
     lines.append('open -> ending [label="end()", fontname="Helvetica", fontsize=9]')
     lines.append("ending -> over")

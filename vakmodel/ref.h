@@ -3,9 +3,9 @@
 // References to modelling objects that notice when their object is gone.
 //
 //   VakRef<VakNumVar> ref = x;
-//   x.end();                        other handles on the variable dangle now; the reference does
-//   not ref.get()                       an empty handle ref.checked()                   throws
-//   VakRefError: "Variable #12 was ended, or ..."
+//   x.end();          // other handles on the variable dangle now; the reference does not
+//   ref.get();        // an empty handle
+//   ref.checked();    // throws VakRefError: "Variable #12 was ended, or ..."
 //
 // A reference notices the end of its object, its being taken out of its environment, and the end of
 // the environment, also when another object has got the identifier or the address, and when another

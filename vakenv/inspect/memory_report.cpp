@@ -85,7 +85,8 @@ VakInt arrayBytes(const VakArrayI* array) {
   return bytes;
 }
 
-void describeElements(const VakEnvI* env, VakMemoryReport& report) {
+// Called in the checked build only.
+[[maybe_unused]] void describeElements(const VakEnvI* env, VakMemoryReport& report) {
   Amounts amounts;
   for (const VakMemoryLedger::Element& element : VakMemoryLedger::GetElements(&env->_memory)) {
     count(amounts, VakMemoryLedger::GetTypeName(element.type), element.elementSize);
