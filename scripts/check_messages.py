@@ -19,7 +19,7 @@ MODULES = ("vakbase", "vakenv", "vakmodel", "vaksolver", "vaksupport")
 LITERAL = r'"((?:\\.|[^"\\])*)"'
 # A statement whose texts are messages.
 GIVES = re.compile(
-    r"\bthrow\b|\b(?:Vak)?Throw\w*\(|\bException\(\"|\bVakException\(\"|\bnote\(|\bwrite\(\s*\""
+    r"\bthrow\b|\b(?:Vak)?Throw\w*\(|\bException\(\"|\bVakException\(\"|\bnote\(|\bfault\(|\bwrite\(\s*\""
     r"|\b(?:TooFew|DangerousDeletion) =|\bVakAddFirstTwo|belongs to another environment than|make no sense: "
     r"|\bis (?:given back|handed out)\b|was written at byte|\breturn text.empty\(\) \? |\bout << \"> "
     r"|\bconst std::string text = "

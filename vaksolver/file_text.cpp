@@ -15,11 +15,11 @@ std::optional<std::string_view> VakFileLinesI::next() {
 
 std::vector<std::string_view> VakGetWords(std::string_view line) {
   std::vector<std::string_view> words;
-  constexpr std::string_view Blank = " \t";
-  for (auto from = line.find_first_not_of(Blank); from != std::string_view::npos;) {
-    const auto to = std::min(line.find_first_of(Blank, from), line.size());
+  constexpr std::string_view blank = " \t";
+  for (auto from = line.find_first_not_of(blank); from != std::string_view::npos;) {
+    const auto to = std::min(line.find_first_of(blank, from), line.size());
     words.push_back(line.substr(from, to - from));
-    from = line.find_first_not_of(Blank, to);
+    from = line.find_first_not_of(blank, to);
   }
   return words;
 }
@@ -59,8 +59,8 @@ int VakGetInfinitySign(std::string_view word) {
 }
 
 std::string VakMakePrintable(std::string_view text) {
-  constexpr std::size_t Most = 60;
-  std::string printable(text.substr(0, Most));
+  constexpr std::size_t most = 60;
+  std::string printable(text.substr(0, most));
   for (char& c : printable) {
     if (std::isprint(static_cast<unsigned char>(c)) == 0) c = '?';
   }

@@ -69,11 +69,11 @@ VakLpScanI::Words VakLpScanI::split(std::string_view line) {
 
 // "x<=4" is "x", "<=" and "4".
 void VakLpScanI::splitComparison(std::string_view word, Words& words) {
-  constexpr std::string_view Parts = "<>=";
+  constexpr std::string_view parts = "<>=";
   while (!word.empty()) {
-    const bool isInside = Parts.find(word[0]) != std::string_view::npos;
+    const bool isInside = parts.find(word[0]) != std::string_view::npos;
     const auto end =
-        std::min(isInside ? word.find_first_not_of(Parts) : word.find_first_of(Parts), word.size());
+        std::min(isInside ? word.find_first_not_of(parts) : word.find_first_of(parts), word.size());
     std::string part(word.substr(0, end));
     if (isInside) {
       if (!words.empty() && words.back().back() == '-') fault("conditions (->) are not supported");
@@ -131,30 +131,30 @@ void VakLpScanI::visit(const Words& words) {
 
 // Begins another section if the k-th word is its name, of which `k` becomes the last word.
 bool VakLpScanI::enter(const Words& words, std::size_t& k) {
-  static constexpr std::array<std::string_view, 8> Objectives{
+  static constexpr std::array<std::string_view, 8> objectives{
       "min", "max", "minimize", "maximize", "minimise", "maximise", "minimum", "maximum"};
-  static constexpr std::array<std::string_view, 3> Constraints{"st", "s.t.", "st."};
-  static constexpr std::array<std::string_view, 2> Bounds{"bounds", "bound"};
-  static constexpr std::array<std::string_view, 9> Kinds{
+  static constexpr std::array<std::string_view, 3> constraints{"st", "s.t.", "st."};
+  static constexpr std::array<std::string_view, 2> bounds{"bounds", "bound"};
+  static constexpr std::array<std::string_view, 9> kinds{
       "integers", "integer", "int", "generals", "general", "gen", "binaries", "binary", "bin"};
-  static constexpr std::array<std::string_view, 9> Others{
+  static constexpr std::array<std::string_view, 9> others{
       "semi-continuous", "semis", "semi", "sec", "sos", "sos1", "sos2", "pwlobj", "lazy"};
   const std::string& word = words[k];
   const bool isSubject =
       VakIsSameWord(word, "subject") && k + 1 < words.size() && VakIsSameWord(words[k + 1], "to");
   Section section = Section::None;
-  if (_section == Section::None && isOneOf(word, Objectives)) {
+  if (_section == Section::None && isOneOf(word, objectives)) {
     section = Section::Objective;
-  } else if (isSubject || isOneOf(word, Constraints)) {
+  } else if (isSubject || isOneOf(word, constraints)) {
     section = Section::Constraints;
     if (isSubject) ++k;
-  } else if (isOneOf(word, Bounds)) {
+  } else if (isOneOf(word, bounds)) {
     section = Section::Bounds;
-  } else if (isOneOf(word, Kinds)) {
+  } else if (isOneOf(word, kinds)) {
     section = Section::Kinds;
   } else if (VakIsSameWord(word, "end")) {
     section = Section::End;
-  } else if (words.size() == 1 && isOneOf(word, Others)) {
+  } else if (words.size() == 1 && isOneOf(word, others)) {
     fault("the section " + quoted(word) + " is not supported");
     return true;
   }

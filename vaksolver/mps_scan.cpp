@@ -57,12 +57,12 @@ void VakMpsScanI::scan(std::string_view content, bool isFree) {
 }
 
 void VakMpsScanI::enter(const Words& words, std::string_view line) {
-  static constexpr std::pair<std::string_view, Section> Known[] = {
+  static constexpr std::pair<std::string_view, Section> known[] = {
       {"NAME", Section::None},       {"OBJSENSE", Section::Sense}, {"ROWS", Section::Rows},
       {"COLUMNS", Section::Columns}, {"RHS", Section::Rhs},        {"RANGES", Section::Ranges},
       {"BOUNDS", Section::Bounds},   {"ENDATA", Section::End},
   };
-  for (const auto& [name, section] : Known) {
+  for (const auto& [name, section] : known) {
     if (words[0] != name) continue;
     _section = section;
     _set.clear();
@@ -152,11 +152,11 @@ void VakMpsScanI::noteColumn(std::string_view name) {
 // The name of a column is in the bytes 5 to 12 then, that of a row behind its kind; the reader
 // drops the blanks in them.
 void VakMpsScanI::visitFixed(std::string_view line) {
-  constexpr std::size_t NameFrom = 4;
-  constexpr std::size_t NameSize = 8;
+  constexpr std::size_t nameFrom = 4;
+  constexpr std::size_t nameSize = 8;
   const bool isRow = _section == Section::Rows;
   std::string name;
-  if (line.size() > NameFrom) name = line.substr(NameFrom, isRow ? line.npos : NameSize);
+  if (line.size() > nameFrom) name = line.substr(nameFrom, isRow ? line.npos : nameSize);
   std::erase_if(name, [](unsigned char c) { return std::isspace(c) != 0; });
   const bool isMarker = line.find("'MARKER'") != line.npos;
   if (isRow) noteRow(name);

@@ -150,7 +150,7 @@ void expectSolution(VakSolver solver) {
 
 TEST(LpOptima, AreProvedByTheirDuals) {
   int optima = 0;
-  for (unsigned seed = 0; seed < 600; ++seed) {
+  for (unsigned seed = 0; seed < 300; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     const VakScopedEnv scoped;
     RandomModel random(scoped.env, seed);
@@ -172,7 +172,7 @@ TEST(LpOptima, AreProvedByTheirDuals) {
                                                                           : VakSense::Minimize);
     }
   }
-  EXPECT_GT(optima, 300);
+  EXPECT_GT(optima, 150);
 }
 
 /// What a solve with a limit leaves, beside the optimum.
@@ -199,7 +199,7 @@ TEST(MipLimits, LeaveBoundsThatEncloseTheOptimum) {
     VakNum value;
   };
   int stopped = 0;
-  for (unsigned seed = 0; seed < 40; ++seed) {
+  for (unsigned seed = 0; seed < 20; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     const VakScopedEnv scoped;
     RandomModel random(scoped.env, seed);
@@ -233,11 +233,11 @@ TEST(MipLimits, LeaveBoundsThatEncloseTheOptimum) {
       ASSERT_EQ(limited.getLoadCount(), 1);
     }
   }
-  EXPECT_GT(stopped, 40);
+  EXPECT_GT(stopped, 20);
 }
 
 TEST(LpLimits, LeaveNothingThatIsNotKnown) {
-  for (unsigned seed = 0; seed < 150; ++seed) {
+  for (unsigned seed = 0; seed < 80; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     const VakScopedEnv scoped;
     RandomModel random(scoped.env, seed);
