@@ -12,6 +12,8 @@
 #include "tests/unit/vakmodel/model_text.h"
 #include "vakenv/core/multithreading.h"
 #include "vakenv/memory/id_manager.h"
+#include "vakenv/plugins/plugin.h"
+#include "vakenv/plugins/plugin_manager.h"
 #include "vakenv/registry/destroyable.h"
 #include "vakmodel/linear_impl.h"
 #include "vakmodel/variable_impl.h"
@@ -268,6 +270,26 @@ TEST_F(Ref, AnswersDestructorsThatRunAtTheEnd) {
   VakCreate<Asker>(scope.impl(), VakRef<VakNumVar>(x), answer);
   scope.env.end();
   EXPECT_EQ(answer, VakRefState::Alive);
+}
+
+/// Asks when the environment has given up its identifiers and is not over yet.
+class AskingPlugIn : public VakPlugIn {
+ public:
+  AskingPlugIn(VakEnvI* env, VakRef<VakNumVar> ref, VakRefState& answer)
+      : VakPlugIn(env), _ref(std::move(ref)), _answer(answer) {}
+  ~AskingPlugIn() noexcept(false) override { _answer = _ref.getState(); }
+
+ private:
+  VakRef<VakNumVar> _ref;
+  VakRefState& _answer;
+};
+
+TEST_F(Ref, IsLostWithTheIdentifiersOfTheEnvironment) {
+  VakRefState answer = VakRefState::Empty;
+  scope->_plugInManager->add(VakCreate<AskingPlugIn>(scope.impl(), VakRef<VakNumVar>(x), answer),
+                             "asking");
+  scope.env.end();
+  EXPECT_EQ(answer, VakRefState::ObjectGone);
 }
 
 TEST_F(Ref, NoticesTheEndInBothMemoryModes) {
