@@ -152,7 +152,7 @@ class TextDump {
   void writeConstraint(VakConstraint c) {
     const VakNum lb = c.getLB();
     const VakNum ub = c.getUB();
-    start(c.getName() == nullptr ? std::string() : nameOf(_constraintNames, c) + ':');
+    start(c.getName() == nullptr ? std::string() : NameOf(_constraintNames, c) + ':');
     const bool hasBoth = lb != -VakGetInfinity() && ub != VakGetInfinity() && lb != ub;
     if (hasBoth) addPiece(VakTextOfNumber(lb) + " <=");
     writeTerms(c);
@@ -207,7 +207,7 @@ class TextDump {
     if (isFirst) sign = term.coef < 0 ? "-" : "";
     std::string text(sign);
     if (size != 1) text += VakTextOfNumber(size) + ' ';
-    return text + nameOf(_variableNames, term.var);
+    return text + NameOf(_variableNames, term.var);
   }
 
   void writeBounds() {
@@ -220,7 +220,7 @@ class TextDump {
       if (x.getKind() == VakVarKind::Boolean && lb == 0 && ub == 1) continue;
       if (!hasHead) _lines.add("bounds", 0);
       hasHead = true;
-      _lines.add(VakTextOfBounds(lb, nameOf(_variableNames, x), ub), Indent);
+      _lines.add(VakTextOfBounds(lb, NameOf(_variableNames, x), ub), Indent);
     }
     if (!hasHead && _model.getVariableCount() > _options.mostVariables) _lines.add("bounds", 0);
     writeRest(_model.getVariableCount() - _options.mostVariables, "variable");
@@ -233,10 +233,10 @@ class TextDump {
       if (left-- <= 0) break;
       if (x.getKind() != kind) continue;
       if (hasHead) {
-        _lines.add(nameOf(_variableNames, x));
+        _lines.add(NameOf(_variableNames, x));
       } else {
         _lines.add(VakGetKindName(kind), 0);
-        _lines.add(nameOf(_variableNames, x), Indent);
+        _lines.add(NameOf(_variableNames, x), Indent);
         hasHead = true;
       }
     }
@@ -248,8 +248,8 @@ class TextDump {
     }
   }
 
-  [[nodiscard]] static std::string nameOf(const VakUniqueNames& names, VakExtractable object) {
-    const std::string unique = names.get(object);
+  [[nodiscard]] static std::string NameOf(const VakUniqueNames& names, VakExtractable object) {
+    std::string unique = names.get(object);
     if (object.getName() == nullptr) return unique;
     const std::string_view name = object.getName();
     return readable(name) + unique.substr(name.size());

@@ -66,12 +66,12 @@ class GraphDump {
 
   void write() {
     const bool isOne = _models.size() == 1;
-    line("graph " + quoted(isOne ? nameOf(_models.front(), "model") : "models") + " {");
+    line("graph " + quoted(isOne ? NameOf(_models.front(), "model") : "models") + " {");
     line("  rankdir=LR;");
     for (std::size_t i = 0; i < _models.size(); ++i) {
       if (!isOne) {
         line("  subgraph cluster_" + std::to_string(i) + " {");
-        line("    label=" + quoted(nameOf(_models[i], "model")) + ';');
+        line("    label=" + quoted(NameOf(_models[i], "model")) + ';');
       }
       writeNodes(_models[i], i);
       if (!isOne) line("  }");
@@ -104,7 +104,7 @@ class GraphDump {
     }
   }
 
-  [[nodiscard]] static std::string nameOf(VakExtractable object, const char* other) {
+  [[nodiscard]] static std::string NameOf(VakExtractable object, const char* other) {
     return object.getName() == nullptr ? other : object.getName();
   }
 

@@ -44,18 +44,18 @@ class FaultListener final : public CoinMessageHandler {
   [[nodiscard]] CoinMessageHandler* clone() const override { return new FaultListener(*this); }
   void checkSeverity() override {}
   int print() override {
-    constexpr int FirstWarning = 3000;
+    constexpr int firstWarning = 3000;
     // A variable with bounds and nothing else is unusual, not wrong.
     const bool isHarmless =
         std::strstr(messageBuffer(), "does not appear in objective function") != nullptr;
-    if (currentMessage().externalNumber() < FirstWarning || isHarmless) return 0;
+    if (currentMessage().externalNumber() < firstWarning || isHarmless) return 0;
     const VakInt line = numberIntFields() > 0 ? intValue(0) - _linesBefore : 0;
-    _fault->note(std::max<VakInt>(line, 0), cleaned(messageBuffer()));
+    _fault->note(std::max<VakInt>(line, 0), Cleaned(messageBuffer()));
     return 0;
   }
 
   /// The text without the marks that the libraries put before and behind it.
-  [[nodiscard]] static std::string cleaned(std::string text) {
+  [[nodiscard]] static std::string Cleaned(std::string text) {
     for (const char* mark : {"### ERROR: ", "### "}) {
       const auto at = text.find(mark);
       if (at != std::string::npos) text.erase(0, at + std::strlen(mark));
@@ -178,7 +178,7 @@ class LineStream {
       stream->_given = 0;
     }
     const std::size_t n = std::min(size, stream->_line.size() - stream->_given);
-    std::memcpy(buffer, stream->_line.data() + stream->_given, n);
+    stream->_line.copy(buffer, n, stream->_given);
     stream->_given += n;
     return static_cast<ssize_t>(n);
   }
@@ -212,7 +212,7 @@ class Builder {
   }
 
  private:
-  [[nodiscard]] static VakNum toBound(double bound) {
+  [[nodiscard]] static VakNum ToBound(double bound) {
     if (bound >= LeastInfinite) return VakGetInfinity();
     return bound <= -LeastInfinite ? -VakGetInfinity() : bound;
   }
@@ -233,8 +233,8 @@ class Builder {
     const int count = reader.getNumCols();
     for (int j = 0; j < count; ++j) {
       const char* name = reader.columnName(j);
-      const VakNum lb = toBound(reader.getColLower()[j]);
-      const VakNum ub = toBound(reader.getColUpper()[j]);
+      const VakNum lb = ToBound(reader.getColLower()[j]);
+      const VakNum ub = ToBound(reader.getColUpper()[j]);
       requireBounds(lb, ub, "variable", name);
       const bool isBoolean = lb == 0 && ub == 1;
       const VakVarKind kind = !reader.isInteger(j) ? VakVarKind::Continuous
@@ -255,8 +255,8 @@ class Builder {
     std::vector<VakNum> coefs;
     for (int i = 0; i < reader.getNumRows(); ++i) {
       const char* name = reader.rowName(i);
-      lbs.push_back(toBound(reader.getRowLower()[i]));
-      ubs.push_back(toBound(reader.getRowUpper()[i]));
+      lbs.push_back(ToBound(reader.getRowLower()[i]));
+      ubs.push_back(ToBound(reader.getRowUpper()[i]));
       requireBounds(lbs.back(), ubs.back(), "constraint", name);
       for (int k = matrix->getVectorFirst(i); k < matrix->getVectorLast(i); ++k) {
         requireNumber(matrix->getElements()[k], "a coefficient", name);
@@ -352,9 +352,9 @@ VakModel readLp(VakEnv env, const char* file, const std::string& content) {
     reader.readLp(stream.get());
   } catch (const CoinError& error) {
     fault = {};
-    fault.note(stream.getFaultLine(), FaultListener::cleaned(error.message()));
+    fault.note(stream.getFaultLine(), FaultListener::Cleaned(error.message()));
   } catch (const char* message) {
-    fault.note(stream.getFaultLine(), FaultListener::cleaned(message));
+    fault.note(stream.getFaultLine(), FaultListener::Cleaned(message));
   }
   throwFault(file, fault);
   const char* name = reader.getProblemName();

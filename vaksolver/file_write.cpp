@@ -81,27 +81,27 @@ class Names {
            std::strchr("!\"#$%&(),.;?@_'`{}~", c) != nullptr;
   }
   [[nodiscard]] bool canBegin(const std::string& name) const {
-    if (!_isLp) return name[0] != '*' && name[0] != '$' && name[0] != '-' && !isNumber(name);
+    if (!_isLp) return name[0] != '*' && name[0] != '$' && name[0] != '-' && !IsNumber(name);
     if (std::isalpha(static_cast<unsigned char>(name[0])) == 0 && name[0] != '_') return false;
     if (name[0] == 'e' || name[0] == 'E') return false;  // As in 1e5.
-    return !isKeyword(name);
+    return !IsKeyword(name);
   }
-  [[nodiscard]] static bool isNumber(const std::string& name) {
+  [[nodiscard]] static bool IsNumber(const std::string& name) {
     char* end = nullptr;
     std::strtod(name.c_str(), &end);
     return end != name.c_str();
   }
-  [[nodiscard]] static bool isKeyword(std::string name) {
+  [[nodiscard]] static bool IsKeyword(std::string name) {
     std::transform(name.begin(), name.end(), name.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    static const std::unordered_set<std::string> Keywords{
+    static const std::unordered_set<std::string> keywords{
         "min",      "max",     "minimize",       "maximize", "minimise", "maximise", "minimum",
         "maximum",  "subject", "such",           "st",       "s.t.",     "st.",      "to",
         "that",     "bounds",  "bound",          "general",  "generals", "gen",      "integer",
         "integers", "int",     "binary",         "binaries", "bin",      "semi",     "semis",
         "sos",      "sos1",    "sos2",           "sec",      "end",      "free",     "inf",
         "infinity", "nan",     "semi-continuous"};
-    return Keywords.count(name) != 0;
+    return keywords.count(name) != 0;
   }
 
   bool _isLp;
@@ -182,6 +182,7 @@ Problem describe(VakModel model, VakFileFormat format) {
 
 std::vector<const char*> pointersTo(const std::vector<std::string>& names) {
   std::vector<const char*> pointers;
+  pointers.reserve(names.size());
   for (const std::string& name : names) pointers.push_back(name.c_str());
   return pointers;
 }
@@ -217,9 +218,9 @@ class NeighbourFile {
 
 /// The problem in MPS format. The writer knows no sense of the objective.
 std::string makeMps(const Problem& problem, const NeighbourFile& scratch, const char* problemName) {
-  constexpr int Plain = 0;
-  constexpr int Accurate = 1;
-  constexpr int OneAcross = 1;
+  constexpr int plain = 0;
+  constexpr int accurate = 1;
+  constexpr int oneAcross = 1;
   VakMessagesI messages;
   CoinMpsIO writer;
   writer.passInMessageHandler(&messages);
@@ -231,7 +232,7 @@ std::string makeMps(const Problem& problem, const NeighbourFile& scratch, const 
   writer.setProblemName(problemName);
   writer.setObjectiveName(problem.objectiveName.c_str());
   writer.setObjectiveOffset(-problem.constant);
-  writer.writeMps(scratch.get(), Plain, Accurate, OneAcross);
+  writer.writeMps(scratch.get(), plain, accurate, oneAcross);
   std::string text = scratch.read();
   if (problem.isMaximized) {
     const auto rowsAt = text.find("\nROWS");
@@ -242,8 +243,8 @@ std::string makeMps(const Problem& problem, const NeighbourFile& scratch, const 
 
 /// As many decimals as it takes to write the smallest number with 15 digits.
 int getDecimals(const Problem& problem) {
-  constexpr int Digits = 15;
-  constexpr int Most = 40;
+  constexpr int digits = 15;
+  constexpr int most = 40;
   double least = 1;
   const auto visit = [&least](double number) {
     if (number != 0) least = std::min(least, std::abs(number));
@@ -253,7 +254,7 @@ int getDecimals(const Problem& problem) {
        {&problem.objective, &problem.lbs, &problem.ubs, &problem.rowLbs, &problem.rowUbs}) {
     std::for_each(numbers->begin(), numbers->end(), visit);
   }
-  return std::min(Most, Digits + static_cast<int>(std::ceil(-std::log10(least))));
+  return std::min(most, digits + static_cast<int>(std::ceil(-std::log10(least))));
 }
 
 /// Puts the columns that the writer left out into the objective of an LP file.
@@ -266,8 +267,8 @@ void addUnused(const Problem& problem, std::string& text) {
   for (const int column : problem.unused) {
     terms +=
         (terms.empty() ? " 0 " : " + 0 ") + problem.columnNames[static_cast<std::size_t>(column)];
-    constexpr std::size_t LongLine = 70;
-    if (terms.size() - std::min(terms.size(), terms.rfind('\n') + 1) > LongLine) terms += '\n';
+    constexpr std::size_t longLine = 70;
+    if (terms.size() - std::min(terms.size(), terms.rfind('\n') + 1) > longLine) terms += '\n';
   }
   const auto behind = at + begin.size();
   const auto next = text.find_first_not_of(' ', behind);
@@ -278,8 +279,8 @@ void addUnused(const Problem& problem, std::string& text) {
 
 /// The problem in LP format. The writer knows no sense but the smaller.
 std::string makeLp(const Problem& problem, const NeighbourFile& scratch) {
-  constexpr double Epsilon = 1e-12;
-  constexpr int TenAcross = 10;
+  constexpr double epsilon = 1e-12;
+  constexpr int tenAcross = 10;
   VakMessagesI messages;
   CoinLpIO writer;
   writer.passInMessageHandler(&messages);
@@ -292,12 +293,12 @@ std::string makeLp(const Problem& problem, const NeighbourFile& scratch) {
   const auto columns = pointersTo(problem.columnNames);
   writer.setLpDataRowAndColNames(rows.data(), columns.data());
   writer.setObjectiveOffset(problem.constant);
-  writer.writeLp(scratch.get(), Epsilon, TenAcross, getDecimals(problem), true);
+  writer.writeLp(scratch.get(), epsilon, tenAcross, getDecimals(problem), true);
   std::string text = scratch.read();
   addUnused(problem, text);
-  constexpr std::string_view Smaller = "Minimize";
-  const auto at = text.find(Smaller);
-  if (problem.isMaximized && at != std::string::npos) text.replace(at, Smaller.size(), "Maximize");
+  constexpr std::string_view smaller = "Minimize";
+  const auto at = text.find(smaller);
+  if (problem.isMaximized && at != std::string::npos) text.replace(at, smaller.size(), "Maximize");
   return text;
 }
 

@@ -25,8 +25,8 @@ void toBounds(std::vector<double>& bounds) {
 /// The elements; not null even if there are none.
 template <class T>
 const T* dataOf(const std::vector<T>& list) {
-  static constexpr T Nothing = 0;
-  return list.empty() ? &Nothing : list.data();
+  static constexpr T nothing = 0;
+  return list.empty() ? &nothing : list.data();
 }
 
 // How the simplex object says that a call ended.
@@ -63,11 +63,11 @@ class VakLinearProgramI::Watch final : public ClpEventHandler, public VakReadyCo
   explicit Watch(VakRunControlI* control) : _control(control) {}
   [[nodiscard]] ClpEventHandler* clone() const override { return takeCopy(); }
   int event(Event which) override {
-    constexpr int GoOn = -1;
-    constexpr int Stop = 0;
+    constexpr int goOn = -1;
+    constexpr int stop = 0;
     if (_control == nullptr || (which != endOfIteration && which != endOfFactorization))
-      return GoOn;
-    return _control->stepSimplex(model_->numberIterations()) ? Stop : GoOn;
+      return goOn;
+    return _control->stepSimplex(model_->numberIterations()) ? stop : goOn;
   }
 
  private:

@@ -20,8 +20,9 @@ void VakMpsScanI::run(std::string_view content) {
 }
 
 bool VakMpsScanI::isComplete(int columns, int rows) const {
-  return !_isFree || (static_cast<std::size_t>(columns) == _columns.size() &&
-                      static_cast<std::size_t>(rows + _freeRows) == _rows.size());
+  return !_isFree ||
+         (static_cast<std::size_t>(columns) == _columns.size() &&
+          static_cast<std::size_t>(rows) + static_cast<std::size_t>(_freeRows) == _rows.size());
 }
 
 void VakMpsScanI::scan(std::string_view content, bool isFree) {

@@ -93,12 +93,12 @@ void setNum(const NumOption& option, const VakNamedPropertyI* property, VakSolve
 
 /// A whole number from 0 to `most`.
 VakInt readWhole(const char* name, VakInt most, const VakNamedPropertyI* property) {
-  constexpr VakNum MostInt = 9e15;  // Up to here, whole numbers are exact.
+  constexpr VakNum mostInt = 9e15;  // Up to here, whole numbers are exact.
   const std::string wanted = most < 0 ? "a whole number of at least 0"
                                       : "a whole number from 0 to " + std::to_string(most);
   VakNum value = 0;
   if (!readNumber(property, value)) throwValue(name, wanted, "of another type");
-  const VakNum greatest = most < 0 ? MostInt : static_cast<VakNum>(most);
+  const VakNum greatest = most < 0 ? mostInt : static_cast<VakNum>(most);
   if (!(value >= 0 && value <= greatest) || value != std::floor(value)) {
     throwValue(name, wanted, toText(value));
   }

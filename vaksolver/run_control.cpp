@@ -4,8 +4,8 @@
 #include <cmath>
 
 VakNum VakGetRelativeGap(VakNum incumbent, VakNum bound) {
-  constexpr VakNum LeastSize = 1e-10;
-  return std::abs(incumbent - bound) / std::max(std::abs(incumbent), LeastSize);
+  constexpr VakNum leastSize = 1e-10;
+  return std::abs(incumbent - bound) / std::max(std::abs(incumbent), leastSize);
 }
 
 VakRunControlI::VakRunControlI(const VakSolverOptions& options,

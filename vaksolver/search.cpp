@@ -34,14 +34,14 @@ constexpr double NoObjective = 1e49;  // The search calls objectives of this siz
 
 /// By how much a solution has to be better than the last one to be looked for.
 double getIncrement(double objective) {
-  constexpr double Most = 1e-5;
-  constexpr double Least = 1e-10;
-  return std::clamp(1e-7 * std::abs(objective), Least, Most);
+  constexpr double most = 1e-5;
+  constexpr double least = 1e-10;
+  return std::clamp(1e-7 * std::abs(objective), least, most);
 }
 
 void addCuts(CbcModel& tree) {
-  constexpr int WhenUseful = -1;  // At the root, and deeper if they helped there.
-  constexpr int RootOnly = -99;
+  constexpr int whenUseful = -1;  // At the root, and deeper if they helped there.
+  constexpr int rootOnly = -99;
   // Deliberate: bounds are all that probing gives, and it does not look at the objective. The rows
   // that it makes of the objective cut the optimum off on rare occasions.
   CglProbing probing;
@@ -53,25 +53,25 @@ void addCuts(CbcModel& tree) {
   probing.setMaxLook(50);
   probing.setMaxLookRoot(500);
   probing.setRowCuts(0);
-  tree.addCutGenerator(&probing, WhenUseful, "Probing");
+  tree.addCutGenerator(&probing, whenUseful, "Probing");
   CglGomory gomory;
   gomory.setLimitAtRoot(1000);
   gomory.setLimit(50);
-  tree.addCutGenerator(&gomory, WhenUseful, "Gomory");
+  tree.addCutGenerator(&gomory, whenUseful, "Gomory");
   CglKnapsackCover knapsack;
-  tree.addCutGenerator(&knapsack, WhenUseful, "Knapsack");
+  tree.addCutGenerator(&knapsack, whenUseful, "Knapsack");
   CglClique clique;
   clique.setStarCliqueReport(false);
   clique.setRowCliqueReport(false);
-  tree.addCutGenerator(&clique, WhenUseful, "Clique");
+  tree.addCutGenerator(&clique, whenUseful, "Clique");
   CglMixedIntegerRounding2 rounding;
-  tree.addCutGenerator(&rounding, WhenUseful, "Rounding");
+  tree.addCutGenerator(&rounding, whenUseful, "Rounding");
   CglFlowCover flow;
-  tree.addCutGenerator(&flow, WhenUseful, "Flow");
+  tree.addCutGenerator(&flow, whenUseful, "Flow");
   CglTwomir twomir;
-  tree.addCutGenerator(&twomir, RootOnly, "Twomir");
+  tree.addCutGenerator(&twomir, rootOnly, "Twomir");
   CglZeroHalf zeroHalf;
-  tree.addCutGenerator(&zeroHalf, WhenUseful, "ZeroHalf");
+  tree.addCutGenerator(&zeroHalf, whenUseful, "ZeroHalf");
 }
 
 bool isBounded(const OsiSolverInterface& solver) {
@@ -128,15 +128,15 @@ class VakSearchI::Start final : public CbcHeuristic {
   [[nodiscard]] CbcHeuristic* clone() const override { return new Start(*this); }
   void resetModel(CbcModel* tree) override { model_ = tree; }
   int solution(double& objective, double* point) override {
-    constexpr int Nothing = 0;
-    constexpr int Found = 1;
+    constexpr int nothing = 0;
+    constexpr int found = 1;
     // Heuristics search in trees of their own, with other columns.
     const bool isTaken = static_cast<std::size_t>(model_->getNumCols()) != _point.size() ||
                          model_->parentModel() != nullptr || _objective >= objective;
-    if (isTaken) return Nothing;
+    if (isTaken) return nothing;
     std::copy(_point.begin(), _point.end(), point);
     objective = _objective;
-    return Found;
+    return found;
   }
 
  private:
@@ -150,10 +150,10 @@ class VakSearchI::SimplexWatch final : public ClpEventHandler, public VakReadyCo
   explicit SimplexWatch(VakRunControlI* control) : _control(control) {}
   [[nodiscard]] ClpEventHandler* clone() const override { return takeCopy(); }
   int event(Event which) override {
-    constexpr int GoOn = -1;
-    constexpr int Stop = 0;
-    if (which != endOfIteration && which != endOfFactorization) return GoOn;
-    return _control->step() ? Stop : GoOn;
+    constexpr int goOn = -1;
+    constexpr int stop = 0;
+    if (which != endOfIteration && which != endOfFactorization) return goOn;
+    return _control->step() ? stop : goOn;
   }
 
  private:
@@ -252,9 +252,9 @@ class VakSearchI::Tree {
 
  private:
   void setLimits(const VakSolverOptions& options) {
-    constexpr int MostNodes = std::numeric_limits<int>::max();
+    constexpr int mostNodes = std::numeric_limits<int>::max();
     const auto limit = [](VakInt value) {
-      return value < 0 ? MostNodes : static_cast<int>(std::min<VakInt>(value, MostNodes));
+      return value < 0 ? mostNodes : static_cast<int>(std::min<VakInt>(value, mostNodes));
     };
     _model->setIntegerTolerance(options.integralityTolerance);
     _model->setCutoffIncrement(getIncrement(_search._lp.getObjective(_search._lp.getValues())));

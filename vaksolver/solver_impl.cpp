@@ -125,12 +125,12 @@ void VakSolverI::setInteger(int column) {
 
 // A bound that is whole but for rounding errors counts as whole.
 VakSolverI::Bounds VakSolverI::boundsOf(int column) const {
-  constexpr VakNum Error = 1e-9;
+  constexpr VakNum error = 1e-9;
   const VakModelVarI* variable = getVariable(column);
   const Bounds bounds{variable->getLB(), variable->getUB()};
   if (_integer[at(column)] == 0) return bounds;
-  return {std::ceil(bounds.lb - Error * std::max(1.0, std::abs(bounds.lb))),
-          std::floor(bounds.ub + Error * std::max(1.0, std::abs(bounds.ub)))};
+  return {std::ceil(bounds.lb - error * std::max(1.0, std::abs(bounds.lb))),
+          std::floor(bounds.ub + error * std::max(1.0, std::abs(bounds.ub)))};
 }
 
 // The linear program needs bounds in their order, so a column without any whole number in its
@@ -236,7 +236,7 @@ void VakSolverI::rowBoundsChanged(std::span<const int> rows) {
 // An entry that is new to the matrix may move all behind it, so that many of them at once are
 // better put in place all together.
 void VakSolverI::coefsChanged(std::span<const Entry> entries) {
-  constexpr int FewNewEntries = 4;
+  constexpr int fewNewEntries = 4;
   checkEntries(entries);
   int fresh = 0;
   for (const Entry& entry : entries) {
@@ -246,7 +246,7 @@ void VakSolverI::coefsChanged(std::span<const Entry> entries) {
       continue;  // Read later, with all of the row.
     } else if (entry.column >= _lp->getColumnCount()) {
       _newEntries.push_back(entry);
-    } else if (_lp->hasCoef(entry.row, entry.column) || ++fresh <= FewNewEntries) {
+    } else if (_lp->hasCoef(entry.row, entry.column) || ++fresh <= fewNewEntries) {
       _lp->setCoef(entry.row, entry.column, entry.coef);
     } else {
       _isMatrixOutOfDate = true;
