@@ -14,6 +14,7 @@
 #include "vakmodel/contract/expression.h"
 #include "vakmodel/relation.h"
 #include "vakmodel/term_list.h"
+#include "vakmodel/variable_impl.h"
 
 /// An object that has terms and can be in a model.
 ///
