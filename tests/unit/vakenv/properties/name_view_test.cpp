@@ -106,7 +106,7 @@ TEST_F(NameView, LooksUpWithoutCopies) {
 // The exception outlives the name.
 TEST_F(NameView, IsHeldByExceptionsAsACopy) {
   const std::string notPresent = "Named property <gap> not present";
-  const auto ask = [this](auto what) {
+  const auto ask = [](auto what) {
     return VakPrintedBy<VakNamedPropertySet::NotPresent>([&] {
       std::string name = "gap";
       what(std::string_view(name));
