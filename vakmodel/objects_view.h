@@ -2,12 +2,20 @@
 
 // A view of a row of pointers to modelling objects, wherever they lie.
 
+#include <concepts>
 #include <cstddef>
 #include <iterator>
 #include <span>
+#include <type_traits>
 
 #include "vakmodel/block_list.h"
 #include "vakmodel/fwd.h"
+
+/// What a view of the T is made from: what converts to a span of them. A view itself is not asked
+/// whether it does, for the answer takes a complete T.
+template <class Objects, class View, class T>
+concept VakSpanSource = !std::same_as<std::remove_cvref_t<Objects>, View> &&
+                        std::convertible_to<Objects, std::span<T* const>>;
 
 /// Objects of class T, not owned, in plain memory or in a list of extractables. Valid as long as
 /// that memory. An object in a list that ends meanwhile leaves a null element behind, which
@@ -52,8 +60,13 @@ class VakObjectsView {
 
   /// No objects.
   VakObjectsView() = default;
-  VakObjectsView(std::span<T* const> objects)
-      : _plain(objects.data()), _size(static_cast<VakInt>(objects.size())) {}
+  /// The elements of a span, a vector or an array.
+  template <VakSpanSource<VakObjectsView, T> Objects>
+  VakObjectsView(Objects&& objects) {
+    const std::span<T* const> span(objects);
+    _plain = span.data();
+    _size = static_cast<VakInt>(span.size());
+  }
   /// The places of a list from `from` on and before `to`. Their memory need only be there, so they
   /// may have been dropped.
   VakObjectsView(const VakBlockList<VakExtractableI*>* list, VakInt from, VakInt to)

@@ -1,6 +1,7 @@
 // Arrays.
 
-#include <ranges>
+#include <cstddef>
+#include <iterator>
 
 #include "tests/fault/matrix/groups.h"
 #include "tests/fault/matrix/user_objects.h"
@@ -25,12 +26,42 @@ VakIntArray makeCounting(VakStage& s, VakInt size) {
 }
 
 // Numbers from 0 on, each of which is a callback.
-auto askFor(VakInt count) {
-  return std::views::iota(VakInt{0}, count) | std::views::transform([](VakInt i) {
-           VakFailingCallback::Tick();
-           return i;
-         });
-}
+class Asked {
+ public:
+  class Iterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = VakInt;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const VakInt*;
+    using reference = VakInt;
+
+    Iterator() = default;
+    explicit Iterator(VakInt number) : _number(number) {}
+    VakInt operator*() const {
+      VakFailingCallback::Tick();
+      return _number;
+    }
+    Iterator& operator++() {
+      ++_number;
+      return *this;
+    }
+    Iterator operator++(int) { return Iterator(_number++); }
+    friend bool operator==(Iterator a, Iterator b) { return a._number == b._number; }
+
+   private:
+    VakInt _number = 0;
+  };
+
+  explicit Asked(VakInt count) : _count(count) {}
+  [[nodiscard]] Iterator begin() const { return Iterator(0); }
+  [[nodiscard]] Iterator end() const { return Iterator(_count); }
+
+ private:
+  VakInt _count;
+};
+
+Asked askFor(VakInt count) { return Asked(count); }
 
 // Makes an array, in whatever way, that undo() ends.
 template <class Array>

@@ -153,8 +153,9 @@ TEST_F(Misuse, NumbersThatOverflowAreNoInfinity) {
 
 TEST_F(Misuse, AliasedOperandsAreReadBeforeTheyChange) {
   VakExpr e = x + 2 * y + 1;
-  e += e;
-  e -= e;
+  const VakExpr& same = e;
+  e += same;
+  e -= same;
   e += x + 2 * y + 1;
   e.substitute(x, e);
   e.normalize();
