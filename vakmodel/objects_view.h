@@ -43,7 +43,7 @@ class VakObjectsView {
 
    private:
     void pass() {
-      while (_index < _view->size() && (*_view)[_index] == nullptr) ++_index;
+      while (_index < _view->size() && !_view->has(_index)) ++_index;
     }
 
     const VakObjectsView* _view = nullptr;
@@ -64,6 +64,10 @@ class VakObjectsView {
   [[nodiscard]] bool empty() const { return _size == 0; }
   [[nodiscard]] T* operator[](VakInt i) const {
     return _list == nullptr ? _plain[i] : static_cast<T*>((*_list)[_from + i]);
+  }
+  /// False for an object that ended meanwhile. T need not be complete.
+  [[nodiscard]] bool has(VakInt i) const {
+    return _list == nullptr ? _plain[i] != nullptr : (*_list)[_from + i] != nullptr;
   }
   [[nodiscard]] Iterator begin() const { return Iterator(this, 0); }
   [[nodiscard]] Iterator end() const { return Iterator(this, _size); }
