@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <iterator>
 #include <span>
-#include <type_traits>
 
 #include "vakmodel/block_list.h"
 #include "vakmodel/fwd.h"
@@ -14,8 +13,8 @@
 /// What a view of the T is made from: what converts to a span of them. A view itself is not asked
 /// whether it does, for the answer takes a complete T.
 template <class Objects, class View, class T>
-concept VakSpanSource = !std::same_as<std::remove_cvref_t<Objects>, View> &&
-                        std::convertible_to<Objects, std::span<T* const>>;
+concept VakSpanSource =
+    !std::same_as<Objects, View> && std::convertible_to<const Objects&, std::span<T* const>>;
 
 /// Objects of class T, not owned, in plain memory or in a list of extractables. Valid as long as
 /// that memory. An object in a list that ends meanwhile leaves a null element behind, which
@@ -62,7 +61,7 @@ class VakObjectsView {
   VakObjectsView() = default;
   /// The elements of a span, a vector or an array.
   template <VakSpanSource<VakObjectsView, T> Objects>
-  VakObjectsView(Objects&& objects) {
+  VakObjectsView(const Objects& objects) {
     const std::span<T* const> span(objects);
     _plain = span.data();
     _size = static_cast<VakInt>(span.size());
