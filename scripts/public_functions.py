@@ -11,7 +11,8 @@ usage: public_functions.py [ROOT]
 
 import re
 import sys
-from pathlib import Path
+
+from offences import root_of
 
 TIERS = ("HEADERS", "EXTENSION_HEADERS")
 OPERATOR = r"operator\s*(?:\(\)|\[\]|->\*?|<=>|[-+*/%^&|~!=<>,]+|[A-Za-z_][\w:]*)"
@@ -141,8 +142,7 @@ def public_functions(root, without=()):
 
 
 def main(arguments):
-    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
-    for function in sorted(public_functions(root)):
+    for function in sorted(public_functions(root_of(arguments))):
         print(function)
     return 0
 
