@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "vakenv/core/environment_impl.h"
+#include "vakmodel/model_impl.h"
 #include "vaksolver/file_format.h"
 #include "vaksolver/file_text.h"
 #include "vaksolver/files.h"
@@ -203,6 +204,7 @@ class Builder {
   template <class Reader>
   void addColumns(const Reader& reader) {
     const int count = reader.getNumCols();
+    _variables.reserve(static_cast<std::size_t>(count));
     for (int j = 0; j < count; ++j) {
       const char* name = reader.columnName(j);
       const VakNum lb = ToBound(reader.getColLower()[j]);
@@ -268,13 +270,13 @@ class Builder {
     _model.add(_objective);
   }
 
+  // Needs no memory, of which there may be none left. Nobody has got the model yet, so nobody is
+  // told that it goes.
   void undo() {
-    std::vector<VakExtractable> made;
-    made.insert(made.end(), _constraints.begin(), _constraints.end());
-    made.insert(made.end(), _variables.begin(), _variables.end());
-    made.push_back(_model);
-    if (!_objective.isEmpty()) made.push_back(_objective);
-    VakEndAll(made);
+    delete _objective.getImpl();
+    for (const VakConstraint c : _constraints) delete c.getImpl();
+    delete _model.getImpl();
+    for (const VakNumVar x : _variables) delete x.getImpl();
   }
 
   VakEnv _env;
