@@ -504,9 +504,9 @@ class VakExceptionPrinter(VakPrinter):
         return f"{vak_class(self.value)}: {vak_text(self.value['_message']) or 'no message'}"
 
 
-def vak_atomic_pointer(atomic):
-    """What a std::atomic of a pointer holds."""
-    return atomic["_M_b"]["_M_p"]
+def vak_word(address, place):
+    """A word of an array of words in memory, among them atomic ones that programs do not describe."""
+    return int(gdb.Value(address).cast(gdb.lookup_type("unsigned long").pointer())[place])
 
 
 class VakRefPrinter(VakPrinter):
@@ -521,14 +521,12 @@ class VakRefPrinter(VakPrinter):
         number = (page // self.FIRST_LIST_LENGTH).bit_length()
         if number > 0:
             page -= self.FIRST_LIST_LENGTH << (number - 1)
-        lists = vak_atomic_pointer(env["_registry"]["references"]["_directory"])
-        if int(lists) == 0:
-            return 0
-        pages = vak_atomic_pointer(lists[number])
-        if int(pages) == 0:
-            return 0
-        slots = vak_atomic_pointer(pages[page])
-        return 0 if int(slots) == 0 else int(slots[slot]["_M_i"])
+        address = int(env["_registry"]["references"]["_directory"]["_M_b"]["_M_p"])
+        for place in (number, page, slot):
+            if address == 0:
+                return 0
+            address = vak_word(address, place)
+        return address
 
     def environment(self):
         """The environment of the object; None when it has ended."""
