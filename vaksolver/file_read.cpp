@@ -20,6 +20,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakmodel/model_impl.h"
 #include "vaksolver/file_format.h"
@@ -364,4 +365,8 @@ VakModel VakReadModel(VakEnv env, const char* file, VakFileFormat format) {
     format = looksLikeMps(content) ? VakFileFormat::Mps : VakFileFormat::Lp;
   }
   return format == VakFileFormat::Mps ? readMps(env, file, content) : readLp(env, file, content);
+}
+
+VakModel VakReadModel(VakEnv env, std::string_view file, VakFileFormat format) {
+  return VakReadModel(env, VakTerminatedText(file).get(), format);
 }

@@ -26,6 +26,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vaksolver/file_format.h"
 #include "vaksolver/files.h"
@@ -349,4 +350,8 @@ void VakWriteModel(VakModel model, const char* file, VakFileFormat format) {
     throw VakFileError(file, 0, error.message().c_str());
   }
   scratch.rename(file);
+}
+
+void VakWriteModel(VakModel model, std::string_view file, VakFileFormat format) {
+  VakWriteModel(model, VakTerminatedText(file).get(), format);
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 
 // ---- Errors -------------------------------------------------------------------------------------
@@ -24,6 +25,9 @@ VakFileError::VakFileError(const char* file, VakInt line, const char* reason)
   std::snprintf(_file, sizeof _file, "%s", file);
   std::snprintf(_reason, sizeof _reason, "%s", reason);
 }
+
+VakFileError::VakFileError(std::string_view file, VakInt line, std::string_view reason)
+    : VakFileError(VakTerminatedText(file).get(), line, VakTerminatedText(reason).get()) {}
 
 VakFileError::VakFileError(const VakFileError& other)
     : VakErrorText(other), VakException(VakErrorText::text(), 0), _line(other._line) {

@@ -42,6 +42,7 @@
 #include "vakmodel/variable.h"
 #include "vaksolver/fwd.h"
 
+/// How a file is to be read or written; by default, as its name or its content tells.
 enum class VakFileFormat : unsigned char { ByName, Mps, Lp };
 
 /// A file cannot be read or written, or is no model, as in
@@ -50,6 +51,7 @@ class VakFileError : private VakErrorText, public VakException {
  public:
   /// Copies the texts; of long ones the end is cut. `line` is 0 for the file as a whole.
   VakFileError(const char* file, VakInt line, const char* reason);
+  VakFileError(std::string_view file, VakInt line, std::string_view reason);
   VakFileError(const VakFileError& other);
   VakFileError& operator=(const VakFileError& other);
   ~VakFileError() override;
@@ -75,6 +77,8 @@ class VakFileError : private VakErrorText, public VakException {
 /// VakFileError and std::bad_alloc; the environment has no object more then.
 [[nodiscard]] VakModel VakReadModel(VakEnv env, const char* file,
                                     VakFileFormat format = VakFileFormat::ByName);
+[[nodiscard]] VakModel VakReadModel(VakEnv env, std::string_view file,
+                                    VakFileFormat format = VakFileFormat::ByName);
 
 /// Writes the model to the file; ".gz" at the end of an MPS file's name compresses it. The file is
 /// complete or, when VakFileError is thrown, as it was before. By name, only names of known formats
@@ -84,6 +88,8 @@ class VakFileError : private VakErrorText, public VakException {
 /// hold, get one in the file that depends only on the model: the name with each wrong character as
 /// an underscore, and behind it the place of the object if that name is taken.
 void VakWriteModel(VakModel model, const char* file, VakFileFormat format = VakFileFormat::ByName);
+void VakWriteModel(VakModel model, std::string_view file,
+                   VakFileFormat format = VakFileFormat::ByName);
 
 /// Variables and constraints of a model by name; the first one of several with a name, which are
 /// counted. A plain value that does not notice changes: it is for programs that read a file and
@@ -93,7 +99,9 @@ void VakWriteModel(VakModel model, const char* file, VakFileFormat format = VakF
 /// Phases: open; made anew when names, variables or constraints changed.
 class VakNameMap {
  public:
+  /// Of no model: nothing is found.
   VakNameMap() = default;
+  /// Of the model's names as they are now.
   explicit VakNameMap(VakModel model);
 
   /// The variable of this name, or an empty handle.

@@ -27,7 +27,7 @@ _vak_solve() {
   # Model files, and directories in which there may be some.
   mapfile -t COMPREPLY < <(
     compgen -d -- "$word"
-    compgen -f -- "$word" | grep -E '\.(mps|lp)(\.gz)?$'
+    compgen -f -- "$word" | grep -E '\.(mps|lp)(\.(gz|bz2))?$'
   )
 }
 

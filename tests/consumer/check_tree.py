@@ -1,19 +1,20 @@
 #!/usr/bin/env python3
 """Holds an installed tree to what may be installed.
 
-Every file has to be one that a rule below expects, every public header has to be there and none else, no
-header may include one that is missing, no file may name a folder of the build, and permissions are those of
+Every file has to be one that a rule below expects, every public header has to be there and none else, some file
+has to be there for each PATTERN, in which a star stands for any text, no header may include one that is missing, no file may name a folder of the build, and permissions are those of
 files that anybody may read.
 
 Prints one line per offence and ends with 1 if there is any.
 
-usage: check_tree.py PREFIX --headers FILE [--without FOLDER ...]
+usage: check_tree.py PREFIX --headers FILE [--require PATTERN ...] [--without FOLDER ...]
 
 FILE names the public headers, one a line, from the root of the repository; FOLDER is a path that no
 installed file may name.
 """
 
 import argparse
+import fnmatch
 import re
 import stat
 import sys
@@ -40,7 +41,7 @@ RULES = [
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 
 
-def find_offences(prefix, headers, folders):
+def find_offences(prefix, headers, patterns, folders):
     files = {
         path.relative_to(prefix).as_posix(): path
         for path in sorted(prefix.rglob("*"))
@@ -57,6 +58,7 @@ def find_offences(prefix, headers, folders):
             offences.append(f"{name}: has mode {stat.S_IMODE(path.lstat().st_mode):o}")
         content = path.read_bytes()
         offences += [f"{name}: names {folder}" for folder in folders if folder.encode() in content]
+    offences += [f"{pattern}: is missing" for pattern in patterns if not fnmatch.filter(files, pattern)]
     installed = {name.removeprefix(HEADERS) for name in files if name.startswith(HEADERS)}
     offences += [f"{HEADERS}{name}: is missing" for name in sorted(headers - installed)]
     offences += [f"{HEADERS}{name}: is private" for name in sorted(installed - headers)]
@@ -71,10 +73,11 @@ def main(arguments):
     parser = argparse.ArgumentParser()
     parser.add_argument("prefix", type=Path)
     parser.add_argument("--headers", type=Path, required=True)
+    parser.add_argument("--require", action="append", default=[])
     parser.add_argument("--without", action="append", default=[])
     options = parser.parse_args(arguments)
     headers = set(options.headers.read_text(encoding="utf-8").split())
-    offences = find_offences(options.prefix, headers, options.without)
+    offences = find_offences(options.prefix, headers, options.require, options.without)
     for offence in offences:
         print(offence)
     return 1 if offences else 0

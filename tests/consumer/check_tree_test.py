@@ -20,6 +20,7 @@ class CheckTree(unittest.TestCase):
         self.add(HEADER, '#include "vakenv/fwd.h"\n')
         self.add("include/vak/vakenv/fwd.h", "#include <cstddef>\n")
         self.add("lib/libvak.a", "code")
+        self.add("share/doc/Vak/LICENSE", "terms")
         self.headers = {"vakenv/core/version.h", "vakenv/fwd.h"}
 
     def add(self, name, text, mode=0o644):
@@ -29,13 +30,15 @@ class CheckTree(unittest.TestCase):
         path.chmod(mode)
 
     def offences(self):
-        return check_tree.find_offences(self.prefix, self.headers, ["/home/builder"])
+        return check_tree.find_offences(
+            self.prefix, self.headers, ["lib/*libvak.a", "share/*"], ["/home/builder"]
+        )
 
     def test_accepts_what_is_expected(self):
         self.assertEqual(self.offences(), [])
 
     def test_refuses_an_empty_tree(self):
-        offences = check_tree.find_offences(self.prefix / "nothing", self.headers, [])
+        offences = check_tree.find_offences(self.prefix / "nothing", self.headers, [], [])
         self.assertEqual(offences, [f"{self.prefix}/nothing: nothing is installed"])
 
     def test_finds_a_file_that_no_rule_expects(self):
@@ -49,6 +52,15 @@ class CheckTree(unittest.TestCase):
     def test_finds_a_missing_header(self):
         self.headers.add("vakenv/arrays.h")
         self.assertEqual(self.offences(), ["include/vak/vakenv/arrays.h: is missing"])
+
+    def test_finds_that_a_required_file_is_missing(self):
+        (self.prefix / "share/doc/Vak/LICENSE").unlink()
+        self.assertEqual(self.offences(), ["share/*: is missing"])
+
+    def test_accepts_a_required_file_in_a_folder_of_the_architecture(self):
+        (self.prefix / "lib/libvak.a").unlink()
+        self.add("lib/x86_64-linux-gnu/libvak.a", "code")
+        self.assertEqual(self.offences(), [])
 
     def test_finds_an_include_of_a_header_that_is_not_installed(self):
         self.add(HEADER, '#include "vakenv/text.h"\n')

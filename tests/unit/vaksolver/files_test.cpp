@@ -11,6 +11,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "tests/support/scoped_env.h"
 #include "vakmodel/modelling.h"
@@ -83,6 +84,41 @@ BOUNDS
  MI BND       z
 ENDATA
 )";
+
+/// The text between blanks, behind which more follows: it has no terminator.
+std::string_view inTheMiddle(const std::string& text) {
+  return std::string_view(text).substr(1, text.size() - 2);
+}
+
+TEST_F(Files, AreReadByANameWithoutTerminator) {
+  const std::string name = " " + write("plan.mps", Plan) + "x";
+  const VakModel model = VakReadModel(env, inTheMiddle(name));
+  EXPECT_STREQ(model.getName(), "plan");
+}
+
+TEST_F(Files, AreWrittenByANameWithoutTerminator) {
+  const std::string name = " " + path("plan.lp") + "x";
+  const VakModel model(env, "plan");
+  model.add(VakNumVar(env, "x"));
+  VakWriteModel(model, inTheMiddle(name));
+  EXPECT_TRUE(std::filesystem::exists(path("plan.lp")));
+  EXPECT_FALSE(std::filesystem::exists(path("plan.lpx")));
+}
+
+TEST_F(Files, AreReadAndWrittenInAFormatThatTheirNamesDoNotTell) {
+  const std::string name = write("plan.txt", Plan);
+  const VakModel model = VakReadModel(env, std::string_view(name), VakFileFormat::Mps);
+  VakWriteModel(model, std::string_view(path("again.txt")), VakFileFormat::Mps);
+  EXPECT_STREQ(VakReadModel(env, path("again.txt"), VakFileFormat::Mps).getName(), "plan");
+}
+
+TEST(FileError, CopiesTextsWithoutTerminator) {
+  const VakFileError error(std::string_view("plan.mpsx", 8), 12,
+                           std::string_view("unknown row!", 11));
+  EXPECT_STREQ(error.getMessage(), "plan.mps, line 12: unknown row");
+  EXPECT_STREQ(error.getFile(), "plan.mps");
+  EXPECT_STREQ(error.getReason(), "unknown row");
+}
 
 TEST_F(Files, ReadsMps) {
   const VakModel model = VakReadModel(env, write("plan.mps", Plan).c_str());
