@@ -27,6 +27,7 @@
 /// True in the checked build.
 inline constexpr bool VakChecksMemory = true;
 #else
+/// True in the checked build.
 inline constexpr bool VakChecksMemory = false;
 #endif
 

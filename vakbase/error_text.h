@@ -16,6 +16,7 @@ class VakErrorText {
 
   /// Copies `text`.
   explicit VakErrorText(std::string_view text);
+  /// The copy.
   [[nodiscard]] const char* text() const { return _text; }
 
  private:

@@ -36,6 +36,7 @@ class VakExceptionBase {
   virtual void end();
 
  protected:
+  /// As VakException's.
   VakExceptionBase(const char* message, long flag);
   VakExceptionBase(const VakExceptionBase& other);
   VakExceptionBase& operator=(const VakExceptionBase& other);

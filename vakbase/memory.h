@@ -45,7 +45,7 @@
 class VakMemory {
  public:
   static constexpr long LargestSize = static_cast<long>(VakSizeClasses::LargestSize);  ///< Bytes.
-  static constexpr long ClassCount = VakSizeClasses::Count;
+  static constexpr long ClassCount = VakSizeClasses::Count;  ///< Number of size classes.
 
   /// A stretch of elements taken from the pool, of which nothing is linked yet.
   struct Block {

@@ -62,6 +62,7 @@ inline void VakTouch(const volatile void* address) {
 
 #else
 
+/// Without the address sanitizer there is no poison, and these cost nothing.
 inline constexpr bool VakPoisonsMemory = false;
 inline void VakPoison(const volatile void*, unsigned long) {}
 inline void VakUnpoison(const volatile void*, unsigned long) {}

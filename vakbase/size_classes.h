@@ -14,6 +14,7 @@ struct VakSizeClasses {
   static constexpr unsigned long LargestSmallSize = 128;   ///< Up to here a class a word.
   static constexpr unsigned long LargestTableSize = 1024;  ///< Up to here the index is looked up.
   static constexpr unsigned long LargestSize = 1UL << 47;  ///< No process addresses more bytes.
+  /// The number of classes up to LargestSmallSize, and of all.
   static constexpr long SmallCount = static_cast<long>(LargestSmallSize / 8);
   static constexpr long Count = SmallCount + 4 * (47 - 7);
 

@@ -30,6 +30,7 @@ class VakTerminatedText {
   VakTerminatedText(const VakTerminatedText&) = delete;
   VakTerminatedText& operator=(const VakTerminatedText&) = delete;
 
+  /// The copy, which lives as long as this object.
   [[nodiscard]] const char* get() const { return _long ? _long.get() : _short; }
 
  private:

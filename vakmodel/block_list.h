@@ -29,6 +29,7 @@ class VakBlockList {
   VakBlockList(const VakBlockList&) = delete;
   VakBlockList& operator=(const VakBlockList&) = delete;
 
+  /// Number of elements, and each by its place, which is not checked.
   [[nodiscard]] VakInt size() const { return _size; }
   [[nodiscard]] T& operator[](VakInt i) { return _table[i >> Shift][i & Mask]; }
   [[nodiscard]] const T& operator[](VakInt i) const { return _table[i >> Shift][i & Mask]; }

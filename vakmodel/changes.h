@@ -57,6 +57,7 @@ class VakVariablesChange : public VakChange {
   [[nodiscard]] std::span<VakModelVarI* const> getVariables() const { return _variables; }
 
  protected:
+  /// Keeps the list, which is the reporter's.
   explicit VakVariablesChange(std::span<VakModelVarI* const> variables) : _variables(variables) {}
 
  private:
@@ -69,6 +70,7 @@ class VakVariablesChange : public VakChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakBoundsChange final : public VakVariablesChange {
   VAK_RTTI(VakBoundsChange, VakVariablesChange);
+  /// Keeps the list, which is the reporter's.
   explicit VakBoundsChange(std::span<VakModelVarI* const> variables)
       : VakVariablesChange(variables) {}
 };
@@ -79,6 +81,7 @@ class VakBoundsChange final : public VakVariablesChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakKindChange final : public VakVariablesChange {
   VAK_RTTI(VakKindChange, VakVariablesChange);
+  /// Keeps the list, which is the reporter's.
   explicit VakKindChange(std::span<VakModelVarI* const> variables)
       : VakVariablesChange(variables) {}
 };
@@ -89,6 +92,7 @@ class VakKindChange final : public VakVariablesChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakRowBoundsChange final : public VakChange {
   VAK_RTTI(VakRowBoundsChange, VakChange);
+  /// Keeps the list, which is the reporter's.
   explicit VakRowBoundsChange(std::span<VakConstraintI* const> constraints)
       : _constraints(constraints) {}
   /// The constraints; one may be listed twice.
@@ -104,6 +108,7 @@ class VakRowBoundsChange final : public VakChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakCoefsChange final : public VakChange {
   VAK_RTTI(VakCoefsChange, VakChange);
+  /// Keeps the list, which is the reporter's.
   explicit VakCoefsChange(std::span<const VakCoefI> coefs) : _coefs(coefs) {}
   /// The coefficients; each pair of object and variable is listed once.
   [[nodiscard]] std::span<const VakCoefI> getCoefs() const { return _coefs; }
@@ -122,6 +127,7 @@ class VakLinearChange : public VakChange {
   [[nodiscard]] VakExtractableI* getLinear() const { return _linear; }
 
  protected:
+  /// Of this object, which is not owned.
   explicit VakLinearChange(VakExtractableI* linear) : _linear(linear) {}
 
  private:
@@ -136,6 +142,7 @@ class VakLinearChange : public VakChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakTermsChange final : public VakLinearChange {
   VAK_RTTI(VakTermsChange, VakLinearChange);
+  /// Of this object, which is not owned.
   explicit VakTermsChange(VakExtractableI* linear) : VakLinearChange(linear) {}
 };
 
@@ -145,6 +152,7 @@ class VakTermsChange final : public VakLinearChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakSenseChange final : public VakLinearChange {
   VAK_RTTI(VakSenseChange, VakLinearChange);
+  /// Of this objective, which is not owned.
   explicit VakSenseChange(VakExtractableI* objective) : VakLinearChange(objective) {}
 };
 
@@ -154,6 +162,7 @@ class VakSenseChange final : public VakLinearChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakConstantChange final : public VakLinearChange {
   VAK_RTTI(VakConstantChange, VakLinearChange);
+  /// Of this object, which is not owned.
   explicit VakConstantChange(VakExtractableI* objective) : VakLinearChange(objective) {}
 };
 
@@ -162,9 +171,9 @@ class VakConstantChange final : public VakLinearChange {
 /// Threads: confined to the thread that reports the change.
 /// Phases: told: valid while a change is reported.
 struct VakMembersView {
-  VakObjectsView<VakModelVarI> variables;
-  VakObjectsView<VakConstraintI> constraints;
-  VakObjectiveI* objective = nullptr;  ///< Null for none.
+  VakObjectsView<VakModelVarI> variables;      ///< Each once.
+  VakObjectsView<VakConstraintI> constraints;  ///< Each once.
+  VakObjectiveI* objective = nullptr;          ///< Null for none.
 };
 
 /// Base of changes of what is in a model.
@@ -178,6 +187,7 @@ class VakMembersChange : public VakChange {
   [[nodiscard]] const VakMembersView& getMembers() const { return _members; }
 
  protected:
+  /// Keeps the views, which are the reporter's.
   VakMembersChange(VakModelI* model, const VakMembersView& members)
       : _model(model), _members(members) {}
 
@@ -194,9 +204,11 @@ class VakMembersChange : public VakChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakAddChange final : public VakMembersChange {
   VAK_RTTI(VakAddChange, VakMembersChange);
+  /// Keeps the views and the list, which are the reporter's.
   VakAddChange(VakModelI* model, const VakMembersView& members,
                std::span<const VakCoefI> coefs = {})
       : VakMembersChange(model, members), _coefs(coefs) {}
+  /// The coefficients that came along, of objects that were in the model before.
   [[nodiscard]] std::span<const VakCoefI> getCoefs() const { return _coefs; }
 
  private:
@@ -210,6 +222,7 @@ class VakAddChange final : public VakMembersChange {
 /// Phases: told: from the report of a change until all have been told of it.
 class VakRemoveChange final : public VakMembersChange {
   VAK_RTTI(VakRemoveChange, VakMembersChange);
+  /// Keeps the views, which are the reporter's.
   VakRemoveChange(VakModelI* model, const VakMembersView& members)
       : VakMembersChange(model, members) {}
 };

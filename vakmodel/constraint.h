@@ -38,6 +38,7 @@ class VakConstraint : public VakLinear {
   /// The same; throws "VakConstraint: Using empty handle" when there is none.
   [[nodiscard]] VakConstraintI* checked() const;
 
+  /// The bounds of the expression without its constant; infinite for none. Setting one reports it.
   [[nodiscard]] VakNum getLB() const;
   [[nodiscard]] VakNum getUB() const;
   void setLB(VakNum lb) const;

@@ -33,6 +33,7 @@ class VakModelError : private VakErrorText, public VakWrongUsage {
 /// Objects of two environments met in one operation.
 class VakModelMismatch : private VakErrorText, public VakEnvironmentMismatch {
  public:
+  /// About `object`, which is not owned; the text is copied and its end cut if it is long.
   VakModelMismatch(std::string_view text, VakExtractableI* object);
   VakModelMismatch(const VakModelMismatch& other);
   VakModelMismatch& operator=(const VakModelMismatch& other);

@@ -33,6 +33,7 @@
 /// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakTerm {
   VakTerm() = default;
+  /// c * v.
   VakTerm(VakNumVar v, VakNum c) : var(v), coef(c) {}
 
   VakNumVar var;    ///< The variable.
@@ -56,6 +57,7 @@ class VakExpr {
   /// The terms and the constant that the stored expression has now.
   VakExpr(VakNumExpr e);
 
+  /// The number that is added to the terms.
   [[nodiscard]] VakNum getConstant() const { return _constant; }
   void setConstant(VakNum constant) { _constant = constant; }
   /// The terms in the order in which they were added; a variable may stand in several.
@@ -73,6 +75,9 @@ class VakExpr {
   /// Makes the expression zero and keeps its room.
   void clear();
 
+  /// Add, subtract, multiply and divide in place; constants and factors may be any number.
+  /// Variables and terms are appended, in constant time, whether or not they are there already.
+  /// Throw std::bad_alloc and, for an empty handle, VakEmptyHandleException.
   VakExpr& operator+=(VakNum constant);
   VakExpr& operator-=(VakNum constant);
   VakExpr& operator+=(VakNumVar x);
@@ -137,6 +142,8 @@ template <class T>
   }
 }
 
+/// The sum of two numbers, variables, terms or expressions, of which one is no number. What is
+/// about to go is built upon, not copied. Throws std::bad_alloc.
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakExpr operator+(A&& a, B&& b) {
@@ -149,6 +156,7 @@ requires VakLinearOperands<A, B>
   return sum;
 }
 
+/// The difference, as the sum.
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakExpr operator-(A&& a, B&& b) {
@@ -181,6 +189,7 @@ template <class A, VakNumber N>
 requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] auto operator*(A&& a, N factor) { return factor * std::forward<A>(a); }
 
+/// A variable or a term through a number is a term, an expression through a number an expression.
 template <class A, VakNumber N>
 requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] auto operator/(A&& a, N divisor) {
@@ -197,9 +206,11 @@ requires VakLinearPart<std::remove_cvref_t<A>>
   }
 }
 
+/// With all signs changed: a term of a variable or a term, an expression of an expression.
 template <class A>
 requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] auto operator-(A&& a) { return -1.0 * std::forward<A>(a); }
+/// As it is, as an expression.
 template <class A>
 requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] VakExpr operator+(A&& a) { return VakMakeExpr(std::forward<A>(a)); }

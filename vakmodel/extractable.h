@@ -60,6 +60,7 @@ class VakExtractable {
 
   /// The set of the object's properties, or an empty handle; creates nothing.
   [[nodiscard]] VakNamedPropertySet getProperties() const;
+  /// True when there is a property of this name.
   [[nodiscard]] bool hasProperty(const char* name) const;
   /// Throws VakNamedPropertySet::NotPresent when there is none of this name.
   [[nodiscard]] VakNamedProperty getProperty(const char* name) const;
@@ -84,6 +85,7 @@ class VakExtractable {
   void addProperties(VakNamedPropertySet set) const;
   /// Throws NotPresent when there is none of this name.
   void removeProperty(const char* name) const;
+  /// Nothing when there are none.
   void removeAllProperties() const;
 
   // The same for names of a known length: strings, views, and texts that need no terminator. What

@@ -24,6 +24,7 @@ class VakTermRange {
     using reference = VakTerm;
 
     Iterator() = default;
+    /// At this term; null for the end.
     explicit Iterator(const VakNumLinExprTermI* term) : _term(term) {}
     VakTerm operator*() const;
     Iterator& operator++();
@@ -38,6 +39,7 @@ class VakTermRange {
     const VakNumLinExprTermI* _term = nullptr;  ///< The present term; null behind the last.
   };
 
+  /// From this term on, which is not owned; null for no terms.
   explicit VakTermRange(const VakNumLinExprTermI* first) : _first(first) {}
   [[nodiscard]] Iterator begin() const { return Iterator(_first); }
   [[nodiscard]] Iterator end() const { return Iterator(); }
@@ -71,6 +73,7 @@ class VakLinear : public VakExtractable {
   /// The model the object is in, or an empty handle. It is in one at most.
   [[nodiscard]] VakModel getModel() const;
 
+  /// Number of terms, and each of them.
   [[nodiscard]] VakInt getTermCount() const;
   [[nodiscard]] VakTermRange terms() const;
   /// The coefficient of `x`, 0 when it does not occur. Costs a walk over the terms.
@@ -92,9 +95,9 @@ class VakLinear : public VakExtractable {
 /// Threads: confined; each thread may have its own.
 /// Phases: any to hold; open to use, while the objects and memory that it names live.
 struct VakCoef {
-  VakLinear linear;
-  VakNumVar var;
-  VakNum coef = 0;
+  VakLinear linear;  ///< Where it is: a constraint, an objective or a stored expression.
+  VakNumVar var;     ///< Of which variable.
+  VakNum coef = 0;   ///< Its new value; 0 takes the term out.
 };
 
 /// Gives all these coefficients in one change, as setCoefs does for a single object. Costs one walk

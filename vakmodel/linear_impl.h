@@ -42,7 +42,7 @@ class VakLinearI : public VakExtractableI {
   /// Throws unless `var` can have this coefficient here.
   void checkCoef(const VakModelVarI* var, VakNum coef) const;
 
-  VakTermListI _terms;
+  VakTermListI _terms;          ///< Of different variables.
   VakModelI* _model = nullptr;  ///< The model it is in, not owned; null for none.
 
  protected:
@@ -74,14 +74,15 @@ class VakConstraintI final : public VakLinearI {
   VakConstraintI(VakEnvI* env, VakNum lb, VakNum ub) : VakLinearI(env), _lb(lb), _ub(ub) {}
   ~VakConstraintI() noexcept(false) override;
 
+  /// Change it and report that. Throw as the functions of VakConstraint do.
   void setBounds(VakNum lb, VakNum ub);
   void setRelation(const VakRelation& relation);
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
 
-  VakNum _lb;               ///< Lower bound of the terms; minus infinity for none.
-  VakNum _ub;               ///< Upper bound of the terms; plus infinity for none.
-  std::int32_t _place = 0;  ///< Its place in the list of its model; meaningless in no model.
-  bool _keptWhenEmpty = false;
+  VakNum _lb;                   ///< Lower bound of the terms; minus infinity for none.
+  VakNum _ub;                   ///< Upper bound of the terms; plus infinity for none.
+  std::int32_t _place = 0;      ///< Its place in the list of its model; meaningless in no model.
+  bool _keptWhenEmpty = false;  ///< Whether it stays when its last variable goes.
 
  protected:
   [[nodiscard]] bool isPointlessWithoutTerms() const override { return !_keptWhenEmpty; }
@@ -106,6 +107,7 @@ class VakObjectiveI final : public VakLinearI {
   VakObjectiveI(VakEnvI* env, VakSense sense) : VakLinearI(env), _sense(sense) {}
   ~VakObjectiveI() noexcept(false) override;
 
+  /// Change it and report that. Throw as the functions of VakObjective do.
   void setSense(VakSense sense);
   void setConstant(VakNum constant);
   void setExpr(const VakExpr& expr) { setAll(_sense, expr); }
@@ -113,8 +115,8 @@ class VakObjectiveI final : public VakLinearI {
   void setAll(VakSense sense, const VakExpr& expr);
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
 
-  VakNum _constant = 0;
-  VakSense _sense;
+  VakNum _constant = 0;  ///< Added to the terms.
+  VakSense _sense;       ///< What is looked for.
 
  protected:
   [[nodiscard]] bool isPointlessWithoutTerms() const override { return false; }
@@ -135,13 +137,14 @@ class VakNumLinExprI final : public VakNumExprI {
   explicit VakNumLinExprI(VakEnvI* env) : VakNumExprI(env) { enterSlot(); }
   ~VakNumLinExprI() noexcept(false) override;
 
+  /// Changes it and reports that. Throws as VakNumExpr::setExpr does.
   void setExpr(const VakExpr& expr);
   [[nodiscard]] VakNum evaluate(const VakModelEvaluatorI& point) const override;
   void removeHidden(VakInt mode) override;
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
 
-  VakTermListI _terms;
-  VakNum _constant = 0;
+  VakTermListI _terms;   ///< Of different variables.
+  VakNum _constant = 0;  ///< Added to the terms.
 };
 
 /// Gives these coefficients in one change; checked, reported, undone when the report throws. Of a

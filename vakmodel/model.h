@@ -150,6 +150,7 @@ class VakModel : public VakExtractable {
 
   // ---- Looking ----------------------------------------------------------------------------------
 
+  /// Numbers of variables and of constraints in the model.
   [[nodiscard]] VakInt getVariableCount() const;
   [[nodiscard]] VakInt getConstraintCount() const;
   /// The number of terms in all constraints. Costs a walk over the constraints.
@@ -160,6 +161,7 @@ class VakModel : public VakExtractable {
   [[nodiscard]] Members<VakConstraint> constraints() const;
   /// The objective, or an empty handle.
   [[nodiscard]] VakObjective getObjective() const;
+  /// True for an object that is in the model.
   [[nodiscard]] bool contains(VakNumVar x) const;
   [[nodiscard]] bool contains(VakConstraint constraint) const;
   /// The first one of this name, or an empty handle. Costs a walk over all names.
@@ -204,6 +206,7 @@ class VakModel::Members {
     using reference = Handle;
 
     Iterator() = default;
+    /// Where the walk stands.
     explicit Iterator(VakPlaceWalk walk) : _walk(walk) {}
     Handle operator*() const { return Handle::From(_walk.get()); }
     Iterator& operator++() {
@@ -223,6 +226,7 @@ class VakModel::Members {
     VakPlaceWalk _walk;
   };
 
+  /// The objects at these places, which are not owned.
   Members(const VakPlacesI* places, VakInt size) : _places(places), _size(size) {}
   [[nodiscard]] Iterator begin() const { return Iterator(VakPlaceWalk(_places, 0)); }
   [[nodiscard]] Iterator end() const { return Iterator(VakPlaceWalk(_places, _size)); }

@@ -43,13 +43,13 @@
 /// Gives back: end(), also from within hooks and run(); clear() takes back extract().
 class VakModelAlgorithmI : public VakAlgorithmI {
  public:
-  static constexpr int ObjectiveRow = -1;
+  static constexpr int ObjectiveRow = -1;  ///< The row of the objective.
 
   /// A coefficient of the problem.
   struct Entry {
-    int row;     ///< A row, or ObjectiveRow.
-    int column;  ///< A column.
-    VakNum coef;
+    int row;      ///< A row, or ObjectiveRow.
+    int column;   ///< A column.
+    VakNum coef;  ///< Its value.
   };
 
   /// Attaches itself; what it is told before it has a model, it ignores.
@@ -73,6 +73,8 @@ class VakModelAlgorithmI : public VakAlgorithmI {
   /// Detaches the algorithm and deletes it, at once or when it has returned from what it is doing.
   void end() override;
 
+  /// The model, empty before extract(); what the last solve came to; whether it runs; whether the
+  /// problem is built.
   [[nodiscard]] VakModel getModel() const { return VakModel(_model); }
   [[nodiscard]] VakStatus getStatus() const { return _status; }
   [[nodiscard]] bool isRunning() const { return _isRunning; }
@@ -93,6 +95,7 @@ class VakModelAlgorithmI : public VakAlgorithmI {
 
   // ---- The problem ------------------------------------------------------------------------------
 
+  /// The problem's size, and the object behind each column and row; the number is not checked.
   [[nodiscard]] int getColumnCount() const { return static_cast<int>(_columns.size()); }
   [[nodiscard]] int getRowCount() const { return static_cast<int>(_rows.size()); }
   [[nodiscard]] VakModelVarI* getVariable(int column) const {
@@ -128,6 +131,7 @@ class VakModelAlgorithmI : public VakAlgorithmI {
 
   // ---- Hooks: the model changed. The numbers in the lists differ from each other. ---------------
 
+  /// Bounds or kinds of columns, bounds of rows, or coefficients are others now.
   virtual void boundsChanged(std::span<const int> columns);
   virtual void kindsChanged(std::span<const int> columns);
   virtual void rowBoundsChanged(std::span<const int> rows);
@@ -226,6 +230,7 @@ class VakModelAlgorithmI : public VakAlgorithmI {
 /// A call during which the algorithm must not go. Ended meanwhile, it is deleted with the last one.
 class VakModelAlgorithmI::Busy {
  public:
+  /// Counts as busy until the end of the scope.
   explicit Busy(VakModelAlgorithmI* algorithm) : _algorithm(algorithm) { ++_algorithm->_busy; }
   ~Busy() noexcept(false) {
     if (--_algorithm->_busy == 0 && _algorithm->_isOver) delete _algorithm;

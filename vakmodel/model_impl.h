@@ -35,6 +35,7 @@ class VakPlacesI : private VakBlockList<VakExtractableI*> {
   [[nodiscard]] VakExtractableI* operator[](VakInt place) const {
     return VakBlockList::operator[](place);
   }
+  /// The list itself.
   [[nodiscard]] const VakBlockList<VakExtractableI*>* list() const { return this; }
   /// Number of members.
   [[nodiscard]] VakInt count() const { return _count; }
@@ -89,6 +90,7 @@ class VakIdTableI : private VakBlockList<std::int32_t> {
  public:
   explicit VakIdTableI(VakEnvI* env) : VakBlockList(env) {}
 
+  /// The number at this identifier; 0 beyond the end.
   [[nodiscard]] std::int32_t operator[](VakInt id) const {
     if (static_cast<unsigned long>(id) >= static_cast<unsigned long>(size())) return 0;
     return VakBlockList::operator[](id);
@@ -120,12 +122,14 @@ class VakModelI final : public VakExtractableI {
 
   // ---- Changes: checked, reported, undone when the report throws --------------------------------
 
+  /// Add objects and report that in one change. Throw as the functions of VakModel do.
   void add(std::span<VakModelVarI* const> variables);
   void add(std::span<VakConstraintI* const> constraints);
   void add(VakObjectiveI* objective);
   /// Makes constraints, each with this name, which may be null.
   void add(std::span<const VakRelation> relations, std::span<VakConstraint> made,
            const char* name = nullptr);
+  /// Columns, rows and removals, as VakModel has them.
   VakModelVarI* addColumn(VakVarKind kind, VakNum lb, VakNum ub, VakNum objective,
                           std::span<const VakConstraint> rows, std::span<const VakNum> coefs);
   void addColumns(const VakColumns& columns, std::span<VakNumVar> made);
@@ -136,6 +140,7 @@ class VakModelI final : public VakExtractableI {
 
   // ---- For the objects in the model; nothing is reported ----------------------------------------
 
+  /// True for an object that is in this model.
   [[nodiscard]] bool contains(const VakModelVarI* variable) const {
     return variable->_env == _env && _placeOf[variable->id] != 0;
   }
@@ -159,6 +164,7 @@ class VakModelI final : public VakExtractableI {
   /// broken.
   [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
+  /// The objects by their places; those that were taken out have left null.
   VakPlacesI _variables;
   VakPlacesI _constraints;
   VakIdTableI _placeOf;                 ///< By the identifier of a variable: 1 + its place, or 0.
@@ -232,6 +238,7 @@ class VakJoiningI {
   VakJoiningI(const VakJoiningI&) = delete;
   VakJoiningI& operator=(const VakJoiningI&) = delete;
 
+  /// Brings variables into the model that are not in it yet. Throw std::bad_alloc.
   void join(VakModelVarI* variable) {
     if (_model != nullptr) _model->join(variable);
   }

@@ -31,6 +31,8 @@ class VakNumExpr : public VakExtractable {
   /// The same; throws "VakNumExpr: Using empty handle" when there is none.
   [[nodiscard]] VakNumLinExprI* checked() const;
 
+  /// What the stored expression consists of, and an exchange of it, which is reported. Throw
+  /// VakEmptyHandleException on an empty handle.
   [[nodiscard]] VakNum getConstant() const;
   [[nodiscard]] VakTermRange terms() const;
   [[nodiscard]] VakExpr getExpr() const;

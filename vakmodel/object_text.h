@@ -19,6 +19,7 @@ class VakObjectText {
  public:
   /// `object` may be null, which gives `other`.
   explicit VakObjectText(const VakExtractableI* object, const char* other = "an object");
+  /// The text.
   [[nodiscard]] const char* get() const { return _text; }
 
  private:

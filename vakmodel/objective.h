@@ -31,6 +31,8 @@ class VakObjective : public VakLinear {
   /// The same; throws "VakObjective: Using empty handle" when there is none.
   [[nodiscard]] VakObjectiveI* checked() const;
 
+  /// Sense, constant and whole expression. Changes are reported. Throw VakEmptyHandleException on
+  /// an empty handle.
   [[nodiscard]] VakSense getSense() const;
   void setSense(VakSense sense) const;
   [[nodiscard]] VakNum getConstant() const;
@@ -48,6 +50,7 @@ class VakObjective : public VakLinear {
 /// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakMinimize : public VakObjective {
  public:
+  /// An objective that is looked for the least of; in no model yet.
   explicit VakMinimize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)
       : VakObjective(env, VakSense::Minimize, expr, name) {}
   VakMinimize(VakEnv env, const VakExpr& expr, std::string_view name)
@@ -62,6 +65,7 @@ class VakMinimize : public VakObjective {
 /// Gives back: end() takes back what the constructor made; the environment's end takes the rest.
 class VakMaximize : public VakObjective {
  public:
+  /// An objective that is looked for the greatest of; in no model yet.
   explicit VakMaximize(VakEnv env, const VakExpr& expr = {}, const char* name = nullptr)
       : VakObjective(env, VakSense::Maximize, expr, name) {}
   VakMaximize(VakEnv env, const VakExpr& expr, std::string_view name)

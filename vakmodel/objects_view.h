@@ -34,6 +34,7 @@ class VakObjectsView {
     using reference = T*;
 
     Iterator() = default;
+    /// At the first object from `index` on.
     Iterator(const VakObjectsView* view, VakInt index) : _view(view), _index(index) { pass(); }
     T* operator*() const { return (*_view)[_index]; }
     Iterator& operator++() {
@@ -73,6 +74,7 @@ class VakObjectsView {
 
   /// Number of elements, null ones included.
   [[nodiscard]] VakInt size() const { return _size; }
+  /// Whether there are none, and the object at a place, which is not checked.
   [[nodiscard]] bool empty() const { return _size == 0; }
   [[nodiscard]] T* operator[](VakInt i) const {
     return _list == nullptr ? _plain[i] : static_cast<T*>((*_list)[_from + i]);

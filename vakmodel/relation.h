@@ -18,11 +18,13 @@
 /// Phases: open, while the variables in it live; gone of itself.
 class VakRelation {
  public:
+  /// lower <= expr <= upper, complete: no second comparison may follow.
   VakRelation(VakNum lower, VakExpr expr, VakNum upper)
       : _expr(std::move(expr)), _lower(lower), _upper(upper) {}
   /// x == y between variables, as the relation x - y == 0.
   VakRelation(VakVarEquality equality);
 
+  /// The expression and its bounds; its constant belongs to the expression.
   [[nodiscard]] const VakExpr& getExpr() const { return _expr; }
   [[nodiscard]] VakNum getLB() const { return _lower; }
   [[nodiscard]] VakNum getUB() const { return _upper; }
@@ -59,12 +61,15 @@ std::ostream& operator<<(std::ostream& out, VakVarEquality equality);
 /// lower <= e <= upper.
 [[nodiscard]] VakRelation VakBetween(VakNum lower, VakExpr e, VakNum upper);
 
+/// Compares two numbers, variables, terms or expressions, of which one is no number, as in
+/// "2 * x <= y + 3".
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakRelation operator<=(A&& a, B&& b) {
   return VakRelation::LessOrEqual(VakMakeExpr(std::forward<A>(a)), VakMakeExpr(std::forward<B>(b)),
                                   VakNumber<std::remove_cvref_t<A>>);
 }
+/// The same from the other side.
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakRelation operator>=(A&& a, B&& b) {
@@ -82,11 +87,13 @@ requires(VakLinearOperands<A, B> && !(std::derived_from<std::remove_cvref_t<A>, 
                             VakNumber<std::remove_cvref_t<A>>);
 }
 
+/// The second comparison of "1 <= x + y <= 4"; throws as VakRelation::addUpper.
 template <VakNumber N>
 [[nodiscard]] VakRelation operator<=(VakRelation relation, N upper) {
   relation.addUpper(static_cast<VakNum>(upper));
   return relation;
 }
+/// The second comparison of "4 >= x + y >= 1"; throws as VakRelation::addLower.
 template <VakNumber N>
 [[nodiscard]] VakRelation operator>=(VakRelation relation, N lower) {
   relation.addLower(static_cast<VakNum>(lower));

@@ -34,6 +34,7 @@ class VakTermListI {
   VakTermListI(const VakTermListI&) = delete;
   VakTermListI& operator=(const VakTermListI&) = delete;
 
+  /// The oldest term, null for none; the number of terms; whether there are none.
   [[nodiscard]] VakNumLinExprTermI* first() const { return _first; }
   [[nodiscard]] VakInt size() const { return _size; }
   [[nodiscard]] bool empty() const { return _first == nullptr; }

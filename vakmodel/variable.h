@@ -58,12 +58,14 @@ class VakNumVar : public VakExtractable {
   /// The same; throws "VakNumVar: Using empty handle" when there is none.
   [[nodiscard]] VakModelVarI* checked() const;
 
+  /// Bounds and kind; a bound that is not there is infinite.
   [[nodiscard]] VakNum getLB() const;
   [[nodiscard]] VakNum getUB() const;
   [[nodiscard]] VakVarKind getKind() const;
   /// True for integer and Boolean variables.
   [[nodiscard]] bool isInteger() const { return getKind() != VakVarKind::Continuous; }
 
+  /// Changes one bound, and reports that. Throws VakModelError when the bounds would cross.
   void setLB(VakNum lb) const;
   void setUB(VakNum ub) const;
   /// Sets both bounds in one change, which matters when one moves beyond the other's old place.
@@ -100,6 +102,7 @@ class VakIntVar : public VakNumVar {
 class VakBoolVar : public VakNumVar {
  public:
   VakBoolVar() = default;
+  /// A variable that is 0 or 1. The name is copied; null for none. Throws std::bad_alloc.
   explicit VakBoolVar(VakEnv env, const char* name = nullptr);
   VakBoolVar(VakEnv env, std::string_view name);
 };
@@ -111,8 +114,11 @@ class VakBoolVar : public VakNumVar {
 /// Phases: open, while the variables in it live; gone of itself.
 class VakVarEquality {
  public:
+  /// Of these two, either of which may be empty.
   VakVarEquality(VakNumVar left, VakNumVar right) : _left(left), _right(right) {}
+  /// True when both are the same variable. Deliberate: not explicit, as a comparison's answer.
   operator bool() const { return _left.is(_right); }
+  /// The two sides.
   [[nodiscard]] VakNumVar getLeft() const { return _left; }
   [[nodiscard]] VakNumVar getRight() const { return _right; }
 
@@ -121,6 +127,7 @@ class VakVarEquality {
   VakNumVar _right;
 };
 
+/// Whether two handles are of one variable; for == also the relation between them.
 [[nodiscard]] inline VakVarEquality operator==(VakNumVar a, VakNumVar b) { return {a, b}; }
 [[nodiscard]] inline bool operator!=(VakNumVar a, VakNumVar b) { return !a.is(b); }
 

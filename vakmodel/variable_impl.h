@@ -25,8 +25,8 @@
 /// Threads: read-shared, as the object that it belongs to.
 /// Phases: open, as long as that object.
 struct VakOwnBoundsI {
-  VakNum lb;
-  VakNum ub;
+  VakNum lb;  ///< Lower bound.
+  VakNum ub;  ///< Upper bound.
 };
 
 /// A variable of the modelling layer. Made with Make; ends as every extractable does.
@@ -59,16 +59,18 @@ class VakModelVarI final : public VakNumVarI {
   }
   ~VakModelVarI() noexcept(false) override;
 
+  /// Kind and bounds, whether they are shared or its own.
   [[nodiscard]] VakVarKind getKind() const { return static_cast<VakVarKind>(_domain & KindBits); }
   [[nodiscard]] VakNum getLB() const { return hasOwn() ? own()->lb : getSharedLB(); }
   [[nodiscard]] VakNum getUB() const { return hasOwn() ? own()->ub : getSharedUB(); }
 
   /// What restore() needs.
   struct State {
-    std::uintptr_t domain;
-    VakNum lb;
-    VakNum ub;
+    std::uintptr_t domain;  ///< As `_domain`.
+    VakNum lb;              ///< Lower bound.
+    VakNum ub;              ///< Upper bound.
   };
+  /// Its kind and bounds, to bring them back after a refusal.
   [[nodiscard]] State getState() const { return {_domain, getLB(), getUB()}; }
   /// Sets kind and bounds, which were checked; tells nobody. Throws std::bad_alloc, having changed
   /// nothing.

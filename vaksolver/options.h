@@ -46,8 +46,10 @@
 /// Threads: confined; each thread may have its own.
 /// Phases: open to read the options of an environment; any afterwards.
 struct VakSolverOptions {
+  /// Which simplex method solves an LP.
   enum class Algorithm : unsigned char { Auto, Primal, Dual };
 
+  /// Each as its option in the list above, with that unit and range.
   VakNum timeLimit = VakGetInfinity();
   VakNum gap = 0;
   VakNum absoluteGap = 0;

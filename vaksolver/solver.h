@@ -60,6 +60,7 @@ struct VakSolverProgress {
 /// Gives back: end() takes back the constructor, clear() takes back extract().
 class VakSolver : public VakAlgorithm {
  public:
+  /// What is called while the solver runs.
   using ProgressCallback = std::function<void(const VakSolverProgress&)>;
 
   VakSolver() = default;
@@ -72,6 +73,7 @@ class VakSolver : public VakAlgorithm {
 
   [[nodiscard]] VakSolverI* getImpl() const;
   [[nodiscard]] bool isEmpty() const { return _impl == nullptr; }
+  /// The environment of the solver. Throws VakEmptyHandleException on an empty handle.
   [[nodiscard]] VakEnv getEnv() const;
 
   /// Takes `model`, of the same environment, in the place of the one it had. Throws

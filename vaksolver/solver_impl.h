@@ -34,6 +34,7 @@ class VakSolverI final : public VakModelAlgorithmI {
   ~VakSolverI() noexcept(false) override;
 
   [[nodiscard]] bool hasSolution() const override;
+  /// As the functions of VakSolver.
   [[nodiscard]] bool hasDuals() const { return hasSolution() && _hasDuals; }
   [[nodiscard]] VakNum getActivity(const VakConstraintI* constraint) const;
   [[nodiscard]] VakNum getSlack(const VakConstraintI* constraint) const;
@@ -44,14 +45,15 @@ class VakSolverI final : public VakModelAlgorithmI {
 
   /// What the last solve took, and counts since the beginning.
   struct Statistics {
-    VakInt iterations = 0;
-    VakInt nodes = 0;
-    VakNum seconds = 0;
-    VakNum bound = 0;  ///< In the model's sense; infinite when nothing is known.
-    VakInt loads = 0;
-    VakInt warmStarts = 0;
-    VakInt startSolutions = 0;
+    VakInt iterations = 0;      ///< Simplex iterations.
+    VakInt nodes = 0;           ///< Nodes of the search tree.
+    VakNum seconds = 0;         ///< Wall-clock time.
+    VakNum bound = 0;           ///< In the model's sense; infinite when nothing is known.
+    VakInt loads = 0;           ///< How often the problem was built anew.
+    VakInt warmStarts = 0;      ///< How often the last basis was used.
+    VakInt startSolutions = 0;  ///< How often the last solution was.
   };
+  /// What the last solve took.
   [[nodiscard]] const Statistics& getStatistics() const { return _statistics; }
 
   VakSolver::ProgressCallback _progress;  ///< Empty for none.
@@ -62,6 +64,7 @@ class VakSolverI final : public VakModelAlgorithmI {
   [[nodiscard]] VakStatus run() override;
   [[nodiscard]] VakNum getColumnValue(int column) const override;
 
+  /// The hooks, as VakModelAlgorithmI says.
   void boundsChanged(std::span<const int> columns) override;
   void kindsChanged(std::span<const int> columns) override;
   void rowBoundsChanged(std::span<const int> rows) override;

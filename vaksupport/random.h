@@ -19,9 +19,10 @@
 class VakUniqueRandomI : public VakRttiMemoryManagerObjectI {
   VAK_RTTI(VakUniqueRandomI, VakRttiMemoryManagerObjectI);
 
-  using Engine = std::mt19937_64;
+  using Engine = std::mt19937_64;  ///< The language's own.
   using result_type = Engine::result_type;
 
+  /// In the memory of this manager; equal seeds give equal numbers.
   VakUniqueRandomI(VakMemoryManager manager, VakInt seed);
   ~VakUniqueRandomI() noexcept(false) override;
 
@@ -35,6 +36,7 @@ class VakUniqueRandomI : public VakRttiMemoryManagerObjectI {
 
   /// The next 64 random bits.
   result_type operator()() { return _engine(); }
+  /// The least and the greatest number of 64 bits.
   [[nodiscard]] static constexpr result_type min() { return Engine::min(); }
   [[nodiscard]] static constexpr result_type max() { return Engine::max(); }
 

@@ -181,6 +181,7 @@ class VakArray {
     return Handle(array._impl);
   }
 
+  /// Iterators at the first element and behind the last one.
   [[nodiscard]] VakArrayIterator<T> first() const {
     if (!hasStorage()) return {};
     return {_impl->_data, _impl->_shift, 0};

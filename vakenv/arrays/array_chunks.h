@@ -33,6 +33,7 @@ class VakArrayChunks {
   [[nodiscard]] std::size_t size() const {
     return static_cast<std::size_t>(_size == 0 ? 0 : ((_size - 1) >> _shift) + 1);
   }
+  /// True when there are none.
   [[nodiscard]] bool empty() const { return _size == 0; }
 
   /// Chunk `k`, of size() chunks.

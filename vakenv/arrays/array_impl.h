@@ -64,6 +64,7 @@ class VakArrayI : public VakMemoryManagerObjectI {
   /// Gives all storage back.
   ~VakArrayI() noexcept(false) override;
 
+  /// Number of elements.
   [[nodiscard]] VakInt getSize() const { return _size; }
 
   /// The first byte of element `i`, whose chunk must exist: not checked.

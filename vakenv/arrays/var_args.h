@@ -9,6 +9,7 @@
 /// Threads: confined; each thread may have its own.
 /// Phases: any.
 struct VakVarArgsNum {
+  /// Deliberate: not explicit, so that numbers may stand where values are listed.
   VakVarArgsNum(VakNum value) : _value(value) {}
   VakNum _value;  ///< The value.
 };
@@ -18,6 +19,7 @@ struct VakVarArgsNum {
 /// Threads: confined; each thread may have its own.
 /// Phases: any.
 struct VakVarArgsInt {
+  /// Deliberate: not explicit, so that numbers may stand where values are listed.
   VakVarArgsInt(VakInt value) : _value(value) {}
   VakInt _value;  ///< The value.
 };

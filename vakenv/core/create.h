@@ -19,6 +19,7 @@
 /// Gives back: giveBack takes back what take gave, with the same size.
 struct VakEnvMemory {
   VakEnvI* env;  ///< Not owned, never null.
+  /// Takes memory from the environment, and gives it back.
   [[nodiscard]] void* take(unsigned long size) const { return env->allocate(size); }
   void giveBack(void* p, unsigned long size) const { env->giveBack(p, size); }
 };

@@ -123,6 +123,7 @@ class VakEnvI {
   /// True when there is a symbol of this name; false for a null name. Throws VakWrongUsage
   /// ("Hash function returned bad index") when the table's hash function is broken.
   [[nodiscard]] bool hasSymbol(const char* name) const;
+  /// The numbers of the symbols.
   [[nodiscard]] VakSymbolEncoder* getSymbolEncoder() const;
   /// The one stored copy of a text, which lives as long as the environment; null for null.
   [[nodiscard]] const char* intern(const char* text);
@@ -220,13 +221,23 @@ class VakEnvI {
 
   // ---- Registry: clones, expressions, terms -----------------------------------------------------
 
+  /// 1 while something is copied, else 0.
   [[nodiscard]] VakInt isCloningLocked() const;
+  /// Begins a copy: 1 when the caller took the lock, 0 when an outer copy holds it already.
   VakInt lockCloning();
+  /// Ends the copy of whoever got 1 from lockCloning(); forgets which copies belong to what.
   void unlockCloning();
+  /// The number of copies recorded so far.
   [[nodiscard]] VakInt lockCloningLevel();
+  /// Forgets the copies recorded since `level`.
   void unlockCloningLevel(VakInt level);
+  /// 1 when a copy of `e` is recorded, else 0.
   [[nodiscard]] VakInt hasClone(VakExtractableI* e) const;
+  /// The copy of `e`: the recorded one, else what the pushed expander puts in its place, else a new
+  /// one, recorded while an outer copy holds the lock. Copies are the environment's, like all its
+  /// objects; they are not owned here. Throws std::bad_alloc and what copying throws.
   VakExtractableI* getClone(VakExtractableI* e);
+  /// Records `c` as the copy of `e`; nothing when `e` is not registered. Throws std::bad_alloc.
   void setClone(VakExtractableI* e, VakExtractableI* c);
   /// The clone of `e` with the environment's expander pushed; null for null.
   VakExtractableI* substitute(VakExtractableI* e);
@@ -245,6 +256,8 @@ class VakEnvI {
 
   // ---- Name, user object and named properties ---------------------------------------------------
 
+  /// The environment's own name, user object and properties, with the ownership and the errors that
+  /// VakPropertyOwner says of each function.
   [[nodiscard]] const char* getName() const;
   void setName(const char* name);
   [[nodiscard]] VakAny getObject() const;

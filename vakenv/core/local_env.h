@@ -19,10 +19,13 @@ class VakLocalEnvI {
   VakLocalEnvI(const VakLocalEnvI&) = delete;
   VakLocalEnvI& operator=(const VakLocalEnvI&) = delete;
 
+  /// What the environment's memory functions and its record of values are led to while this is
+  /// installed: memory is taken and given back with the same size.
   [[nodiscard]] virtual void* alloc(unsigned long size) = 0;
   virtual void free(void* p, unsigned long size) = 0;
   /// Books an identifier for `e` and returns it.
   virtual VakInt init(VakExtractableI* e) = 0;
+  /// Told before a value changes that a user wants brought back.
   virtual void saveValue(void** address) = 0;
   virtual void saveValue(long* address) = 0;
   virtual void saveValue(double* address) = 0;

@@ -24,6 +24,7 @@
 /// Gives back: unlock() takes back lock(), VakEndMT takes back VakInitMT.
 class VakBaseEnvMutex {
  public:
+  /// Called before and after the library touches what threads share. They do nothing here.
   virtual void lock();
   virtual void unlock();
   virtual ~VakBaseEnvMutex();
@@ -37,6 +38,7 @@ class VakBaseEnvMutex {
 /// Gives back: unlock() takes back lock(), VakEndMT takes back VakInitMT.
 class VakRecursiveEnvMutex final : public VakBaseEnvMutex {
  public:
+  /// Lock and unlock the mutex.
   void lock() override;
   void unlock() override;
   ~VakRecursiveEnvMutex() override;
@@ -65,6 +67,7 @@ void VakEndMT();
 /// Gives back: the destructor unlocks.
 class VakMutexGuard {
  public:
+  /// Locks the mutex, unless there is none. `mutex` is not owned and has to outlive the guard.
   explicit VakMutexGuard(VakBaseEnvMutex* const& mutex) : _mutex(mutex) {
     if (_mutex != nullptr) _mutex->lock();
   }

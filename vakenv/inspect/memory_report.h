@@ -44,15 +44,15 @@ struct VakMemoryReport {
   };
   /// Objects of one run-time type, with the bytes of the elements that they are in.
   struct Type {
-    std::string name;
-    VakInt count = 0;
-    VakInt bytes = 0;
+    std::string name;  ///< The type's name as the language prints it.
+    VakInt count = 0;  ///< Objects.
+    VakInt bytes = 0;  ///< Of their elements.
     bool operator==(const Type&) const = default;
   };
   /// So many of something, in so many bytes.
   struct Amount {
-    VakInt count = 0;
-    VakInt bytes = 0;
+    VakInt count = 0;  ///< How many.
+    VakInt bytes = 0;  ///< In how many bytes.
     bool operator==(const Amount&) const = default;
   };
 

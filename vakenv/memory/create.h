@@ -40,6 +40,7 @@ template <class T, class Memory, class... Args>
 /// Gives back: giveBack takes back what take gave, with the same size.
 struct VakManagerMemory {
   VakGenAlloc* allocator;  ///< Not owned, never null.
+  /// Takes memory from the manager, and gives it back.
   [[nodiscard]] void* take(unsigned long size) const { return allocator->alloc(size); }
   void giveBack(void* p, unsigned long size) const { allocator->free(p, size); }
 };
@@ -51,6 +52,7 @@ template <class T, class... Args>
   return VakConstructIn<T>(VakManagerMemory{allocator}, allocator, std::forward<Args>(args)...);
 }
 
+/// The same for the handle of a memory manager.
 template <class T, class... Args>
 [[nodiscard]] T* VakCreate(VakMemoryManager manager, Args&&... args) {
   return VakCreate<T>(manager.getImpl(), std::forward<Args>(args)...);

@@ -105,6 +105,7 @@ class VakEnv {
   [[nodiscard]] VakNamedPropertySet getProperties() const;
   /// Replaces the environment's properties by `set`, which it takes over; the old set is deleted.
   void setProperties(VakNamedPropertySet set) const;
+  /// 1 when there is a property of this name, else 0.
   [[nodiscard]] VakInt hasProperty(const char* name) const;
   /// Throws VakNamedPropertySet::NotPresent when there is none of this name.
   [[nodiscard]] VakNamedProperty getProperty(const char* name) const;
@@ -123,13 +124,17 @@ class VakEnv {
   void addClonedProperty(VakNamedProperty property) const;
   /// Adds copies of all properties of `set`.
   void addProperties(VakNamedPropertySet set) const;
+  /// Throws VakNamedPropertySet::NotPresent when there is none of this name.
   void removeProperty(const char* name) const;
+  /// Nothing when there are none.
   void removeAllProperties() const;
+  /// The value. Throw NotPresent when there is none of this name, BadType when it is another kind.
   [[nodiscard]] VakInt getIntProperty(const char* name) const;
   [[nodiscard]] VakNum getNumProperty(const char* name) const;
   [[nodiscard]] VakAny getAnyProperty(const char* name) const;
   /// The property's own copy of the text; not to be released.
   [[nodiscard]] const char* getStringProperty(const char* name) const;
+  /// Change the property of this name or add one; throw BadType when it is of another kind.
   void setIntProperty(const char* name, VakInt value) const;
   void setNumProperty(const char* name, VakNum value) const;
   void setAnyProperty(const char* name, VakAny value) const;

@@ -19,6 +19,7 @@ void VakFreeIn(VakEnvI* env, void* p, unsigned long size);
 /// Gives back: giveBack takes back what take gave, with the same size.
 struct VakNamedEnvMemory {
   VakEnvI* env;  ///< Not owned, never null.
+  /// Takes memory from the environment, and gives it back.
   [[nodiscard]] void* take(unsigned long size) const { return VakAllocateIn(env, size); }
   void giveBack(void* p, unsigned long size) const { VakFreeIn(env, p, size); }
 };

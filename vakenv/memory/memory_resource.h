@@ -28,6 +28,7 @@ class VakMemoryResource final : public std::pmr::memory_resource {
   explicit VakMemoryResource(VakEnv env);
   ~VakMemoryResource() override;
 
+  /// Whose memory this is.
   [[nodiscard]] VakMemoryManager getMemoryManager() const { return _memory.getMemoryManager(); }
 
  private:

@@ -59,6 +59,7 @@ class VakStdAllocator {
     _memory.deallocate(p, n * sizeof(T), alignof(T));
   }
 
+  /// Whose memory this is.
   [[nodiscard]] VakMemoryManager getMemoryManager() const { return _memory.getMemoryManager(); }
   [[nodiscard]] const VakStdMemory& getMemory() const { return _memory; }
   /// Equal when memory of the one can be given back to the other.

@@ -38,6 +38,7 @@ class VakStdMemory {
   /// Gives back what allocate() returned for the same `bytes` and `alignment`.
   void deallocate(void* p, std::size_t bytes, std::size_t alignment) const noexcept;
 
+  /// Whose memory this is; not empty.
   [[nodiscard]] VakMemoryManager getMemoryManager() const { return _manager; }
   /// Equal when memory of the one can be given back to the other.
   friend bool operator==(const VakStdMemory& a, const VakStdMemory& b) = default;

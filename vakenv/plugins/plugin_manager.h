@@ -49,6 +49,7 @@ class VakPlugInManager {
 
   /// Walks and watches that are under way, so that they survive whom they tell.
   struct VakRunning {
+    /// The innermost walk or watch over each of the lists; null for none.
     VakWalk<VakPlugIn>* plugIns = nullptr;
     VakWalk<VakPlugInAddon>* addons = nullptr;
     VakWalk<VakNotifiedNode>* notified = nullptr;

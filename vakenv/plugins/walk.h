@@ -76,6 +76,7 @@ class VakWatch {
   VakWatch(const VakWatch&) = delete;
   VakWatch& operator=(const VakWatch&) = delete;
 
+  /// True when the object has been taken out or deleted.
   [[nodiscard]] bool isGone() const { return _object == nullptr; }
 
   /// Reports to every watch that `gone` goes.

@@ -16,6 +16,7 @@
 /// Phases: open, for the length of one operation.
 class VakExtensionSlot {
  public:
+  /// Neither is owned; both have to outlive this.
   VakExtensionSlot(VakGenAlloc* allocator, VakExtension*& slot)
       : _allocator(allocator), _slot(&slot) {}
 
@@ -30,6 +31,7 @@ class VakExtensionSlot {
   [[nodiscard]] static VakNamedPropertyI* GetProperty(const VakExtension* extension,
                                                       const char* name);
 
+  /// The same for names of a known length.
   [[nodiscard]] static VakInt HasProperty(const VakExtension* extension, std::string_view name);
   [[nodiscard]] static VakNamedPropertyI* GetProperty(const VakExtension* extension,
                                                       std::string_view name);

@@ -71,6 +71,7 @@ std::ostream& operator<<(std::ostream& out, VakNamedProperty property);
 template <class Handle, class Impl>
 class VakTypedNamedProperty : public VakNamedProperty {
  public:
+  /// The class of the implementation and the type of the value.
   using ImplClass = Impl;
   using EmbeddedType = typename Impl::EmbeddedType;
 
@@ -86,6 +87,7 @@ class VakTypedNamedProperty : public VakNamedProperty {
       : VakTypedNamedProperty(manager, VakTerminatedText(name).get(), value) {}
 
   [[nodiscard]] Impl* getImpl() const { return static_cast<Impl*>(_impl); }
+  /// Reads and changes the value. Throw VakEmptyHandleException on an empty handle.
   [[nodiscard]] EmbeddedType getValue() const {
     requireImpl();
     return getImpl()->getValue();
@@ -109,6 +111,7 @@ class VakTypedNamedProperty : public VakNamedProperty {
 class VakNamedIntProperty
     : public VakTypedNamedProperty<VakNamedIntProperty, VakNamedIntPropertyI> {
  public:
+  /// As VakTypedNamedProperty's: empty, of an implementation, or a new property of this name.
   using VakTypedNamedProperty::VakTypedNamedProperty;
 };
 
@@ -121,6 +124,7 @@ class VakNamedIntProperty
 class VakNamedNumProperty
     : public VakTypedNamedProperty<VakNamedNumProperty, VakNamedNumPropertyI> {
  public:
+  /// As VakTypedNamedProperty's: empty, of an implementation, or a new property of this name.
   using VakTypedNamedProperty::VakTypedNamedProperty;
 };
 
@@ -133,6 +137,7 @@ class VakNamedNumProperty
 class VakNamedAnyProperty
     : public VakTypedNamedProperty<VakNamedAnyProperty, VakNamedAnyPropertyI> {
  public:
+  /// As VakTypedNamedProperty's: empty, of an implementation, or a new property of this name.
   using VakTypedNamedProperty::VakTypedNamedProperty;
 };
 
@@ -145,6 +150,7 @@ class VakNamedAnyProperty
 class VakNamedStringProperty
     : public VakTypedNamedProperty<VakNamedStringProperty, VakNamedStringPropertyI> {
  public:
+  /// As VakTypedNamedProperty's: empty, of an implementation, or a new property of this name.
   using VakTypedNamedProperty::VakTypedNamedProperty;
 };
 

@@ -99,13 +99,16 @@ class VakPreNamedPropertyI : public VakNamedPropertyI {
 /// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedIntPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedIntPropertyI, VakPreNamedPropertyI);
-  using EmbeddedType = VakInt;
+  using EmbeddedType = VakInt;  ///< The type of the value.
 
+  /// A property of this name, which is copied, in the memory of this manager. Throws
+  /// std::bad_alloc.
   VakNamedIntPropertyI(VakMemoryManager manager, const char* name, VakInt value);
   ~VakNamedIntPropertyI() noexcept(false) override;
 
   void display(std::ostream& out) const override;
   [[nodiscard]] VakNamedPropertyI* makeClone(VakMemoryManager manager) const override;
+  /// Read and change the value.
   [[nodiscard]] VakInt getValue() const { return _value; }
   void setValue(VakInt value) { _value = value; }
 
@@ -120,13 +123,16 @@ class VakNamedIntPropertyI : public VakPreNamedPropertyI {
 /// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedNumPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedNumPropertyI, VakPreNamedPropertyI);
-  using EmbeddedType = VakNum;
+  using EmbeddedType = VakNum;  ///< The type of the value.
 
+  /// A property of this name, which is copied, in the memory of this manager. Throws
+  /// std::bad_alloc.
   VakNamedNumPropertyI(VakMemoryManager manager, const char* name, VakNum value);
   ~VakNamedNumPropertyI() noexcept(false) override;
 
   void display(std::ostream& out) const override;
   [[nodiscard]] VakNamedPropertyI* makeClone(VakMemoryManager manager) const override;
+  /// Read and change the value.
   [[nodiscard]] VakNum getValue() const { return _value; }
   void setValue(VakNum value) { _value = value; }
 
@@ -141,13 +147,16 @@ class VakNamedNumPropertyI : public VakPreNamedPropertyI {
 /// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedAnyPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedAnyPropertyI, VakPreNamedPropertyI);
-  using EmbeddedType = VakAny;
+  using EmbeddedType = VakAny;  ///< The type of the value.
 
+  /// A property of this name, which is copied, in the memory of this manager. Throws
+  /// std::bad_alloc.
   VakNamedAnyPropertyI(VakMemoryManager manager, const char* name, VakAny value);
   ~VakNamedAnyPropertyI() noexcept(false) override;
 
   void display(std::ostream& out) const override;
   [[nodiscard]] VakNamedPropertyI* makeClone(VakMemoryManager manager) const override;
+  /// Read and change the value, a pointer that is not owned.
   [[nodiscard]] VakAny getValue() const { return _value; }
   void setValue(VakAny value) { _value = value; }
 
@@ -162,7 +171,7 @@ class VakNamedAnyPropertyI : public VakPreNamedPropertyI {
 /// Gives back: the last set that lets it go deletes it; `delete` one that no set holds.
 class VakNamedStringPropertyI : public VakPreNamedPropertyI {
   VAK_RTTI(VakNamedStringPropertyI, VakPreNamedPropertyI);
-  using EmbeddedType = const char*;
+  using EmbeddedType = const char*;  ///< The type of the value.
 
   /// Keeps a copy of `value`, which may be null. Throws as cloneString does.
   VakNamedStringPropertyI(VakMemoryManager manager, const char* name, const char* value);

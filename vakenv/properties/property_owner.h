@@ -59,6 +59,7 @@ class VakPropertyOwner {
   /// Throws VakNamedPropertySet::NotPresent when there is none.
   void removeProperty(const char* name) { slot().removeProperty(name); }
   void removeProperty(VakNamedPropertyI* property) { slot().removeProperty(property); }
+  /// Nothing when there are none.
   void removeAllProperties() { slot().removeAllProperties(); }
 
   // Typed getters throw NotPresent or BadType; typed setters change the property of this name or
@@ -77,6 +78,7 @@ class VakPropertyOwner {
   [[nodiscard]] const char* getStringProperty(const char* name) const {
     return value<VakNamedStringProperty>(name);
   }
+  /// Change the property of this name or add one; throw BadType when it is of another kind.
   void setIntProperty(const char* name, VakInt v) {
     VakSetPropertyValueI<VakNamedIntProperty>(name, owner(), v);
   }

@@ -54,6 +54,7 @@ class VakNamedPropertySet {
   /// Adds a copy of `property` made in the set's memory. Throws AlreadyPresent, or
   /// VakNamedPropertyI::Exception when the property cannot be copied.
   void addClonedProperty(VakNamedProperty property) const;
+  /// True when there is a property of this name.
   [[nodiscard]] bool hasProperty(const char* name) const;
   /// True when the set holds this very property.
   [[nodiscard]] bool hasProperty(VakNamedProperty property) const;
@@ -81,6 +82,7 @@ class VakNamedPropertySet {
   [[nodiscard]] auto getProperty(std::string_view name, T fallback) const;
   void removeProperty(std::string_view name) const;
 
+  /// Lets all properties go. Nothing when there are none.
   void removeAllProperties() const;
   /// A set of copies that the new set does not hold; see VakNamedPropertySetI::makeClone.
   [[nodiscard]] VakNamedPropertySet makeClone(VakMemoryManager manager) const;
@@ -109,6 +111,7 @@ class VakNamedPropertySet::Iterator {
   using reference = VakNamedProperty;
 
   Iterator() = default;
+  /// At this entry; null for the end.
   explicit Iterator(const VakNamedPropertySetI::PropertyList* entry)
       : _entry(entry), _next(entry == nullptr ? nullptr : entry->_next) {}
 
@@ -129,6 +132,7 @@ class VakNamedPropertySet::Iterator {
 /// The properties of a set as a range.
 class VakNamedPropertySet::Range {
  public:
+  /// Of this set, which is not owned; null for an empty loop.
   explicit Range(const VakNamedPropertySetI* set) : _set(set) {}
   [[nodiscard]] Iterator begin() const {
     return Iterator(_set == nullptr ? nullptr : _set->_first);
@@ -155,6 +159,7 @@ std::ostream& operator<<(std::ostream& out, VakNamedPropertySet set);
 /// prints "Named property <NAME> has wrong type".
 class VakNamedPropertySet::BadType : public VakException {
  public:
+  /// About the property of this name, which has to outlive the exception.
   explicit BadType(const char* name);
   ~BadType() override;
   void print(std::ostream& out) const override;
@@ -163,6 +168,7 @@ class VakNamedPropertySet::BadType : public VakException {
 /// A property of the name is in the set already: prints "Named property <NAME> already present".
 class VakNamedPropertySet::AlreadyPresent : public VakException {
  public:
+  /// About the property of this name, which has to outlive the exception.
   explicit AlreadyPresent(const char* name);
   ~AlreadyPresent() override;
   void print(std::ostream& out) const override;
@@ -172,6 +178,7 @@ class VakNamedPropertySet::AlreadyPresent : public VakException {
 /// a property object prints the address of that object instead of its name.
 class VakNamedPropertySet::NotPresent : public VakException {
  public:
+  /// About a name, which has to outlive the exception, or a property; the other one is null.
   NotPresent(const char* name, const VakNamedPropertyI* property);
   ~NotPresent() override;
   void print(std::ostream& out) const override;

@@ -96,19 +96,23 @@ template <class T>
 struct VakPropertyKindOf {
   static_assert(std::is_arithmetic_v<T> && !std::is_same_v<T, bool>,
                 "a property holds an integer, a floating-point number, a const char* or a void*");
-  using Kind = std::conditional_t<std::is_integral_v<T>, VakNamedIntProperty, VakNamedNumProperty>;
+  using Kind = std::conditional_t<std::is_integral_v<T>, VakNamedIntProperty,
+                                  VakNamedNumProperty>;  ///< The handle.
 };
+/// Texts.
 template <>
 struct VakPropertyKindOf<const char*> {
-  using Kind = VakNamedStringProperty;
+  using Kind = VakNamedStringProperty;  ///< The handle.
 };
+/// Texts.
 template <>
 struct VakPropertyKindOf<char*> {
-  using Kind = VakNamedStringProperty;
+  using Kind = VakNamedStringProperty;  ///< The handle.
 };
+/// Pointers.
 template <>
 struct VakPropertyKindOf<void*> {
-  using Kind = VakNamedAnyProperty;
+  using Kind = VakNamedAnyProperty;  ///< The handle.
 };
 
 /// The value of the property of this name, a `const char*` or a std::string_view, of whatever has

@@ -26,6 +26,7 @@ class VakExtractableRoll {
   VakExtractableRoll(const VakExtractableRoll&) = delete;
   VakExtractableRoll& operator=(const VakExtractableRoll&) = delete;
 
+  /// Number of extractables on the roll.
   [[nodiscard]] VakInt getSize() const { return static_cast<VakInt>(_entries.size()); }
   /// The extractable at `position`, or null when it was struck or none was added there.
   [[nodiscard]] VakExtractableI* operator[](VakInt position) const {

@@ -23,6 +23,7 @@
 struct VakRegistryState {
   /// A roll that lasts as long as one call.
   struct CallRoll {
+    /// Becomes the innermost roll of `owner`, which it has to leave again.
     explicit CallRoll(VakRegistryState& owner) : state(owner), outer(owner.callRolls) {
       state.callRolls = this;
     }
@@ -32,7 +33,7 @@ struct VakRegistryState {
 
     VakRegistryState& state;  ///< Outlives the call.
     CallRoll* outer;          ///< The roll of an enclosing call; null for none.
-    VakExtractableRoll roll;
+    VakExtractableRoll roll;  ///< Who is to be called.
   };
 
   /// Strikes `e`, whose registration ends, wherever it is listed or watched. `releasing` says that

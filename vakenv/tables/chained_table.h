@@ -57,15 +57,15 @@ template <class K>
 template <class K, class V>
 class VakHashItem {
  public:
+  /// In no chain.
   VakHashItem(K key, V value) : _next(nullptr), _key(std::move(key)), _value(std::move(value)) {}
-
-  [[nodiscard]] K getKey() const { return _key; }
-  [[nodiscard]] V getValue() const { return _value; }
-  [[nodiscard]] VakHashItem* getNext() const { return _next; }
-  void setNext(VakHashItem* next) { _next = next; }
+  [[nodiscard]] K getKey() const { return _key; }               ///< As it was given.
+  [[nodiscard]] V getValue() const { return _value; }           ///< As it was given last.
+  [[nodiscard]] VakHashItem* getNext() const { return _next; }  ///< Null at the end of a chain.
+  void setNext(VakHashItem* next) { _next = next; }             ///< Links it.
   /// Puts an equal key in the place of the key; one that hashes elsewhere would not be found.
   void setKey(K key) { _key = std::move(key); }
-  void setValue(V value) { _value = std::move(value); }
+  void setValue(V value) { _value = std::move(value); }  ///< Exchanges the value.
 
   VakHashItem* _next;  ///< Next item of the chain; null at its end.
   K _key;              ///< What the item is found by; what it points to is not owned.
@@ -90,9 +90,9 @@ class VakHashItem {
 template <class Table, class K, class V>
 class VakChainedTable {
  public:
-  using Item = VakHashItem<K, V>;
-  using HashFunction = VakInt (*)(K key, VakInt size);
-  using CompareFunction = VakInt (*)(K a, K b);
+  using Item = VakHashItem<K, V>;                       ///< A record.
+  using HashFunction = VakInt (*)(K key, VakInt size);  ///< Gives 0 to `size` - 1.
+  using CompareFunction = VakInt (*)(K a, K b);         ///< 1 if equal, else 0.
   class Iterator;
 
   /// Enters a pair in front of its chain: VakHashDone, or VakHashPresent when there is an equal

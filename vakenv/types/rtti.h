@@ -81,6 +81,7 @@ class VakRtti {
 // The members that both stamps share. `BaseSpecifier` is `override` except in the classes that
 // introduce the two base queries. The name is an object, because equal string literals need not be
 // one.
+/// Not to be used elsewhere: what both stamps put into a class.
 #define VAK_RTTI_MEMBERS_(Class, Parent, BaseSpecifier)                                            \
  public:                                                                                           \
   static VakTypeInfo GetBaseTypeInfo() {                                                           \

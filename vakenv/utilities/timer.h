@@ -20,6 +20,7 @@ class VakTimer {
   /// The same with the environment's memory manager, or null for an empty handle.
   explicit VakTimer(VakEnv env);
 
+  /// In whose memory the timer is.
   [[nodiscard]] VakMemoryManager getMemoryManager() const;
   /// Throws VakEnv::IncompatibleMemoryManagerException ("Incompatible memory manager") when the
   /// memory manager is null or belongs to no environment.

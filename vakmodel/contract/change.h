@@ -33,6 +33,7 @@ class VakChange : public VakRtti {
 class VakDestroyExtractable final : public VakChange {
   VAK_RTTI(VakDestroyExtractable, VakChange);
 
+  /// Of this extractable, which is not owned.
   explicit VakDestroyExtractable(VakExtractableI* extractable) : _extractable(extractable) {}
   ~VakDestroyExtractable() noexcept(false) override;
 
@@ -51,6 +52,7 @@ class VakDestroyExtractable final : public VakChange {
 class VakRemoveFromAllChange final : public VakChange {
   VAK_RTTI(VakRemoveFromAllChange, VakChange);
 
+  /// Of these extractables; the array is the reporter's.
   explicit VakRemoveFromAllChange(VakExtractableArray extractables) : _extractables(extractables) {}
   ~VakRemoveFromAllChange() noexcept(false) override;
 

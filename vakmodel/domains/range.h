@@ -14,9 +14,11 @@
 class VakIntRangeI : public VakRttiEnvObjectI {
   VAK_RTTI(VakIntRangeI, VakRttiEnvObjectI);
 
+  /// From `lb` to `ub`; their order is not checked.
   VakIntRangeI(VakEnvI* env, VakInt lb, VakInt ub);
   ~VakIntRangeI() noexcept(false) override;
 
+  /// The bounds.
   [[nodiscard]] VakInt getLB() const { return _lb; }
   [[nodiscard]] VakInt getUB() const { return _ub; }
   /// A range with the same bounds in the memory of `env`, owned by the caller. A table keeps it as
@@ -38,9 +40,11 @@ class VakIntRangeI : public VakRttiEnvObjectI {
 class VakNumRangeI : public VakRttiEnvObjectI {
   VAK_RTTI(VakNumRangeI, VakRttiEnvObjectI);
 
+  /// From `lb` to `ub`; their order is not checked.
   VakNumRangeI(VakEnvI* env, VakNum lb, VakNum ub);
   ~VakNumRangeI() noexcept(false) override;
 
+  /// The bounds.
   [[nodiscard]] VakNum getLB() const { return _lb; }
   [[nodiscard]] VakNum getUB() const { return _ub; }
   /// A range with the same bounds in the memory of `env`; see VakIntRangeI::makeKey.

@@ -38,6 +38,7 @@ class VakVarDomainI : public VakRttiEnvObjectI {
 class VakNumVarDomainI : public VakVarDomainI {
   VAK_RTTI(VakNumVarDomainI, VakVarDomainI);
 
+  /// From `lb` to `ub`.
   VakNumVarDomainI(VakEnvI* env, VakNum lb, VakNum ub);
   ~VakNumVarDomainI() noexcept(false) override;
 
@@ -66,6 +67,7 @@ class VakIntVarDomainI : public VakVarDomainI {
   [[nodiscard]] VakNum getLB() const override { return static_cast<VakNum>(_lb); }
   [[nodiscard]] VakNum getUB() const override { return static_cast<VakNum>(_ub); }
   [[nodiscard]] bool contains(VakNum value) const override;
+  /// The bounds and the distance of the values as whole numbers.
   [[nodiscard]] VakInt getIntLB() const { return _lb; }
   [[nodiscard]] VakInt getIntUB() const { return _ub; }
   [[nodiscard]] VakInt getStep() const { return _step; }
@@ -84,6 +86,7 @@ class VakIntVarDomainI : public VakVarDomainI {
 class VakBoolVarDomainI : public VakVarDomainI {
   VAK_RTTI(VakBoolVarDomainI, VakVarDomainI);
 
+  /// From `lb` to `ub`.
   VakBoolVarDomainI(VakEnvI* env, VakBool lb, VakBool ub);
   ~VakBoolVarDomainI() noexcept(false) override;
 
@@ -104,6 +107,7 @@ class VakBoolVarDomainI : public VakVarDomainI {
 class VakNumSharedVarDomainI final : public VakNumVarDomainI {
   VAK_RTTI(VakNumSharedVarDomainI, VakNumVarDomainI);
 
+  /// From `lb` to `ub`.
   VakNumSharedVarDomainI(VakEnvI* env, VakNum lb, VakNum ub);
   ~VakNumSharedVarDomainI() noexcept(false) override;
   [[nodiscard]] bool isShared() const override;
@@ -117,6 +121,7 @@ class VakNumSharedVarDomainI final : public VakNumVarDomainI {
 class VakIntSharedVarDomainI final : public VakIntVarDomainI {
   VAK_RTTI(VakIntSharedVarDomainI, VakIntVarDomainI);
 
+  /// From `lb` to `ub`, each `step`-th number.
   VakIntSharedVarDomainI(VakEnvI* env, VakInt lb, VakInt ub, VakInt step);
   ~VakIntSharedVarDomainI() noexcept(false) override;
   [[nodiscard]] bool isShared() const override;
@@ -130,6 +135,7 @@ class VakIntSharedVarDomainI final : public VakIntVarDomainI {
 class VakBoolSharedVarDomainI final : public VakBoolVarDomainI {
   VAK_RTTI(VakBoolSharedVarDomainI, VakBoolVarDomainI);
 
+  /// From `lb` to `ub`.
   VakBoolSharedVarDomainI(VakEnvI* env, VakBool lb, VakBool ub);
   ~VakBoolSharedVarDomainI() noexcept(false) override;
   [[nodiscard]] bool isShared() const override;
