@@ -30,13 +30,14 @@ bool isSmallWhole(VakNum value) {
 }
 
 // The domain of these bounds from one of the environment's tables; null when there is none and the
-// table is full enough.
+// table is full enough. Most variables find theirs, which takes no memory.
 template <class Range, class Number>
 VakVarDomainI* findOrShare(VakEnvI* env, VakSharedDomainHash<Range*>& table, Number lb, Number ub) {
-  if (table._nbItems < VakModelVarI::MostSharedDomains) return env->getOrMakeSharedDomain(lb, ub);
   Range range(env, lb, ub);
   VakVarDomainI* domain = nullptr;
-  return table.find(&range, domain) == VakHashDone ? domain : nullptr;
+  if (table.find(&range, domain) == VakHashDone) return domain;
+  if (table._nbItems >= VakModelVarI::MostSharedDomains) return nullptr;
+  return env->getOrMakeSharedDomain(lb, ub);
 }
 
 // While a local environment is installed nothing is shared. The integers 0 and 1 are left out
