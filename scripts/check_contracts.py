@@ -13,8 +13,8 @@ usage: check_contracts.py [ROOT]
 
 import re
 import sys
-from pathlib import Path
 
+from offences import report
 from public_functions import headers
 
 DEFINITION = re.compile(r"^(?:class|struct) (\w+)((?:::\w+|<)?)[^;]*$")
@@ -85,13 +85,5 @@ def find_offences(root):
     return offences
 
 
-def main(arguments):
-    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
-    offences = find_offences(root)
-    for offence in offences:
-        print(offence)
-    return 1 if offences else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(report(find_offences, sys.argv[1:]))

@@ -14,8 +14,8 @@ usage: check_fault_matrix.py [ROOT]
 import re
 import sys
 from fnmatch import fnmatchcase
-from pathlib import Path
 
+from offences import report
 from public_functions import public_functions
 
 # The libraries behind the solver do not survive that memory runs out, so the solver is not driven here.
@@ -82,13 +82,5 @@ def find_offences(root):
     return offences
 
 
-def main(arguments):
-    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
-    offences = find_offences(root)
-    for offence in offences:
-        print(offence)
-    return 1 if offences else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(report(find_offences, sys.argv[1:]))

@@ -14,7 +14,8 @@ usage: check_includes.py [ROOT]
 
 import re
 import sys
-from pathlib import Path
+
+from offences import report
 
 # The most specific entry that fits a file counts: a file before its folder, a folder before its parent.
 LAYERS = {
@@ -139,13 +140,5 @@ def find_offences(root):
     return offences
 
 
-def main(arguments):
-    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
-    offences = find_offences(root)
-    for offence in offences:
-        print(offence)
-    return 1 if offences else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(report(find_offences, sys.argv[1:]))

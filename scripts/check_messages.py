@@ -12,7 +12,8 @@ usage: check_messages.py [--list] [ROOT]      --list prints the messages of the 
 
 import re
 import sys
-from pathlib import Path
+
+from offences import report, root_of
 
 PAGE = "docs/guide/errors.md"
 MODULES = ("vakbase", "vakenv", "vakmodel", "vaksolver", "vaksupport")
@@ -107,16 +108,11 @@ def find_offences(root):
 
 
 def main(arguments):
-    listing = arguments[:1] == ["--list"]
-    root = Path(arguments[-1] if len(arguments) > listing else Path(__file__).parent.parent).resolve()
-    if listing:
-        for message, files in read_messages(root).items():
-            print(f"{message}  ({', '.join(sorted(files))})")
-        return 0
-    offences = find_offences(root)
-    for offence in offences:
-        print(offence)
-    return 1 if offences else 0
+    if arguments[:1] != ["--list"]:
+        return report(find_offences, arguments)
+    for message, files in read_messages(root_of(arguments[1:])).items():
+        print(f"{message}  ({', '.join(sorted(files))})")
+    return 0
 
 
 if __name__ == "__main__":

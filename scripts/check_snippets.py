@@ -14,7 +14,8 @@ usage: check_snippets.py [ROOT]
 import re
 import sys
 import textwrap
-from pathlib import Path
+
+from offences import report
 
 TEXTS = ("README.md", "docs/architecture.md", "docs/guide/*.md")
 SOURCES = {
@@ -66,13 +67,5 @@ def find_offences(root):
     return offences if count else [*offences, "no block was found"]
 
 
-def main(arguments):
-    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
-    offences = find_offences(root)
-    for offence in offences:
-        print(offence)
-    return 1 if offences else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(report(find_offences, sys.argv[1:]))

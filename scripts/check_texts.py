@@ -15,9 +15,9 @@ usage: check_texts.py [ROOT]
 import datetime
 import re
 import sys
-from pathlib import Path
 
 from check_includes import LAYERS
+from offences import report
 
 TEXTS = ("*.md", "docs/**/*.md")
 KINDS = ("Added", "Changed", "Deprecated", "Removed", "Fixed", "Security")
@@ -154,13 +154,5 @@ def find_offences(root):
     return offences + find_changelog_offences(changelog.read_text(encoding="utf-8"))
 
 
-def main(arguments):
-    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
-    offences = find_offences(root)
-    for offence in offences:
-        print(offence)
-    return 1 if offences else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(report(find_offences, sys.argv[1:]))

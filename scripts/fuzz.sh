@@ -33,9 +33,10 @@ export ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1
 export LSAN_OPTIONS=suppressions=$PWD/tests/leaks.supp:print_suppressions=0
 export UBSAN_OPTIONS=print_stacktrace=1
 
-# Programs of many operations say no more than short ones and cost more; model files are longer.
+# Programs of many operations say no more than short ones and cost more; model files are longer. Any bytes are
+# a program, so that there is no use in beginning with short ones (len_control).
 options_of() {
-  local options=(-max_len=600 -timeout=20 -rss_limit_mb=2048)
+  local options=(-max_len=256 -len_control=0 -timeout=20 -rss_limit_mb=2048)
   if [[ $1 == files ]]; then options=(-max_len=3000 -timeout=20 -rss_limit_mb=2048 -dict=tests/fuzz/files.dict); fi
   echo "${options[@]}"
 }

@@ -3,16 +3,16 @@
 
 Read from the headers that the modules' CMakeLists.txt name as HEADERS and EXTENSION_HEADERS. Overloads are
 one entry; a constructor is "Class::Class", a conversion "Class::operator_bool", a free function is named
-alone. Left out: destructors, deleted
-functions, what a class declares only to forbid or to place it (operators new and delete), and what the
-stamps of the type system add.
+alone. Left out: destructors, deleted functions, private classes, what a class declares only to forbid or to
+place it (operators new and delete), and what the stamps of the type system add.
 
 usage: public_functions.py [ROOT]
 """
 
 import re
 import sys
-from pathlib import Path
+
+from offences import root_of
 
 TIERS = ("HEADERS", "EXTENSION_HEADERS")
 OPERATOR = r"operator\s*(?:\(\)|\[\]|->\*?|<=>|[-+*/%^&|~!=<>,]+|[A-Za-z_][\w:]*)"
@@ -106,7 +106,8 @@ def function_name(head):
     return name
 
 
-def collect(body, scope, functions, public=True):
+def collect(body, scope, functions, hidden, public=True):
+    """Adds the functions of a scope; `hidden` are the private classes, which may be defined elsewhere."""
     for head, inner in declarations(body):
         while True:
             label = re.match(r"\s*(public|private|protected)\s*:", head)
@@ -117,10 +118,12 @@ def collect(body, scope, functions, public=True):
         head = drop_templates(head)
         kind = re.match(r"(?:friend\s+)?(class|struct|enum|namespace|concept|using|typedef|extern)\b", head)
         if kind and kind[1] in ("class", "struct"):
-            if inner is None or not public:
-                continue
-            name = re.match(r"(?:class|struct)\s+(?:alignas\([^)]*\)\s*)?([\w:]+)", head)[1]
-            collect(inner, scope + [name], functions, kind[1] == "struct")
+            match = re.match(r"(?:class|struct)\s+(?:alignas\([^)]*\)\s*)?([\w:]+)", head)
+            inside = scope + [match[1]] if match else scope
+            if not public:
+                hidden.add("::".join(inside))
+            if inner is not None and "::".join(inside) not in hidden:
+                collect(inner, inside, functions, hidden, kind[1] == "struct")
         elif kind and kind[1] == "namespace" and inner is not None:
             continue
         elif kind or not public or "inline constexpr" in head and "(" not in head:
@@ -134,13 +137,12 @@ def collect(body, scope, functions, public=True):
 def public_functions(root, without=()):
     functions = set()
     for header in headers(root, without):
-        collect(strip(header.read_text(encoding="utf-8")), [], functions)
+        collect(strip(header.read_text(encoding="utf-8")), [], functions, set())
     return functions
 
 
 def main(arguments):
-    root = Path(arguments[0] if arguments else Path(__file__).parent.parent).resolve()
-    for function in sorted(public_functions(root)):
+    for function in sorted(public_functions(root_of(arguments))):
         print(function)
     return 0
 

@@ -7,9 +7,11 @@
 #include <string>
 
 /// Returns the parts one after the other as a stream writes them; pointers as addresses.
+/// Throws std::bad_alloc.
 template <class... Parts>
 [[nodiscard]] std::string VakFaultText(const Parts&... parts) {
   std::ostringstream text;
+  text.exceptions(std::ios::badbit);  // Else what there is no memory for is left out unseen.
   (text << ... << parts);
   return text.str();
 }

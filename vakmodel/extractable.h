@@ -110,7 +110,7 @@ class VakExtractable {
   /// Takes the object out of every model, constraint, objective and expression; it lives on and can
   /// be used again. Algorithms are told afterwards, of all objects at once; what they refuse is
   /// done nevertheless. Throws VakModelError while a change of the object is being reported. Costs
-  /// one pass over everything in the environment.
+  /// one pass over everything in the environment. A model loses its constraints and its objective.
   void removeFromAll() const;
   /// Takes the object out of everything and deletes it, with all that becomes pointless:
   ///   - a constraint that loses its last variable, unless it is kept when empty;
@@ -145,8 +145,8 @@ std::ostream& operator<<(std::ostream& out, VakExtractable object);
 /// VakExtractable::end does, and VakModelMismatch, having ended nothing, for objects of another
 /// environment than the array's.
 void VakEndAll(VakExtractableArray array);
-/// Takes all objects of `array` out of everything in one removal; they live on. Throws as
-/// VakEndAll.
+/// Takes all objects of `array` out of everything else in one removal; they live on, and what they
+/// hold of one another stays. Throws as VakEndAll.
 void VakRemoveAllFromAll(VakExtractableArray array);
 
 /// The objects of a range of handles as an array in the environment of the first one, for the

@@ -1,471 +1,249 @@
-// The modelling layer: variables, constraints, objectives and models are made, changed, removed,
-// ended and copied, with a listener that refuses now and then, beside plain records of all of it.
+// The modelling layer: variables, constraints, objectives, models and stored expressions are made,
+// changed, removed, ended and copied, with algorithms that come, go, follow all changes and refuse
+// some, beside plain records of all of it.
 
 #include <algorithm>
-#include <array>
-#include <map>
-#include <set>
-#include <string>
-#include <vector>
 
-#include "tests/fuzz/program.h"
-#include "vakbase/globals.h"
-#include "vakenv/core/environment_impl.h"
-#include "vakenv/memory/id_manager.h"
-#include "vakmodel/contract/algorithm.h"
-#include "vakmodel/modelling.h"
+#include "tests/fuzz/model_changes.h"
+#include "tests/fuzz/model_copies.h"
+#include "tests/fuzz/model_world.h"
 
 namespace {
 
-/// An algorithm that refuses the next change when it is told to.
-class Listener : public VakAlgorithmI {
+/// Steps by which objects come and go, and join and leave models.
+class ModelObjects {
  public:
-  explicit Listener(VakEnv env) : VakAlgorithmI(env.getImpl()) { attach(); }
-  void change(const VakChange&, const VakExtractableI*) override { tell(); }
-  void change(const VakChange&) override { tell(); }
-
-  bool refusesNext = false;
-
- private:
-  void tell() {
-    if (!refusesNext) return;
-    refusesNext = false;
-    throw VakAlgorithm::CannotChangeException(VakAlgorithm(this), VakExtractableArray());
-  }
-};
-
-struct Var {
-  VakNumVar handle;
-  VakNum lb = 0;
-  VakNum ub = 0;
-  VakVarKind kind = VakVarKind::Continuous;
-};
-using Terms = std::map<VakExtractableI*, VakNum>;
-
-/// A constraint, or an objective with its constant in `lb`.
-struct Row {
-  VakLinear handle;
-  Terms terms;
-  VakNum lb = 0;
-  VakNum ub = 0;
-  bool isKept = false;
-  bool isObjective = false;
-  bool isMaximized = false;
-  VakExtractableI* model = nullptr;
-};
-struct Model {
-  VakModel handle;
-  std::set<VakExtractableI*> vars;
-};
-
-/// All that is expected of the environment.
-struct World {
-  std::map<VakExtractableI*, Var> vars;
-  std::map<VakExtractableI*, Row> rows;
-  std::map<VakExtractableI*, Model> models;
-  /// The same objects in the order in which they were made, which does not depend on addresses.
-  std::vector<VakExtractableI*> varOrder;
-  std::vector<VakExtractableI*> rowOrder;
-  std::vector<VakExtractableI*> modelOrder;
-};
-
-class Models {
- public:
-  explicit Models(VakFuzzProgram& program) : _program(program), _scope(program) {
-    _env = _scope.env;
-    _listener = new Listener(_env);
-  }
-
-  void run() {
-    while (!_program.isOver()) {
-      step();
-      compare();
-      _scope.check();
-    }
-  }
-
- private:
-  static constexpr std::size_t Most = 12;
-
-  // ---- Choosing ---------------------------------------------------------------------------------
-
-  template <class T>
-  T* any(std::map<VakExtractableI*, T>& table, const std::vector<VakExtractableI*>& order) {
-    if (order.empty()) return nullptr;
-    return &table.at(order[static_cast<std::size_t>(_program.byte()) % order.size()]);
-  }
-  Var* anyVar() { return any(_world.vars, _world.varOrder); }
-  Row* anyRow() { return any(_world.rows, _world.rowOrder); }
-  Model* anyModel() { return any(_world.models, _world.modelOrder); }
-  VakNum number() { return _program.byte() - 128; }
-  static VakExtractableI* idOf(VakExtractable object) { return object.getImpl(); }
-
-  VakExpr anyExpr() {
-    VakExpr expr(number());
-    for (int n = _program.below(5); n > 0; --n) {
-      if (const Var* x = anyVar()) expr += (_program.below(5) - 2) * x->handle;
-    }
-    return expr;
-  }
-  static Terms termsOf(VakExpr expr) {
-    Terms terms;
-    for (const VakTerm& term : expr.getTerms()) terms[idOf(term.var)] += term.coef;
-    std::erase_if(terms, [](const auto& t) { return t.second == 0; });
-    return terms;
-  }
-
-  // Does what may be refused; the record changes only when nobody refuses.
-  template <class Operation>
-  bool attempt(Operation operation) {
-    _listener->refusesNext = _program.below(6) == 0;
-    try {
-      operation();
-    } catch (VakAlgorithm::CannotChangeException& refusal) {
-      refusal.end();
-      return false;
-    } catch (...) {
-      _listener->refusesNext = false;
-      throw;
-    }
-    _listener->refusesNext = false;
-    return true;
-  }
-
-  // ---- Steps ------------------------------------------------------------------------------------
+  explicit ModelObjects(ModelWorld& world) : _world(world), _program(world.program) {}
 
   void step() {
-    switch (_program.below(18)) {
-      case 0:
-      case 1:
-        makeVar();
-        break;
-      case 2:
-      case 3:
-        makeRow();
-        break;
-      case 4:
-        makeModel();
-        break;
-      case 5:
-        setVarBounds();
-        break;
-      case 6:
-        setKind();
-        break;
-      case 7:
-      case 8:
-        setCoef();
-        break;
-      case 9:
-        setCoefs();
-        break;
-      case 10:
-        setRow();
-        break;
-      case 11:
-      case 12:
-        addToModel();
-        break;
-      case 13:
-        removeFromModel();
-        break;
-      case 14:
-        removeFromAll();
-        break;
-      case 15:
-        endSome();
-        break;
-      case 16:
-        copy();
-        break;
-      default:
-        addMany();
-    }
+    using Step = void (ModelObjects::*)();
+    static constexpr Step steps[] = {
+        &ModelObjects::makeVar,          &ModelObjects::makeVar,       &ModelObjects::makeRow,
+        &ModelObjects::makeRow,          &ModelObjects::makeModel,     &ModelObjects::makeStored,
+        &ModelObjects::addVar,           &ModelObjects::addRow,        &ModelObjects::addRow,
+        &ModelObjects::addRelation,      &ModelObjects::addColumns,    &ModelObjects::addRows,
+        &ModelObjects::replaceObjective, &ModelObjects::removeRow,     &ModelObjects::removeVars,
+        &ModelObjects::removeRows,       &ModelObjects::removeFromAll, &ModelObjects::endSome};
+    (this->*steps[_program.below(std::size(steps))])();
   }
 
+ private:
+  static VakExtractableI* idOf(VakExtractable object) { return ModelWorld::idOf(object); }
+
+  // ---- Making -----------------------------------------------------------------------------------
+
   void makeVar() {
-    if (_world.vars.size() >= Most) return;
-    VakNum lb = number();
-    VakNum ub = number();
-    const std::string message =
-        VakFuzzMessage<VakModelError>([&] { enterVar(VakNumVar(_env, lb, ub)); });
-    VAK_FUZZ_REQUIRE(message.empty() == (lb <= ub));
+    if (_world.vars.size() >= ModelWorld::Most) return;
+    switch (_program.below(5)) {
+      case 0:
+        return enterVar(VakNumVar(_world.env), 0, VakGetInfinity(), VakVarKind::Continuous);
+      case 1:
+        return enterVar(VakBoolVar(_world.env), 0, 1, VakVarKind::Boolean);
+      case 2:
+        return enterVar(VakIntVar(_world.env, -3, 3), -3, 3, VakVarKind::Integer);
+      default:
+        break;
+    }
+    FuzzVar x;
+    x.kind = _world.anyKind();
+    x.lb = _world.anyNumber();
+    x.ub = _world.anyNumber();
+    const std::string message = VakFuzzMessage<VakModelError>(
+        [&] { x.handle = VakNumVar(_world.env, x.lb, x.ub, x.kind); });
+    VAK_FUZZ_REQUIRE(message.empty() != x.refuses(x.lb, x.ub));
+    if (message.empty()) _world.vars.add(x);
   }
-  void enterVar(VakNumVar x) {
-    _world.vars[idOf(x)] = {x, x.getLB(), x.getUB(), x.getKind()};
-    _world.varOrder.push_back(idOf(x));
+  void enterVar(VakNumVar x, VakNum lb, VakNum ub, VakVarKind kind) {
+    _world.vars.add({x, lb, ub, kind});
+  }
+
+  // A constraint of a random kind, not made yet, and the relation for it.
+  FuzzRow planRow(VakRelation& relation) {
+    const VakExpr expr = _world.anyExpr();
+    FuzzRow row;
+    row.terms = ModelWorld::termsOf(expr);
+    row.lb = -VakGetInfinity();
+    row.ub = VakGetInfinity();
+    const VakNum bound = _world.anyNumber();
+    switch (_program.below(4)) {
+      case 0:
+        relation = expr <= bound;
+        row.ub = bound;
+        break;
+      case 1:
+        relation = expr >= bound;
+        row.lb = bound;
+        break;
+      case 2:
+        relation = expr == bound;
+        row.lb = row.ub = bound;
+        break;
+      default:
+        relation = VakBetween(bound, expr, bound + 7);
+        row.lb = bound;
+        row.ub = bound + 7;
+    }
+    row.lb -= expr.getConstant();
+    row.ub -= expr.getConstant();
+    return row;
   }
   void makeRow() {
-    if (_world.rows.size() >= Most) return;
-    const VakExpr expr = anyExpr();
-    Row row;
-    row.terms = termsOf(expr);
-    row.isObjective = _program.below(4) == 0;
-    if (row.isObjective) {
+    if (_world.rows.size() >= ModelWorld::Most) return;
+    if (_program.below(4) == 0) {
+      const VakExpr expr = _world.anyExpr();
+      FuzzRow row;
+      row.terms = ModelWorld::termsOf(expr);
+      row.isObjective = true;
       row.isMaximized = _program.flag();
       row.lb = expr.getConstant();
       row.handle =
-          VakObjective(_env, row.isMaximized ? VakSense::Maximize : VakSense::Minimize, expr);
-    } else {
-      row.ub = number();
-      row.lb = -VakGetInfinity();
-      row.handle = VakConstraint(_env, expr <= row.ub);
-      row.ub -= expr.getConstant();
+          VakObjective(_world.env, row.isMaximized ? VakSense::Maximize : VakSense::Minimize, expr);
+      _world.rows.add(row);
+      return;
     }
-    enterRow(row);
-  }
-  void enterRow(const Row& row) {
-    _world.rows[idOf(row.handle)] = row;
-    _world.rowOrder.push_back(idOf(row.handle));
+    VakRelation relation(0, {}, 0);
+    FuzzRow row = planRow(relation);
+    row.handle = VakConstraint(_world.env, relation);
+    _world.rows.add(row);
   }
   void makeModel() {
     if (_world.models.size() >= 3) return;
-    const VakModel model(_env, "model");
-    _world.models[idOf(model)] = {model, {}};
-    _world.modelOrder.push_back(idOf(model));
+    const VakModel model(_world.env, "model");
+    _world.models.add({model, {}});
+    _world.names[idOf(model)] = "model";
+  }
+  void makeStored() {
+    if (_world.stored.size() >= 4) return;
+    const VakExpr expr = _world.anyExpr();
+    _world.stored.add(
+        {VakNumExpr(_world.env, expr), ModelWorld::termsOf(expr), expr.getConstant()});
   }
 
-  void setVarBounds() {
-    Var* x = anyVar();
-    if (x == nullptr) return;
-    const VakNum lb = number();
-    const VakNum ub = number();
-    bool isDone = false;
-    const std::string message = VakFuzzMessage<VakModelError>(
-        [&] { isDone = attempt([&] { x->handle.setBounds(lb, ub); }); });
-    const bool isBoolean = x->kind == VakVarKind::Boolean;
-    const bool isWrong = lb > ub || (isBoolean && (lb < 0 || ub > 1));
-    VAK_FUZZ_REQUIRE(message.empty() != isWrong);
-    if (!isDone) return;
-    x->lb = lb;
-    x->ub = ub;
-  }
-  void setKind() {
-    Var* x = anyVar();
-    if (x == nullptr) return;
-    const VakVarKind kinds[] = {VakVarKind::Continuous, VakVarKind::Integer, VakVarKind::Boolean};
-    const VakVarKind kind = kinds[_program.below(3)];
-    bool isDone = false;
-    const std::string message =
-        VakFuzzMessage<VakModelError>([&] { isDone = attempt([&] { x->handle.setKind(kind); }); });
-    const bool isWrong = kind == VakVarKind::Boolean && (x->lb < 0 || x->ub > 1);
-    VAK_FUZZ_REQUIRE(message.empty() != isWrong);
-    if (isDone) x->kind = kind;
-  }
+  // ---- Adding -----------------------------------------------------------------------------------
 
-  static void put(Row& row, VakExtractableI* x, VakNum coef) {
-    if (coef == 0) {
-      row.terms.erase(x);
-    } else {
-      row.terms[x] = coef;
-    }
+  void addVar() {
+    FuzzModel* model = _world.anyModel();
+    const FuzzVar* x = _world.anyVar();
+    if (model == nullptr || x == nullptr) return;
+    if (!_world.attempt([&] { model->handle.add(x->handle); })) return;
+    model->vars.insert(idOf(x->handle));
   }
-  // Variables of a row that is in a model are in the model.
-  void join(const Row& row) {
-    if (row.model == nullptr) return;
-    for (const auto& [x, coef] : row.terms) _world.models.at(row.model).vars.insert(x);
-  }
-  void setCoef() {
-    Row* row = anyRow();
-    Var* x = anyVar();
-    if (row == nullptr || x == nullptr) return;
-    const VakNum coef = _program.below(5) - 2;
-    const bool isSum = _program.flag();
-    const bool isDone = attempt([&] {
-      isSum ? row->handle.addTerm(x->handle, coef) : row->handle.setCoef(x->handle, coef);
-    });
-    if (!isDone) return;
-    const auto found = row->terms.find(idOf(x->handle));
-    const VakNum old = found == row->terms.end() ? 0 : found->second;
-    put(*row, idOf(x->handle), isSum ? old + coef : coef);
-    join(*row);
-  }
-  void setCoefs() {
-    std::vector<VakCoef> coefs;
-    for (int n = _program.below(8); n > 0; --n) {
-      const Row* row = anyRow();
-      const Var* x = anyVar();
-      if (row == nullptr || x == nullptr) return;
-      coefs.push_back({row->handle, x->handle, VakNum(_program.below(5) - 2)});
-    }
-    if (!attempt([&] { VakSetCoefs(coefs); })) return;
-    for (const VakCoef& c : coefs) {
-      put(_world.rows.at(idOf(c.linear)), idOf(c.var), c.coef);
-    }
-    for (const VakCoef& c : coefs) join(_world.rows.at(idOf(c.linear)));
-  }
-  void setRow() {
-    Row* row = anyRow();
-    if (row == nullptr) return;
-    if (row->isObjective) {
-      const VakExpr expr = anyExpr();
-      const VakObjective objective = VakObjective::From(row->handle);
-      if (_program.flag()) {
-        const VakSense sense = row->isMaximized ? VakSense::Minimize : VakSense::Maximize;
-        if (attempt([&] { objective.setSense(sense); })) row->isMaximized = !row->isMaximized;
-      } else if (attempt([&] { objective.setExpr(expr); })) {
-        row->lb = expr.getConstant();
-        row->terms = termsOf(expr);
-        join(*row);
-      }
-      return;
-    }
-    const VakConstraint constraint = VakConstraint::From(row->handle);
-    row->isKept = _program.flag();
-    constraint.setKeptWhenEmpty(row->isKept);
-    const VakNum lb = number();
-    const VakNum ub = lb + _program.byte();
-    if (!attempt([&] { constraint.setBounds(lb, ub); })) return;
-    row->lb = lb;
-    row->ub = ub;
-  }
-
-  [[nodiscard]] Row* objectiveOf(const Model& model) {
-    for (auto& [key, row] : _world.rows) {
-      if (row.isObjective && row.model == idOf(model.handle)) return &row;
-    }
-    return nullptr;
-  }
-  void addToModel() {
-    Model* model = anyModel();
-    if (model == nullptr) return;
-    if (_program.below(3) == 0) {
-      Var* x = anyVar();
-      if (x == nullptr || !attempt([&] { model->handle.add(x->handle); })) return;
-      model->vars.insert(idOf(x->handle));
-      return;
-    }
-    Row* row = anyRow();
-    if (row == nullptr) return;
+  void addRow() {
+    FuzzModel* model = _world.anyModel();
+    FuzzRow* row = _world.anyRow();
+    if (model == nullptr || row == nullptr) return;
     const bool isWrong =
-        row->model != nullptr || (row->isObjective && objectiveOf(*model) != nullptr);
-    bool isDone = false;
-    const std::string message = VakFuzzMessage<VakModelError>([&] {
-      isDone = attempt([&] {
-        if (row->isObjective) {
-          model->handle.add(VakObjective::From(row->handle));
-        } else {
-          model->handle.add(VakConstraint::From(row->handle));
-        }
-      });
+        row->model != nullptr || (row->isObjective && _world.objectiveOf(*model) != nullptr);
+    const bool isDone = _world.attemptUnless(isWrong, [&] {
+      row->isObjective ? model->handle.add(row->objective()) : model->handle.add(row->constraint());
     });
-    VAK_FUZZ_REQUIRE(message.empty() != isWrong);
     if (!isDone) return;
     row->model = idOf(model->handle);
-    join(*row);
+    _world.join(*row);
   }
-  void removeFromModel() {
-    Model* model = anyModel();
-    if (model == nullptr) return;
-    if (_program.flag()) {
-      Row* row = anyRow();
-      if (row == nullptr || row->model != idOf(model->handle)) return;
-      const bool isDone = attempt([&] {
-        if (row->isObjective) {
-          model->handle.remove(VakObjective::From(row->handle));
-        } else {
-          model->handle.remove(VakConstraint::From(row->handle));
-        }
-      });
-      if (isDone) row->model = nullptr;
-      return;
-    }
-    Var* x = anyVar();
-    if (x == nullptr || model->vars.count(idOf(x->handle)) == 0) return;
-    if (!attempt([&] { model->handle.remove(x->handle); })) return;
-    model->vars.erase(idOf(x->handle));
-    for (auto& [key, row] : _world.rows) {
-      if (row.model == idOf(model->handle)) row.terms.erase(idOf(x->handle));
-    }
+  void addRelation() {
+    FuzzModel* model = _world.anyModel();
+    if (model == nullptr || _world.rows.size() >= ModelWorld::Most) return;
+    VakRelation relation(0, {}, 0);
+    FuzzRow row = planRow(relation);
+    const std::string name = _world.anyName();
+    const bool isNamed = _program.flag();
+    const bool isDone = _world.attempt([&] {
+      row.handle = isNamed ? model->handle.add(relation, name) : model->handle.add(relation);
+    });
+    if (!isDone) return;
+    enterMember(row, *model);
+    if (isNamed) _world.names[idOf(row.handle)] = name;
+  }
+  FuzzRow& enterMember(FuzzRow row, const FuzzModel& model) {
+    row.model = idOf(model.handle);
+    FuzzRow& entered = _world.rows.add(row);
+    _world.join(entered);
+    return entered;
   }
 
-  // Takes the variables out of all rows and models; returns the rows that lost their last one.
-  std::vector<VakExtractableI*> strike(const std::vector<VakExtractableI*>& gone) {
-    std::vector<VakExtractableI*> emptied;
-    for (auto& [key, row] : _world.rows) {
-      const auto erased = std::erase_if(row.terms, [&](const auto& term) {
-        return std::find(gone.begin(), gone.end(), term.first) != gone.end();
-      });
-      if (erased > 0 && row.terms.empty()) emptied.push_back(key);
+  // Columns in constraints that are of the model or not, and with coefficients in its objective,
+  // which is made when there is none.
+  void addColumns() {
+    FuzzModel* model = _world.anyModel();
+    if (model == nullptr || _world.vars.size() >= ModelWorld::Most) return;
+    std::vector<VakConstraint> rows;
+    for (const auto key : _world.rows.order()) {
+      if (!_world.rows.at(key).isObjective) rows.push_back(_world.rows.at(key).constraint());
     }
-    for (auto& [key, model] : _world.models) {
-      for (VakExtractableI* x : gone) model.vars.erase(x);
-    }
-    return emptied;
-  }
-  void removeFromAll() {
-    if (_program.flag()) {
-      Var* x = anyVar();
-      if (x == nullptr) return;
-      x->handle.removeFromAll();
-      strike({idOf(x->handle)});
-    } else {
-      Row* row = anyRow();
-      if (row == nullptr) return;
-      row->handle.removeFromAll();
-      row->model = nullptr;
-    }
-  }
-
-  void forgetRow(VakExtractableI* key) {
-    _world.rows.erase(key);
-    std::erase(_world.rowOrder, key);
-  }
-  void endSome() {
-    std::vector<VakExtractable> objects;
-    std::vector<VakExtractableI*> vars;
-    std::set<VakExtractableI*> rows;
-    for (int n = 1 + _program.below(3); n > 0; --n) {
-      if (Var* x = anyVar(); x != nullptr && _program.flag()) {
-        objects.push_back(x->handle);
-        vars.push_back(idOf(x->handle));
-      } else if (Row* row = anyRow(); row != nullptr && _program.flag()) {
-        objects.push_back(row->handle);
-        rows.insert(idOf(row->handle));
-      } else if (Model* model = anyModel(); model != nullptr && _program.below(4) == 0) {
-        objects.push_back(model->handle);
-        for (const auto& [key, owned] : _world.rows) {
-          if (owned.model == idOf(model->handle)) rows.insert(key);
-        }
-        std::erase(_world.modelOrder, idOf(model->handle));
-        _world.models.erase(idOf(model->handle));
+    const auto count = static_cast<std::size_t>(_program.below(4));
+    std::vector<FuzzVar> planned(count);
+    std::vector<VakNum> lbs, ubs, objective;
+    std::vector<VakVarKind> kinds;
+    std::vector<VakInt> starts{0};
+    std::vector<int> members;
+    std::vector<VakNum> coefs;
+    bool isWrong = false;
+    for (FuzzVar& x : planned) {
+      x.kind = _world.anyKind();
+      x.lb = _program.below(2);
+      x.ub = _program.below(4);
+      isWrong = isWrong || x.refuses(x.lb, x.ub);
+      lbs.push_back(x.lb);
+      ubs.push_back(x.ub);
+      kinds.push_back(x.kind);
+      objective.push_back(_world.anyCoef());
+      for (int n = rows.empty() ? 0 : _program.below(4); n > 0; --n) {
+        members.push_back(_program.byte() % static_cast<int>(rows.size()));
+        coefs.push_back(_world.anyCoef());
+        const VakLinear row = rows[static_cast<std::size_t>(members.back())];
+        isWrong = isWrong || !row.getModel().is(model->handle);
       }
+      starts.push_back(static_cast<VakInt>(members.size()));
     }
-    VakEndAll(objects);
-    for (VakExtractableI* key : strike(vars)) {
-      const Row& row = _world.rows.at(key);
-      if (!row.isObjective && !row.isKept) rows.insert(key);
-    }
-    for (VakExtractableI* key : rows) forgetRow(key);
-    for (VakExtractableI* key : vars) {
-      _world.vars.erase(key);
-      std::erase(_world.varOrder, key);
+    std::vector<VakNumVar> made(count);
+    const bool isDone = _world.attemptUnless(isWrong, [&] {
+      model->handle.addColumns({count, lbs, ubs, kinds, objective, rows, {starts, members, coefs}},
+                               made);
+    });
+    if (!isDone) return;
+    for (std::size_t j = 0; j < count; ++j) {
+      planned[j].handle = made[j];
+      _world.vars.add(planned[j]);
+      model->vars.insert(idOf(made[j]));
+      for (auto i = static_cast<std::size_t>(starts[j]);
+           i < static_cast<std::size_t>(starts[j + 1]); ++i) {
+        FuzzRow& row = _world.rows.at(idOf(rows[static_cast<std::size_t>(members[i])]));
+        row.put(idOf(made[j]), row.terms[idOf(made[j])] + coefs[i]);
+      }
+      enterCost(*model, made[j], objective[j]);
     }
   }
-
-  void addMany() {
-    Model* model = anyModel();
-    if (model == nullptr) return;
-    if (_program.flag()) {
-      minimizeOrMaximize(*model);
-      return;
+  void enterCost(const FuzzModel& model, VakNumVar x, VakNum cost) {
+    if (cost == 0) return;
+    FuzzRow* row = _world.objectiveOf(model);
+    if (row == nullptr) {
+      FuzzRow fresh;
+      fresh.handle = model.handle.getObjective();
+      fresh.isObjective = true;
+      row = &enterMember(fresh, model);
     }
-    if (_world.rows.size() >= Most) return;
+    row->put(idOf(x), cost);
+  }
+
+  void addRows() {
+    FuzzModel* model = _world.anyModel();
+    if (model == nullptr || _world.rows.size() >= ModelWorld::Most) return;
     std::vector<VakNumVar> columns;
-    for (const auto x : _world.varOrder) columns.push_back(_world.vars.at(x).handle);
+    for (const auto x : _world.vars.order()) columns.push_back(_world.vars.at(x).handle);
     std::vector<VakInt> starts{0};
     std::vector<int> members;
     std::vector<VakNum> coefs;
     VakRows rows;
     rows.count = static_cast<std::size_t>(_program.below(4));
-    std::vector<Row> expected(rows.count);
-    for (Row& row : expected) {
+    std::vector<FuzzRow> planned(rows.count);
+    for (FuzzRow& row : planned) {
       row.lb = -VakGetInfinity();
       row.ub = VakGetInfinity();
       for (int n = columns.empty() ? 0 : _program.below(6); n > 0; --n) {
         const int j = _program.byte() % static_cast<int>(columns.size());
         members.push_back(j);
-        coefs.push_back(_program.below(5) - 2);
+        coefs.push_back(_world.anyCoef());
         row.terms[idOf(columns[static_cast<std::size_t>(j)])] += coefs.back();
       }
       std::erase_if(row.terms, [](const auto& t) { return t.second == 0; });
@@ -474,133 +252,206 @@ class Models {
     rows.columns = columns;
     rows.matrix = {starts, members, coefs};
     std::vector<VakConstraint> made(rows.count);
-    if (!attempt([&] { model->handle.addRows(rows, made); })) return;
+    if (!_world.attempt([&] { model->handle.addRows(rows, made); })) return;
     for (std::size_t i = 0; i < made.size(); ++i) {
-      expected[i].handle = made[i];
-      expected[i].model = idOf(model->handle);
-      enterRow(expected[i]);
-      join(expected[i]);
+      planned[i].handle = made[i];
+      enterMember(planned[i], *model);
     }
   }
-  void minimizeOrMaximize(Model& model) {
-    Row* row = objectiveOf(model);
-    if (row == nullptr && _world.rows.size() >= Most) return;
-    const VakExpr expr = anyExpr();
+
+  void replaceObjective() {
+    FuzzModel* model = _world.anyModel();
+    if (model == nullptr) return;
+    FuzzRow* row = _world.objectiveOf(*model);
+    const VakExpr expr = _world.anyExpr();
     const bool isMaximized = _program.flag();
     VakObjective made;
-    const bool isDone = attempt(
-        [&] { made = isMaximized ? model.handle.maximize(expr) : model.handle.minimize(expr); });
+    const bool isDone = _world.attempt(
+        [&] { made = isMaximized ? model->handle.maximize(expr) : model->handle.minimize(expr); });
     if (!isDone) return;
-    Row fresh = row == nullptr ? Row() : *row;
-    fresh.handle = made;
-    fresh.isObjective = true;
-    fresh.isMaximized = isMaximized;
-    fresh.lb = expr.getConstant();
-    fresh.terms = termsOf(expr);
-    fresh.model = idOf(model.handle);
     if (row == nullptr) {
-      enterRow(fresh);
-    } else {
-      VAK_FUZZ_REQUIRE(idOf(row->handle) == idOf(made));
-      *row = fresh;
+      FuzzRow fresh;
+      fresh.handle = made;
+      fresh.isObjective = true;
+      row = &enterMember(fresh, *model);
     }
-    join(fresh);
+    VAK_FUZZ_REQUIRE(idOf(row->handle) == idOf(made));
+    row->isMaximized = isMaximized;
+    row->lb = expr.getConstant();
+    row->terms = ModelWorld::termsOf(expr);
+    _world.join(*row);
   }
 
-  // A copy of a model is compared with its original and ended, with its variables.
-  void copy() {
-    Model* model = anyModel();
+  // ---- Removing ---------------------------------------------------------------------------------
+
+  void removeRow() {
+    const FuzzModel* model = _world.anyModel();
+    FuzzRow* row = _world.anyRow();
+    if (model == nullptr || row == nullptr) return;
+    const bool isDone = _world.attemptUnless(row->model != idOf(model->handle), [&] {
+      row->isObjective ? model->handle.remove(row->objective())
+                       : model->handle.remove(row->constraint());
+    });
+    if (isDone) row->model = nullptr;
+  }
+  void removeRows() {
+    const FuzzModel* model = _world.anyModel();
     if (model == nullptr) return;
-    const VakInt before = countObjects();
-    {
-      VakCopier copier(_env);
-      VakModel made = copier.copy(model->handle);
-      VAK_FUZZ_REQUIRE(made.getVariableCount() == model->handle.getVariableCount());
-      VAK_FUZZ_REQUIRE(made.getConstraintCount() == model->handle.getConstraintCount());
-      VAK_FUZZ_REQUIRE(made.getTermCount() == model->handle.getTermCount());
-      for (const auto& [key, row] : _world.rows) {
-        if (row.model != idOf(model->handle)) continue;
-        VakLinear copied;
-        if (row.isObjective) {
-          copied = copier.getCopy(VakObjective::From(row.handle));
-        } else {
-          copied = copier.getCopy(VakConstraint::From(row.handle));
-        }
-        VAK_FUZZ_REQUIRE(copied.getTermCount() == static_cast<VakInt>(row.terms.size()));
-        for (const auto& [x, coef] : row.terms) {
-          const VakNumVar y = copier.getCopy(_world.vars.at(x).handle);
-          VAK_FUZZ_REQUIRE(copied.getCoef(y) == coef);
-        }
+    std::vector<VakConstraint> some;
+    bool isWrong = false;
+    for (int n = _program.below(4); n > 0; --n) {
+      const FuzzRow* row = _world.anyConstraint();
+      if (row == nullptr) continue;
+      isWrong = isWrong || row->model != idOf(model->handle) ||
+                std::find(some.begin(), some.end(), row->constraint()) != some.end();
+      some.push_back(row->constraint());
+    }
+    if (!_world.attemptUnless(isWrong, [&] { model->handle.remove(some); })) return;
+    for (const VakConstraint c : some) _world.rows.at(idOf(c)).model = nullptr;
+  }
+  void removeVars() {
+    FuzzModel* model = _world.anyModel();
+    if (model == nullptr) return;
+    std::vector<VakNumVar> some;
+    bool isWrong = false;
+    for (int n = _program.below(4); n > 0; --n) {
+      const FuzzVar* x = _world.anyVar();
+      if (x == nullptr) return;
+      isWrong = isWrong || model->vars.count(idOf(x->handle)) == 0 ||
+                std::any_of(some.begin(), some.end(),
+                            [x](VakNumVar other) { return other.is(x->handle); });
+      some.push_back(x->handle);
+    }
+    const bool isSingle = some.size() == 1;
+    const bool isDone = _world.attemptUnless(
+        isWrong, [&] { isSingle ? model->handle.remove(some[0]) : model->handle.remove(some); });
+    if (!isDone) return;
+    for (const VakNumVar x : some) {
+      model->vars.erase(idOf(x));
+      for (auto& [key, row] : _world.rows) {
+        if (row.model == idOf(model->handle)) row.terms.erase(idOf(x));
       }
-      _scope.check();
-      std::vector<VakExtractable> all{made};
-      for (const VakNumVar x : made.variables()) all.push_back(x);
-      VakEndAll(all);
     }
-    VAK_FUZZ_REQUIRE(countObjects() == before);
-  }
-  [[nodiscard]] VakInt countObjects() const {
-    const VakIdManager* ids = _env.getImpl()->_idManager;
-    VakInt count = 0;
-    for (VakInt id = 0; id < ids->_size; ++id) count += ids->isLive(id) ? 1 : 0;
-    return count;
   }
 
-  // ---- Comparing --------------------------------------------------------------------------------
+  void removeFromAll() {
+    std::vector<VakExtractable> objects;
+    for (int n = 1 + _program.below(3); n > 0; --n) {
+      const VakExtractable object = _world.anyObject();
+      if (!object.isEmpty()) objects.push_back(object);
+    }
+    if (objects.size() == 1) {
+      objects[0].removeFromAll();
+    } else {
+      VakRemoveAllFromAll(objects);
+    }
+    std::set<VakExtractableI*> removed;
+    for (const VakExtractable object : objects) removed.insert(idOf(object));
+    // What they hold of one another stays; a model loses its rows and keeps its variables.
+    for (auto& [key, row] : _world.rows) {
+      if (removed.count(key) != removed.count(row.model)) row.model = nullptr;
+    }
+    _world.strike(removed, removed);
+  }
 
-  void compare() {
-    for (const auto& [key, x] : _world.vars) {
-      VAK_FUZZ_REQUIRE(x.handle.getLB() == x.lb && x.handle.getUB() == x.ub);
-      VAK_FUZZ_REQUIRE(x.handle.getKind() == x.kind);
+  // One removal of objects of all classes, some of which go with others.
+  void endSome() {
+    std::vector<VakExtractable> objects;
+    for (int n = 1 + _program.below(3); n > 0; --n) {
+      const VakExtractable object = _world.anyObject();
+      if (_world.models.holds(idOf(object)) && _program.below(4) != 0) continue;
+      objects.push_back(object);
     }
-    for (const auto& [key, row] : _world.rows) compareRow(row);
-    for (const auto& [key, model] : _world.models) compareModel(model);
-  }
-  void compareRow(const Row& row) const {
-    VAK_FUZZ_REQUIRE(idOf(row.handle.getModel()) == row.model);
-    Terms terms;
-    for (const VakTerm term : row.handle.terms()) terms[idOf(term.var)] = term.coef;
-    VAK_FUZZ_REQUIRE(terms == row.terms);
-    VAK_FUZZ_REQUIRE(row.handle.getTermCount() == static_cast<VakInt>(terms.size()));
-    if (row.isObjective) {
-      const VakObjective objective = VakObjective::From(row.handle);
-      VAK_FUZZ_REQUIRE(objective.getConstant() == row.lb);
-      VAK_FUZZ_REQUIRE((objective.getSense() == VakSense::Maximize) == row.isMaximized);
-      return;
+    std::set<VakExtractableI*> gone;
+    for (const VakExtractable object : objects) gone.insert(idOf(object));
+    gone.erase(nullptr);
+    if (objects.size() == 1) {
+      objects[0].end();
+      VAK_FUZZ_REQUIRE(objects[0].isEmpty());
+    } else {
+      VakEndAll(objects);
     }
-    const VakConstraint constraint = VakConstraint::From(row.handle);
-    VAK_FUZZ_REQUIRE(constraint.getLB() == row.lb && constraint.getUB() == row.ub);
-    VAK_FUZZ_REQUIRE(constraint.isKeptWhenEmpty() == row.isKept);
+    forget(gone);
   }
-  void compareModel(const Model& model) {
-    std::set<VakExtractableI*> vars;
-    for (const VakNumVar x : model.handle.variables()) vars.insert(idOf(x));
-    VAK_FUZZ_REQUIRE(vars == model.vars);
-    VAK_FUZZ_REQUIRE(model.handle.getVariableCount() == static_cast<VakInt>(vars.size()));
-    std::set<VakExtractableI*> constraints;
-    for (const VakConstraint c : model.handle.constraints()) constraints.insert(idOf(c));
-    std::set<VakExtractableI*> expected;
+  void forget(std::set<VakExtractableI*> gone) {
     for (const auto& [key, row] : _world.rows) {
-      if (!row.isObjective && row.model == idOf(model.handle)) expected.insert(key);
+      if (row.model != nullptr && gone.count(row.model) > 0) gone.insert(key);
     }
-    VAK_FUZZ_REQUIRE(constraints == expected);
-    const Row* objective = objectiveOf(model);
-    VAK_FUZZ_REQUIRE(idOf(model.handle.getObjective()) ==
-                     (objective == nullptr ? nullptr : idOf(objective->handle)));
-    VAK_FUZZ_SOUND(model.handle.check());
+    for (VakExtractableI* key : _world.strike(gone)) {
+      const FuzzRow& row = _world.rows.at(key);
+      if (!row.isObjective && !row.isKept) gone.insert(key);
+    }
+    for (VakExtractableI* key : gone) {
+      if (_world.vars.holds(key)) _world.forgetVar(key);
+      if (_world.rows.holds(key)) _world.forgetRow(key);
+      if (_world.models.holds(key)) _world.forgetModel(key);
+      if (_world.stored.holds(key)) _world.forgetStored(key);
+    }
   }
 
+  ModelWorld& _world;
   VakFuzzProgram& _program;
-  VakFuzzEnv _scope;
-  VakEnv _env;
-  Listener* _listener = nullptr;  ///< Ends with the environment.
-  World _world;
 };
+
+/// Algorithms come, take models, solve and go.
+void changeAlgorithms(ModelWorld& world) {
+  if (world.program.below(4) == 0) {
+    world.listener->isAttached() ? world.listener->detach() : world.listener->attach();
+    return;
+  }
+  if (world.mirror == nullptr) {
+    world.mirror = new MirrorAlgorithm(world.env);
+  }
+  switch (world.program.below(5)) {
+    case 0:
+    case 1:
+      if (const FuzzModel* model = world.anyModel(); model != nullptr) {
+        world.mirror->extract(model->handle);
+        world.mirrored = ModelWorld::idOf(model->handle);
+      }
+      break;
+    case 2:
+      world.mirror->clear();
+      world.mirrored = nullptr;
+      break;
+    case 3:
+      world.mirror->end();
+      world.mirror = nullptr;
+      world.mirrored = nullptr;
+      break;
+    default:
+      if (world.mirrored == nullptr) break;
+      VAK_FUZZ_REQUIRE(world.mirror->solve() == VakStatus::Optimal);
+      for (const VakNumVar x : world.mirror->getModel().variables()) {
+        VAK_FUZZ_REQUIRE(world.mirror->getValue(x) == x.getLB());
+      }
+  }
+}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   VakFuzzProgram program(data, size);
-  Models(program).run();
+  ModelWorld world(program);
+  while (!program.isOver()) {
+    switch (program.below(8)) {
+      case 0:
+      case 1:
+      case 2:
+      case 3:
+        ModelObjects(world).step();
+        break;
+      case 4:
+      case 5:
+        ModelChanges(world).step();
+        break;
+      case 6:
+        ModelCopies(world).step();
+        break;
+      default:
+        changeAlgorithms(world);
+    }
+    world.compare();
+  }
   return 0;
 }

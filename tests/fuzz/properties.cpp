@@ -31,9 +31,8 @@ using ExpectedSet = std::vector<ExpectedRef>;  ///< Newest first.
 
 class Properties {
  public:
-  explicit Properties(VakFuzzProgram& program) : _program(program), _scope(program) {
-    _env = _scope.env;
-  }
+  explicit Properties(VakFuzzProgram& program)
+      : _program(program), _scope(program), _env(_scope.env) {}
   ~Properties() noexcept(false) {
     for (Slot& slot : _slots) endSet(slot);
     for (ExpectedRef& loose : _loose) {

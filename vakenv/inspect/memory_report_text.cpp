@@ -21,6 +21,9 @@ constexpr int NameWidth = 36;
 // The table is put together here, so that neither flags of the user's stream change it nor it them.
 class Table {
  public:
+  // Else lines that there is no memory for would be left out unseen.
+  Table() { _text.exceptions(std::ios::badbit); }
+
   void line(const char* name, std::initializer_list<VakInt> numbers) {
     line(std::string(name), numbers);
   }

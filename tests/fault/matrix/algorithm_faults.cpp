@@ -97,6 +97,19 @@ const std::vector<VakFaultOperation> _operations = {
                          return w.checkProblem();
                        }};
      }},
+    {"end an algorithm that is solving", "VakModelAlgorithmI::end VakModelAlgorithmI::solve",
+     [](VakStage& s) {
+       auto& w = s.keep<Solved>(s);
+       w.algorithm->extract(w.m);
+       w.m.add(w.loose);
+       w.algorithm->onRun = [&w] {
+         std::exchange(w.algorithm, nullptr)->end();
+         VakFailingCallback::Tick();
+       };
+       return VakScene{.act = [&w] {
+         if (w.algorithm != nullptr) static_cast<void>(w.algorithm->solve());
+       }};
+     }},
     {"read a solution",
      "VakModelAlgorithmI::getValue VakModelAlgorithmI::getObjectiveValue "
      "VakModelAlgorithmI::hasSolution VakModelAlgorithmI::makeModelEvaluator "

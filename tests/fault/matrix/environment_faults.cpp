@@ -129,20 +129,23 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"take and give back environment memory",
      "VakEnvI::allocate VakEnvI::giveBack VakAllocateIn VakFreeIn VakEnvMemory::take "
-     "VakEnvMemory::giveBack",
+     "VakEnvMemory::giveBack VakNamedEnvMemory::take VakNamedEnvMemory::giveBack",
      [](VakStage& s) {
-       auto& blocks = s.keep<std::array<void*, 3>>();
+       auto& blocks = s.keep<std::array<void*, 4>>();
        return VakScene{.act =
                            [&] {
                              if (blocks[0] == nullptr) blocks[0] = s->allocate(40);
                              if (blocks[1] == nullptr) blocks[1] = VakAllocateIn(s.impl(), 4000);
-                             blocks[2] = VakEnvMemory{s.impl()}.take(400000);
+                             if (blocks[2] == nullptr)
+                               blocks[2] = VakEnvMemory{s.impl()}.take(400000);
+                             blocks[3] = VakNamedEnvMemory{s.impl()}.take(80);
                            },
                        .undo =
                            [&] {
                              s->giveBack(blocks[0], 40);
                              VakFreeIn(s.impl(), blocks[1], 4000);
                              VakEnvMemory{s.impl()}.giveBack(blocks[2], 400000);
+                             VakNamedEnvMemory{s.impl()}.giveBack(blocks[3], 80);
                            },
                        .mayKeep = "the blocks that were taken before are held"};
      }},

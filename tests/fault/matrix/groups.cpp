@@ -2,10 +2,12 @@
 
 std::vector<VakFaultGroup> VakFaultGroups() {
   return {
-      VakPoolFaults(),       VakEnvironmentFaults(), VakMemoryFaults(),   VakTableFaults(),
-      VakArrayFaults(),      VakSupportFaults(),     VakUtilityFaults(),  VakPropertyFaults(),
-      VakPlugInFaults(),     VakDomainFaults(),      VakRegistryFaults(), VakRemovalFaults(),
-      VakVariableFaults(),   VakExpressionFaults(),  VakModelFaults(),    VakAlgorithmFaults(),
-      VakInspectionFaults(),
+      VakPoolFaults(),        VakEnvironmentFaults(), VakMemoryFaults(),
+      VakTableFaults(),       VakArrayFaults(),       VakSupportFaults(),
+      VakUtilityFaults(),     VakPropertyFaults(),    VakPropertyOwnerFaults(),
+      VakPlugInFaults(),      VakDomainFaults(),      VakRegistryFaults(),
+      VakRemovalFaults(),     VakVariableFaults(),    VakExpressionFaults(),
+      VakModelFaults(),       VakAlgorithmFaults(),   VakReferenceFaults(),
+      VakConvenienceFaults(), VakInspectionFaults(),  VakReportFaults(),
   };
 }

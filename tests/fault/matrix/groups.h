@@ -12,6 +12,7 @@
 [[nodiscard]] VakFaultGroup VakSupportFaults();
 [[nodiscard]] VakFaultGroup VakUtilityFaults();
 [[nodiscard]] VakFaultGroup VakPropertyFaults();
+[[nodiscard]] VakFaultGroup VakPropertyOwnerFaults();
 [[nodiscard]] VakFaultGroup VakPlugInFaults();
 [[nodiscard]] VakFaultGroup VakRegistryFaults();
 [[nodiscard]] VakFaultGroup VakRemovalFaults();
@@ -21,6 +22,9 @@
 [[nodiscard]] VakFaultGroup VakModelFaults();
 [[nodiscard]] VakFaultGroup VakAlgorithmFaults();
 [[nodiscard]] VakFaultGroup VakInspectionFaults();
+[[nodiscard]] VakFaultGroup VakReferenceFaults();
+[[nodiscard]] VakFaultGroup VakConvenienceFaults();
+[[nodiscard]] VakFaultGroup VakReportFaults();
 
 /// All groups, in the order of the table.
 [[nodiscard]] std::vector<VakFaultGroup> VakFaultGroups();

@@ -79,6 +79,13 @@ const std::vector<VakFaultOperation> _operations = {
                        },
                        .mayKeep = "lists of the model keep the room they got"};
      }},
+    {"change sense, terms and constant of an objective", "VakObjectiveI::setAll VakLinear::checked",
+     [](VakStage& s) {
+       return VakChangeModel(s, [](VakModelWorld& w) {
+         if (w.o.checked() != w.o.getImpl()) throw std::logic_error("an object");
+         w.o.getImpl()->setAll(VakSense::Minimize, w.z + 5 * w.x + 2);
+       });
+     }},
     {"add several constraints", "VakModel::add",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) {
@@ -298,6 +305,23 @@ const std::vector<VakFaultOperation> _operations = {
          w.m.getImpl()->removeHidden(0);
          slot = y;
          if (w.c.getTermCount() != 1) throw std::logic_error("a term");
+       }};
+     }},
+    {"take the right to change a model", "VakMembershipI::VakMembershipI",
+     [](VakStage& s) {
+       auto& w = s.keep<VakModelWorld>(s);
+       return VakScene{.act = [&w] {
+         const VakMembershipI ofNone(nullptr);
+         for (int round = 0; round < 2; ++round) {
+           const VakMembershipI right(w.m.getImpl());
+           bool isRefused = false;
+           try {
+             w.m.add(w.z);
+           } catch (const VakModelError&) {
+             isRefused = true;
+           }
+           if (!isRefused) throw std::logic_error("two changes at once");
+         }
        }};
      }},
     {"let variables join and leave a model",

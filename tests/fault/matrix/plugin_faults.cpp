@@ -18,6 +18,21 @@ bool isFiled(const VakPlugIn* plugIn, const VakPlugInManager::VakCell* cell) {
   return false;
 }
 
+// Counts what it is told, and how often that is what was taken back.
+class CountingAlgorithm final : public VakUserAlgorithm {
+ public:
+  explicit CountingAlgorithm(VakEnvI* env) : VakUserAlgorithm(env) {}
+  using VakUserAlgorithm::change;
+  void change(const VakChange& change, const VakExtractableI* e) override {
+    ++_told;
+    if (VakIsReportingAgain()) ++_toldAgain;
+    VakUserAlgorithm::change(change, e);
+  }
+
+  int _told = 0;
+  int _toldAgain = 0;
+};
+
 const std::vector<VakFaultOperation> _operations = {
     {"make a cell for a name", "VakPlugInManager::findOrCreateCell VakPlugInManager::findCell",
      [](VakStage& s) {
@@ -147,17 +162,26 @@ const std::vector<VakFaultOperation> _operations = {
          if (walk.next() != first->next || !watch.isGone()) throw std::logic_error("a walk");
        }};
      }},
-    {"report a change to whoever listens", "VakHasListeners VakReport VakReportAgain",
+    {"report a change to whoever listens",
+     "VakHasListeners VakReport VakReportAgain VakIsReportingAgain",
      [](VakStage& s) {
        managerOf(s).addNotified(VakCreate<VakUserNotified>(s.impl()));
        VakUserNode* node = VakCreate<VakUserNode>(s.impl());
+       auto* counting = new CountingAlgorithm(s.impl());
        return VakScene{.act =
-                           [&s, node] {
+                           [&s, node, counting] {
+                             counting->_told = 0;
+                             counting->_toldAgain = 0;
                              if (!VakHasListeners(s.impl())) throw std::logic_error("nobody");
                              VakReport(s.impl(), node, VakUserChange());
                              VakReport(s.impl(), nullptr, VakUserChange());
                              VakReportAgain(s.impl(), node, VakUserChange());
                            },
+                       .afterSuccess = [counting]() -> std::string {
+                         return counting->_told == 2 && counting->_toldAgain == 1
+                                    ? ""
+                                    : "an algorithm was left out";
+                       },
                        .mayAbsorb = "what is thrown while a change is taken back is dropped"};
      }},
 };

@@ -8,6 +8,10 @@ namespace {
 constexpr const char* Construction =
     "A construction that fails releases the embedded members, and with them the pool; the service "
     "objects of steps that were over stay on the heap.";
+constexpr const char* LifeCell =
+    "Where the life of an environment is noted can be read for ever, so it is never given back; "
+    "the "
+    "next environment has it, also when nothing fails.";
 constexpr const char* SetClone =
     "What was cloned so far stays in the environment's memory when a copy fails; makeDeepCopy "
     "leaves nothing.";
@@ -20,6 +24,11 @@ constexpr const char* Refusal =
 constexpr VakPrescribedLeak _leaks[] = {
     {"create an environment", VakFaultKind::Heap, Construction},
     {"create an environment", VakFaultKind::Pool, Construction},
+    {"own a new environment", VakFaultKind::Heap, Construction},
+    {"own a new environment", VakFaultKind::Pool, Construction},
+    {"note the life of an environment when no cell is free", VakFaultKind::Heap, LifeCell},
+    {"note the life of an environment when no cell is free", VakFaultKind::Pool, LifeCell},
+    {"note the life of an environment when no cell is free", VakFaultKind::Callback, LifeCell},
     {"clone a property set", VakFaultKind::Heap, SetClone},
     {"clone a property set", VakFaultKind::Pool, SetClone},
     {"clone a property set", VakFaultKind::Callback, SetClone},

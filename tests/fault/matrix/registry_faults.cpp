@@ -34,6 +34,11 @@ struct Net {
   VakUserNode* top;
 };
 
+// An object that removals find although it is made in thread-safe mode.
+struct SlottedNode final : VakUserNode {
+  explicit SlottedNode(VakEnvI* env) : VakUserNode(env) { enterSlot(); }
+};
+
 // Clones of a failed operation stay registered with their environment; they are deleted before the
 // next attempt, so that nothing but what the operation itself keeps is compared.
 void deleteFrom(VakEnvI* env, VakInt firstId) {
@@ -140,6 +145,25 @@ const std::vector<VakFaultOperation> _operations = {
                              delete node;
                            },
                        .mayKeep = "an object that could not be deleted, or its storage, is held"};
+     },
+     VakStageKind::ThreadSafe},
+    {"create an extractable that removals find in thread-safe mode",
+     "VakExtractableI::enterSlot VakEnvI::init",
+     [](VakStage& s) {
+       auto& node = s.keep<SlottedNode*>(nullptr);
+       return VakScene{.act = [&] { node = VakCreate<SlottedNode>(s.impl()); },
+                       .undo = [&] { delete node; },
+                       .afterFailure = [&]() -> std::string {
+                         const VakIdManager& ids = *s->_idManager;
+                         for (VakInt id = 0; id < ids._size; ++id) {
+                           if (ids.isLive(id)) return "half an object is registered";
+                         }
+                         return "";
+                       },
+                       .afterSuccess = [&]() -> std::string {
+                         return s->_idManager->isLive(node->id) ? "" : "the object is not found";
+                       },
+                       .mayKeep = "identifiers of objects that go in this mode stay booked"};
      },
      VakStageKind::ThreadSafe},
     {"unregister an extractable whose deleter fails", "VakEnvI::finit",

@@ -96,6 +96,24 @@ VakScene useTable(VakStage& s) {
           .afterSuccess = [&] { return checkTable(owned->table, 9); }};
 }
 
+template <class Owned>
+VakScene takeFromTable(VakStage& s) {
+  auto& owned = s.keep<std::unique_ptr<Owned>>(std::make_unique<Owned>(s));
+  for (VakInt key = 0; key < 10; ++key) owned->table.add(key, key * 2);
+  auto& value = s.keep<VakInt>(-1);
+  return {.act =
+              [&] {
+                if (owned->table.take(9, value) != VakHashDone) throw std::logic_error("not found");
+              },
+          .undo = [&] { owned.reset(); },
+          .afterFailure = [&]() -> std::string {
+            return value == -1 ? checkTable(owned->table, 10) : "a value was written";
+          },
+          .afterSuccess = [&]() -> std::string {
+            return value == 18 ? checkTable(owned->table, 9) : "the value";
+          }};
+}
+
 const std::vector<VakFaultOperation> _operations = {
     {"make a table of the heap", "VakHashTable::VakHashTable", makeTable<OwnedHeapTable>},
     {"fill a table of the heap", "VakChainedTable::add VakHashItem::VakHashItem*",
@@ -105,6 +123,8 @@ const std::vector<VakFaultOperation> _operations = {
      "VakChainedTable::find VakChainedTable::remove VakChainedTable::Iterator "
      "VakChainedTable::check",
      useTable<OwnedHeapTable>},
+    {"take a value out of a table of the heap", "VakChainedTable::take",
+     takeFromTable<OwnedHeapTable>},
     {"make a table of an environment", "VakEnvHashTable::VakEnvHashTable",
      makeTable<OwnedEnvTable>},
     {"make the buckets of a table of an environment", "VakEnvHashTable::create",
@@ -120,6 +140,8 @@ const std::vector<VakFaultOperation> _operations = {
      "VakChainedTable::operator-> VakHashItem::getKey VakHashItem::getValue VakHashItem::getNext "
      "VakHashItem::setKey VakHashItem::setValue VakHashItem::setNext",
      useTable<OwnedEnvTable>},
+    {"take a value out of a table of an environment", "VakChainedTable::take",
+     takeFromTable<OwnedEnvTable>},
     {"end a table and use it again", "VakChainedTable::end",
      [](VakStage& s) {
        auto& owned = s.keep<std::unique_ptr<OwnedEnvTable>>(std::make_unique<OwnedEnvTable>(s));

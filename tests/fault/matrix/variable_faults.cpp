@@ -108,11 +108,12 @@ const std::vector<VakFaultOperation> _operations = {
                            },
                        .mayKeep = "tables of the environment keep the room they got"};
      }},
-    {"look into an array of variables", "VakNumVarArray::begin VakNumVarArray::end",
+    {"look into an array of variables",
+     "VakNumVarArray::begin VakNumVarArray::end VakNumVarArray::getSize",
      [](VakStage& s) {
        VakNumVarArray array(s.env, 20, 0, 1);
        return VakScene{.act = [array] {
-         if (end(array) - begin(array) != 20) throw std::logic_error("an answer");
+         if (end(array) - begin(array) != array.getSize()) throw std::logic_error("an answer");
        }};
      }},
     {"ask a variable about itself",

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+#include <string>
 #include <vector>
+
+#include "tests/support/failing_new.h"
 
 namespace {
 
@@ -21,6 +25,17 @@ std::string walk(const Link* first, std::vector<const Link*>& visited) {
 
 TEST(VakFaultText, PutsItsPartsOneAfterTheOther) {
   EXPECT_EQ(VakFaultText("slot ", 5, " of ", 2.5), "slot 5 of 2.5");
+}
+
+TEST(VakFaultText, ThrowsInsteadOfLeavingOutWhatThereIsNoMemoryFor) {
+  const std::string part(40, 'x');
+  std::string text;
+  const long failures = VakFailEachNew([&] { text = VakFaultText(part, 5, part); },
+                                       [](const std::exception_ptr& thrown) {
+                                         EXPECT_TRUE(VakIsException<std::bad_alloc>(thrown));
+                                       });
+  EXPECT_GT(failures, 1);
+  EXPECT_EQ(text, part + "5" + part);
 }
 
 TEST(VakNameFault, NamesOnlyWhatIsBroken) {

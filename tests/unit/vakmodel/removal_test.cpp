@@ -79,6 +79,19 @@ TEST_F(Removal, WithoutDestructionLeavesEverythingAlive) {
   EXPECT_EQ(m.check(), "");
 }
 
+TEST_F(Removal, WithoutDestructionLeavesWhatTheRemovedObjectsHoldOfOneAnother) {
+  VakConstraint c = m.add(x + y <= 3, "c");
+  VakConstraint d = m.add(x + y >= 1, "d");
+  VakRemoveAllFromAll(std::vector<VakExtractable>{x, c});
+  EXPECT_EQ(VakTextOf(c), "c: x + y <= 3");
+  EXPECT_EQ(VakTextOf(m), "d: y >= 1\ny in [0, inf]\n");
+  VakRemoveAllFromAll(std::vector<VakExtractable>{m, d});
+  EXPECT_EQ(VakTextOf(m), "d: y >= 1\ny in [0, inf]\n");
+  m.add(c);
+  EXPECT_TRUE(m.contains(x));
+  EXPECT_EQ(m.check(), "");
+}
+
 TEST_F(Removal, OfAConstraintOrAnObjectiveTakesItOutOfTheModel) {
   VakConstraint c = m.add(x <= 3, "c");
   VakObjective o = m.minimize(x);

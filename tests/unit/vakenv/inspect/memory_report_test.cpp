@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <iomanip>
+#include <new>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/support/environment_mode.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test_algorithm.h"
 #include "vakenv/arrays.h"
@@ -250,6 +252,25 @@ TEST(VakMemoryReport, IsWrittenAsATable) {
             "  in use                                     576\n"
             "  obtained                                  4096\n"
             "  high water, at least                       700\n");
+}
+
+TEST(VakMemoryReport, ThrowsInsteadOfLeavingOutLinesThatThereIsNoMemoryFor) {
+  const VakMemoryReport report = sample();
+  std::ostringstream expected;
+  expected << report;
+  std::string text(expected.str().size(), ' ');
+  const long failures = VakFailEachNew(
+      [&] {
+        std::ostringstream out(text);  // Has the room already.
+        out.exceptions(std::ios::badbit);
+        out << report;
+        text = out.str();
+      },
+      [](const std::exception_ptr& thrown) {
+        EXPECT_TRUE(VakIsException<std::bad_alloc>(thrown));
+      });
+  EXPECT_GT(failures, 1);
+  EXPECT_EQ(text, expected.str());
 }
 
 TEST(VakMemoryReport, LeavesTheStreamAsItWas) {
