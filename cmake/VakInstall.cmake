@@ -100,3 +100,15 @@ install(
   FILES "${PROJECT_SOURCE_DIR}/LICENSE"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}"
   COMPONENT doc)
+
+find_program(VAK_GZIP gzip)
+mark_as_advanced(VAK_GZIP)
+
+# Compresses a file while configuring, as Debian wants it: as well as possible, without name and time.
+function(vak_compress file result)
+  execute_process(
+    COMMAND "${VAK_GZIP}" --best --no-name --stdout "${file}"
+    OUTPUT_FILE "${result}"
+    COMMAND_ERROR_IS_FATAL ANY)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
+endfunction()

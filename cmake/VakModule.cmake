@@ -46,11 +46,15 @@ endfunction()
 
 # Compiles a source of the library with descriptions for debuggers of all classes that it refers to, whole and
 # in every build; see vakenv/core/debugger.h. Compilers would otherwise leave a class to the object that has
-# its virtual table. No folder of the build is named.
+# its virtual table. No folder of the build is named. The source is one of TARGET, which is vak if not given.
 function(vak_describe_types source)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TARGET" "")
+  if(NOT arg_TARGET)
+    set(arg_TARGET vak)
+  endif()
   set_source_files_properties(
     ${source}
-    TARGET_DIRECTORY vak
+    TARGET_DIRECTORY ${arg_TARGET}
     PROPERTIES
       COMPILE_OPTIONS
       "-g;-gz;$<$<CXX_COMPILER_ID:GNU>:-femit-class-debug-always>;$<$<CXX_COMPILER_ID:Clang>:-fstandalone-debug>;-ffile-prefix-map=${PROJECT_BINARY_DIR}=.;-ffile-prefix-map=${PROJECT_SOURCE_DIR}=."

@@ -27,20 +27,11 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE vak)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_COMPONENTS_ALL "")
 
-find_program(VAK_GZIP gzip)
-mark_as_advanced(VAK_GZIP)
 # The day of the build, or that of SOURCE_DATE_EPOCH for packages that can be made again bit by bit.
 string(TIMESTAMP VAK_PACKAGE_DATE "%a, %d %b %Y 00:00:00 +0000" UTC)
 configure_file("${PROJECT_SOURCE_DIR}/packaging/debian/changelog.in"
                "${PROJECT_BINARY_DIR}/packaging/changelog" @ONLY)
 
-# Compresses a file as Debian wants it: as well as possible, without name and time.
-function(vak_compress file result)
-  execute_process(
-    COMMAND "${VAK_GZIP}" --best --no-name --stdout "${file}"
-    OUTPUT_FILE "${result}"
-    COMMAND_ERROR_IS_FATAL ANY)
-endfunction()
 if(VAK_GZIP)
   vak_compress("${PROJECT_BINARY_DIR}/packaging/changelog"
                "${PROJECT_BINARY_DIR}/packaging/changelog.Debian.gz")

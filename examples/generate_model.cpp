@@ -185,20 +185,10 @@ VakModel make(VakEnv env, const Task& task) {
   throw UsageError("\"" + task.kind + "\" is no kind of model");
 }
 
-/// Ends its environment with the scope, also when something throws.
-struct EnvScope {
-  EnvScope() = default;
-  ~EnvScope() { env.end(); }
-  EnvScope(const EnvScope&) = delete;
-  EnvScope& operator=(const EnvScope&) = delete;
-
-  VakEnv env;
-};
-
 void generate(const std::vector<std::string_view>& words) {
   const Task task = parse(words);
-  EnvScope scope;
-  const VakModel model = make(scope.env, task);
+  VakEnvOwner env;
+  const VakModel model = make(env, task);
   VakWriteModel(model, task.file.c_str());
   std::cout << task.file << ": " << model.getVariableCount() << " variables, "
             << model.getConstraintCount() << " constraints, " << model.getTermCount()

@@ -23,7 +23,7 @@ GIVES = re.compile(
     r"\bthrow\b|\b(?:Vak)?Throw\w*\(|\bException\(\"|\bVakException\(\"|\bnote\(|\bfault\(|\bwrite\(\s*\""
     r"|\b(?:TooFew|DangerousDeletion) =|\bVakAddFirstTwo|belongs to another environment than|make no sense: "
     r"|\bis (?:given back|handed out)\b|was written at byte|\breturn text.empty\(\) \? |\bout << \"> "
-    r"|\bconst std::string text = "
+    r"|\bconst std::string text = |\binOurWords\("
 )
 FORMAT = re.compile(r"%[-.0-9]*(?:l|z)?[a-zA-Z]")
 TABLE = re.compile(r"^\| message \| cause \| what to do \|\n\|---\|---\|---\|\n((?:\|.*\n)*)", re.MULTILINE)
@@ -62,6 +62,8 @@ def message_of(statement):
     texts = [text for text in texts if " " in text.strip() or text.endswith(".")]
     if not texts:
         return None
+    if "inOurWords(" in statement:  # what somebody else says, and what is said in its place
+        return texts[-1].strip()
     message = "…".join(texts).strip()
     return f"Named property <…{message}" if message.startswith(">") else message
 
@@ -76,9 +78,11 @@ def read_messages(root):
             for statement in statements(path.read_text(encoding="utf-8")):
                 if not GIVES.search(re.sub(r'"\s+"', "", statement)) or "static_assert" in statement:
                     continue
-                message = message_of(statement)
-                if message:
-                    messages.setdefault(message, set()).add(path.relative_to(root).as_posix())
+                # A table has several of these in one statement.
+                for part in re.split(r"(?=\binOurWords\()", statement):
+                    message = message_of(part)
+                    if message:
+                        messages.setdefault(message, set()).add(path.relative_to(root).as_posix())
     return messages
 
 

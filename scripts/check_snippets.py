@@ -3,8 +3,8 @@
 
 Every block marked cpp stands word for word, but for its indentation, in one of the programs below examples/; a
 block marked text stands in what one of them writes, which its test compares; a block marked cmake stands in one
-of the projects below tests/consumer/. Other blocks are marked too: sh for commands, console for a session that
-others test, diagram for drawings.
+of the projects below tests/consumer/. Other blocks are marked too: sh for commands and console for sessions, which
+tests/consumer/run_guide.py follows, and diagram for drawings.
 
 Prints one line per offence and ends with 1 if there is any.
 

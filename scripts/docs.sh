@@ -15,11 +15,18 @@ headers=$(PYTHONPATH=scripts python3 -c '
 from pathlib import Path
 from public_functions import headers
 print(" ".join(sorted({str(header.relative_to(Path.cwd())) for header in headers(Path.cwd())})))')
+# The pages of the guide in the order in which its first page lists them.
+# The words of the list are the arguments.
+# shellcheck disable=SC2046
+guide=$(printf 'docs/guide/%s ' index.md $(sed -n 's/^| \[.*\](\([a-z_]*\.md\)).*/\1/p' docs/guide/index.md))
+for page in docs/guide/*.md; do
+  [[ $guide == *"$page "* ]] || { echo "docs.sh: docs/guide/index.md does not list $page" >&2; exit 1; }
+done
 diagrams=$(printf '%s ' docs/diagrams/*.svg)
 
 rm -rf build/docs
 mkdir -p build/docs
-sed -e "s|@VERSION@|$version|" -e "s|@HEADERS@|$headers|" -e "s|@DIAGRAMS@|$diagrams|" docs/Doxyfile.in \
+sed -e "s|@VERSION@|$version|" -e "s|@GUIDE@|$guide|" -e "s|@HEADERS@|$headers|" -e "s|@DIAGRAMS@|$diagrams|" docs/Doxyfile.in \
   >build/docs/Doxyfile
 doxygen build/docs/Doxyfile
 echo "build/docs/html/index.html"

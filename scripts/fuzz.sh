@@ -4,7 +4,7 @@
 # found a fault; the input is then in build/fuzz/artifacts, and the log names it.
 #
 # usage: fuzz.sh [SECONDS [TARGET...]]       600 seconds for each target, all targets
-#        fuzz.sh --merge [TARGET...]         takes what was found into tests/fuzz/corpus, minimised
+#        fuzz.sh --merge [TARGET...]         takes what is worth most of what was found into tests/fuzz/corpus
 #
 # An input is run again with: build/fuzz/tests/fuzz/fuzz_replay_TARGET FILE
 set -euo pipefail
@@ -24,7 +24,7 @@ fi
 
 targets=("$@")
 if ((${#targets[@]} == 0)); then
-  for source in tests/fuzz/corpus/*/; do targets+=("$(basename "$source")"); done
+  mapfile -t targets < <(sed -nE 's/^ *vak_fuzz\(NAME ([a-z]+).*/\1/p' tests/fuzz/CMakeLists.txt)
 fi
 
 build_preset fuzz fuzzers
@@ -56,17 +56,21 @@ fuzz() {
   fi
 }
 
+# Of each target at most this many inputs are kept: the tests replay them in every build.
+most_inputs=28
+
 merge() {
-  local target=$1 merged
+  local target=$1 merged control=$PWD/build/logs/fuzz-merge-$1.txt
   merged=$(mktemp -d)
+  rm -f "$control"
+  mkdir -p "tests/fuzz/corpus/$target" "build/fuzz/corpus/$target" build/logs
   local options
   read -ra options < <(options_of "$target")
-  build/fuzz/tests/fuzz/"fuzz_$target" "${options[@]}" -merge=1 "$merged" "tests/fuzz/corpus/$target" \
-    "build/fuzz/corpus/$target" >"build/logs/fuzz-merge-$target.log" 2>&1
-  rm -rf "tests/fuzz/corpus/$target"
-  mv "$merged" "tests/fuzz/corpus/$target"
-  chmod 755 "tests/fuzz/corpus/$target"
-  echo "$target: $(find "tests/fuzz/corpus/$target" -type f | wc -l) inputs"
+  build/fuzz/tests/fuzz/"fuzz_$target" "${options[@]}" -set_cover_merge=1 -use_counters=0 \
+    -merge_control_file="$control" "$merged" "tests/fuzz/corpus/$target" "build/fuzz/corpus/$target" \
+    >"build/logs/fuzz-merge-$target.log" 2>&1
+  rm -rf "$merged"
+  scripts/pick_corpus.py "$control" "tests/fuzz/corpus/$target" "$most_inputs"
 }
 
 if [[ $isMerge ]]; then

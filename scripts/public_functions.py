@@ -19,11 +19,9 @@ OPERATOR = r"operator\s*(?:\(\)|\[\]|->\*?|<=>|[-+*/%^&|~!=<>,]+|[A-Za-z_][\w:]*
 NAME_BEFORE_PARENTHESIS = re.compile(rf"({OPERATOR}|~?[A-Za-z_]\w*)\s*\(")
 
 
-def headers(root, without=()):
-    """The headers of both tiers, but for those of some modules."""
+def headers(root):
+    """The headers of both tiers."""
     for lists in sorted(root.glob("vak*/**/CMakeLists.txt")):
-        if lists.relative_to(root).parts[0] in without:
-            continue
         text = re.sub(r"#.*", "", lists.read_text(encoding="utf-8"))
         words = re.findall(r"[\w.]+", text)
         tier = None
@@ -134,9 +132,9 @@ def collect(body, scope, functions, hidden, public=True):
                 functions.add("::".join(scope + [name]))
 
 
-def public_functions(root, without=()):
+def public_functions(root):
     functions = set()
-    for header in headers(root, without):
+    for header in headers(root):
         collect(strip(header.read_text(encoding="utf-8")), [], functions, set())
     return functions
 

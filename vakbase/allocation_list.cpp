@@ -4,10 +4,15 @@
 #include <limits>
 #include <new>
 
+#include "vakbase/memory_ledger.h"
 #include "vakbase/poison.h"
 
 VakAllocationList::~VakAllocationList() {
-  while (_ring._next != &_ring) free(_ring._next + 1);
+  while (_ring._next != &_ring) {
+    void* element = _ring._next + 1;
+    if constexpr (VakChecksMemory) VakMemoryLedger::Abandon(element);
+    free(element);
+  }
 }
 
 void* VakAllocationList::alloc(long size) {

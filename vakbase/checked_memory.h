@@ -7,8 +7,10 @@
 // then reports at once
 //   - memory given back with another size than it was asked for with;
 //   - memory given back twice, to another environment, or that was never handed out;
-//   - bytes written behind the size asked for, when the memory is given back or a check looks;
-//   - bytes written after the memory was given back, when it is handed out again;
+//   - bytes written behind the size asked for, when the memory is given back, a check looks or the
+//     environment ends;
+//   - bytes written after the memory was given back, when it is handed out again, a check looks or
+//     the environment ends; with pooling only;
 // and an environment lists what was left in it when it ended. Sizes, alignment and usage counts of
 // elements are those of every other build; only the blocks are larger. The library and everything
 // that uses it must be compiled alike: the CMake target says so by itself.

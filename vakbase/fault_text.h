@@ -3,14 +3,16 @@
 // What functions share that prove invariants: texts that say what is broken, with the values that
 // show it, and a walk that survives broken lists.
 
+#include <locale>
 #include <sstream>
 #include <string>
 
-/// Returns the parts one after the other as a stream writes them; pointers as addresses.
-/// Throws std::bad_alloc.
+/// Returns the parts one after the other as a stream writes them, whatever locale the program has
+/// chosen; pointers as addresses. Throws std::bad_alloc.
 template <class... Parts>
 [[nodiscard]] std::string VakFaultText(const Parts&... parts) {
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   text.exceptions(std::ios::badbit);  // Else what there is no memory for is left out unseen.
   (text << ... << parts);
   return text.str();

@@ -43,15 +43,17 @@ void* VakFixedSizeAllocatorI::allocateBlock(VakMemory* memory) {
   return first;
 }
 
+#ifdef VAK_CHECKED_MEMORY
 // The slow path enters what it hands out itself.
 void* VakFixedSizeAllocatorI::allocateChecked(VakMemory* memory) {
   void* element = _free;
   if (element == nullptr) return allocateSlow(memory);
-  _free = LoadLink(element);
+  _free = VakMemoryLedger::GetLink(element);
+  VakMemoryLedger::Take(memory, element, _elementSize, true);
   _bytesInUse += _elementSize;
-  if constexpr (VakChecksMemory) VakMemoryLedger::Take(memory, element, _elementSize, true);
   return element;
 }
+#endif
 
 void* VakFixedSizeAllocatorI::allocateSlow(VakMemory* memory) {
   if (_pooled != 0) {

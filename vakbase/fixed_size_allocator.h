@@ -66,7 +66,7 @@ class VakFixedSizeAllocatorI {
   /// Does the same for a caller who knows the element size of this allocator.
   void deallocate(void* element, long elementSize) {
     if constexpr (VakChecksMemory) {
-      if (!VakMemoryLedger::GiveBack(element, elementSize)) return;
+      if (!VakMemoryLedger::GiveBack(element, elementSize, _free)) return;
     }
     if (_pooled == 0) [[unlikely]] {
       deallocateToList(element);

@@ -22,6 +22,7 @@ std::ostream* VakSetLeftoverStream(std::ostream* /*stream*/) { return nullptr; }
 #include <utility>
 
 #include "vakbase/fault_text.h"
+#include "vakbase/fixed_size_allocator.h"
 
 namespace {
 
@@ -52,8 +53,10 @@ struct Record {
   long size = 0;                         // asked for
   long elementSize = 0;                  // of the class
   const std::type_info* type = nullptr;  // null when not known
+  const void* link = nullptr;            // what follows it in the free list since it was given back
   bool isLive = false;                   // false once it was given back
   bool isPooled = false;                 // its memory stays with the pool
+  bool isGone = false;                   // its memory ended with its list while it was in use
 };
 
 template <class K, class V>
@@ -87,7 +90,7 @@ Found find(Book& book, const void* element) {
   Found found;
   for (auto& [pool, page] : book.pages) {
     const auto entry = page.find(element);
-    if (entry == page.end()) continue;
+    if (entry == page.end() || entry->second.isGone) continue;
     found = {pool, &entry->second};
     if (entry->second.isLive) return found;
   }
@@ -140,6 +143,30 @@ std::string findOverrun(const void* element, const Found& found) {
   return VakFaultText(describe(element, found), " was written at byte ", hurt);
 }
 
+// Which byte of a pooled element was written after it was given back; an empty text for none.
+std::string findLateWrite(const void* element, const Found& found) {
+  const unsigned char* link = bytesOf(element);
+  long hurt = std::mismatch(link, link + LinkBytes, bytesOf(&found.record->link)).first - link;
+  const long end = found.record->elementSize;
+  if (hurt == LinkBytes) hurt = firstOther(element, LinkBytes, end, FreeByte);
+  if (hurt == end) return "";
+  return VakFaultText(describe(element, found), " was written at byte ", hurt,
+                      " after it was given back");
+}
+
+// What is hurt in an element or where it was; an empty text for nothing.
+VakMemoryDefect findHurt(const VakMemory* pool, const void* element, Record& record) {
+  VakMemoryDefect defect{VakMemoryFault::Overrun, element, ""};
+  if (record.isGone) return defect;
+  if (record.isLive) {
+    defect.text = findOverrun(element, {pool, &record});
+  } else if (record.isPooled) {
+    defect.fault = VakMemoryFault::UseAfterFree;
+    defect.text = findLateWrite(element, {pool, &record});
+  }
+  return defect;
+}
+
 }  // namespace
 
 VakMemoryDefectHandler VakSetMemoryDefectHandler(VakMemoryDefectHandler handler) {
@@ -152,27 +179,21 @@ std::ostream* VakSetLeftoverStream(std::ostream* stream) {
   return std::exchange(theBook().leftovers, stream);
 }
 
-// The link of a free element has been read by now, so only what lies behind it is held against what
-// was left there. What is not pooled may have served others of the heap meanwhile.
+// What is not pooled may have served others of the heap meanwhile.
 void VakMemoryLedger::Take(const VakMemory* pool, void* element, long elementSize, bool isPooled) {
   Book& book = theBook();
   Lock lock(book.lock);
   Record& record = book.pages[pool][element];
-  const Record before =
-      std::exchange(record, Record{elementSize, elementSize, nullptr, true, isPooled});
+  const Found found{pool, &record};
   std::string fault;
   VakMemoryFault kind = VakMemoryFault::TakenTwice;
-  const Found found{pool, &record};
-  if (before.isLive && before.isPooled) {
+  if (record.isLive && record.isPooled) {
     fault = describe(element, found) + " is handed out while it is in use";
-  } else if (before.isPooled && before.elementSize == elementSize) {
-    const long hurt = firstOther(element, LinkBytes, elementSize, FreeByte);
-    if (hurt != elementSize) {
-      kind = VakMemoryFault::UseAfterFree;
-      fault = VakFaultText(describe(element, found), " was written at byte ", hurt,
-                           " after it was given back");
-    }
+  } else if (record.isPooled && record.elementSize == elementSize) {
+    kind = VakMemoryFault::UseAfterFree;
+    fault = findLateWrite(element, found);
   }
+  record = Record{elementSize, elementSize, nullptr, nullptr, true, isPooled, false};
   fill(element, elementSize, elementSize + VakGuardBytes, GuardByte);
   if (!fault.empty()) report(lock, kind, element, std::move(fault));
 }
@@ -218,7 +239,7 @@ bool VakMemoryLedger::MayGiveBack(const VakMemory* pool, const void* element, lo
   return false;
 }
 
-bool VakMemoryLedger::GiveBack(void* element, long elementSize) {
+bool VakMemoryLedger::GiveBack(void* element, long elementSize, const void* link) {
   Book& book = theBook();
   Lock lock(book.lock);
   const Found found = find(book, element);
@@ -242,15 +263,47 @@ bool VakMemoryLedger::GiveBack(void* element, long elementSize) {
   text = findOverrun(element, found);
   found.record->isLive = false;
   found.record->type = nullptr;
+  found.record->link = link;
   fill(element, LinkBytes, elementSize, FreeByte);
   if (!text.empty()) report(lock, VakMemoryFault::Overrun, element, std::move(text));
   return true;
 }
 
-void VakMemoryLedger::Forget(const VakMemory* pool) noexcept {
+void* VakMemoryLedger::GetLink(const void* element) {
   Book& book = theBook();
   const Lock lock(book.lock);
-  book.pages.erase(pool);
+  const Found found = find(book, element);
+  if (found.record == nullptr || found.record->isLive || !found.record->isPooled) {
+    return VakFixedSizeAllocatorI::LoadLink(element);
+  }
+  return const_cast<void*>(found.record->link);
+}
+
+void VakMemoryLedger::Abandon(const void* element) noexcept {
+  Book& book = theBook();
+  Lock lock(book.lock);
+  const Found found = find(book, element);
+  if (found.record == nullptr || !found.record->isLive) return;
+  VakMemoryDefect hurt = findHurt(found.pool, element, *found.record);
+  found.record->isGone = true;
+  if (!hurt.text.empty()) report(lock, hurt.fault, element, std::move(hurt.text));
+}
+
+void VakMemoryLedger::Forget(const VakMemory* pool) noexcept {
+  Book& book = theBook();
+  Lock lock(book.lock);
+  const auto page = book.pages.find(pool);
+  if (page == book.pages.end()) return;
+  std::vector<VakMemoryDefect> defects;
+  for (auto& [start, record] : page->second) {
+    VakMemoryDefect hurt = findHurt(pool, start, record);
+    if (!hurt.text.empty()) defects.push_back(std::move(hurt));
+  }
+  book.pages.erase(page);
+  for (VakMemoryDefect& defect : defects) {
+    if (!lock.owns_lock()) lock.lock();
+    report(lock, defect.fault, defect.element, std::move(defect.text));
+  }
 }
 
 std::vector<VakMemoryLedger::Element> VakMemoryLedger::GetElements(const VakMemory* pool) {
@@ -272,8 +325,7 @@ std::string VakMemoryLedger::Check(const VakMemory* pool) {
   const auto page = book.pages.find(pool);
   if (page == book.pages.end()) return "";
   for (auto& [start, record] : page->second) {
-    if (!record.isLive) continue;
-    std::string fault = findOverrun(start, {pool, &record});
+    std::string fault = findHurt(pool, start, record).text;
     if (!fault.empty()) return fault;
   }
   return "";

@@ -41,15 +41,24 @@ class VakMemoryLedger {
 
   /// True when `element` may go back to `pool` as `size` bytes; else the misuse is reported.
   [[nodiscard]] static bool MayGiveBack(const VakMemory* pool, const void* element, long size);
-  /// Strikes an element of `elementSize` bytes that goes back. False when it may not, which is
-  /// reported; it stays in use then. An overrun is reported, and the element goes back.
-  [[nodiscard]] static bool GiveBack(void* element, long elementSize);
+  /// Strikes an element of `elementSize` bytes that goes back, to be linked to `link` if it is
+  /// pooled. False when it may not, which is reported; it stays in use then. An overrun is
+  /// reported, and the element goes back.
+  [[nodiscard]] static bool GiveBack(void* element, long elementSize, const void* link);
+  /// The link of a free element: the one it was given back with, where the program may have written
+  /// over it since, or the one that stands in it.
+  [[nodiscard]] static void* GetLink(const void* element);
+  /// Notes that the memory of an element in use ends with its list, and reports an overrun; nothing
+  /// when no pool handed it out.
+  static void Abandon(const void* element) noexcept;
 
-  /// Drops the page of a pool that ends.
+  /// Reports what was overrun, or written after it was given back, in a pool that ends, and drops
+  /// its page.
   static void Forget(const VakMemory* pool) noexcept;
   /// What is in use in a pool, in no particular order.
   [[nodiscard]] static std::vector<Element> GetElements(const VakMemory* pool);
-  /// An empty text if the guards of everything in use in `pool` are whole, else which is not.
+  /// An empty text if the guards of everything in use in `pool` are whole and nothing was written
+  /// where it was given back, else what is hurt.
   [[nodiscard]] static std::string Check(const VakMemory* pool);
   /// Writes what is in use in `pool` to the stream of VakSetLeftoverStream, under a heading, if
   /// there is anything.

@@ -8,7 +8,6 @@
 #include <CoinMpsIO.hpp>
 #include <CoinPackedMatrix.hpp>
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -22,12 +21,14 @@
 #include <vector>
 
 #include "vakenv/core/environment_impl.h"
+#include "vakmodel/model_impl.h"
 #include "vaksolver/file_format.h"
 #include "vaksolver/file_text.h"
 #include "vaksolver/files.h"
 #include "vaksolver/lp_scan.h"
 #include "vaksolver/messages.h"
 #include "vaksolver/mps_scan.h"
+#include "vaksolver/reader_text.h"
 
 namespace {
 
@@ -50,36 +51,8 @@ class FaultListener final : public CoinMessageHandler {
         std::strstr(messageBuffer(), "does not appear in objective function") != nullptr;
     if (currentMessage().externalNumber() < firstWarning || isHarmless) return 0;
     const VakInt line = numberIntFields() > 0 ? intValue(0) - _linesBefore : 0;
-    _fault->note(std::max<VakInt>(line, 0), Cleaned(messageBuffer()));
+    _fault->note(std::max<VakInt>(line, 0), VakExplainReaderText(messageBuffer()));
     return 0;
-  }
-
-  /// The text without the marks that the libraries put before and behind it.
-  [[nodiscard]] static std::string Cleaned(std::string text) {
-    for (const char* mark : {"### ERROR: ", "### "}) {
-      const auto at = text.find(mark);
-      if (at != std::string::npos) text.erase(0, at + std::strlen(mark));
-    }
-    // "Coin3002W " and the like.
-    if (text.rfind("Coin", 0) == 0 && text.find(' ') != std::string::npos) {
-      text.erase(0, text.find(' ') + 1);
-    }
-    // "Bad image at line 7 < UP BND x >" is of the reader's text, whose lines have other numbers.
-    const auto line = text.find(" at line ");
-    const auto image = line == std::string::npos ? line : text.find(" < ", line);
-    if (image != std::string::npos) {
-      text.replace(line, text.find_first_not_of(' ', image + 2) - line, ": ");
-    }
-    if (image != std::string::npos && text.size() > 2 && text.back() == '>')
-      text.resize(text.size() - 2);
-    if (text.rfind("Bad image", 0) == 0) text.replace(0, 9, "this cannot be understood");
-    // "CoinLpIO::readLp(): " and the like.
-    const auto scope = text.find("(): ");
-    if (scope != std::string::npos && text.find(' ') > scope) text.erase(0, scope + 4);
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
-    while (!text.empty() && (text.back() == ' ' || text.back() == '.')) text.pop_back();
-    return text.empty() ? "the file cannot be understood" : text;
   }
 
  private:
@@ -231,6 +204,7 @@ class Builder {
   template <class Reader>
   void addColumns(const Reader& reader) {
     const int count = reader.getNumCols();
+    _variables.reserve(static_cast<std::size_t>(count));
     for (int j = 0; j < count; ++j) {
       const char* name = reader.columnName(j);
       const VakNum lb = ToBound(reader.getColLower()[j]);
@@ -296,13 +270,13 @@ class Builder {
     _model.add(_objective);
   }
 
+  // Needs no memory, of which there may be none left. Nobody has got the model yet, so nobody is
+  // told that it goes.
   void undo() {
-    std::vector<VakExtractable> made;
-    made.insert(made.end(), _constraints.begin(), _constraints.end());
-    made.insert(made.end(), _variables.begin(), _variables.end());
-    made.push_back(_model);
-    if (!_objective.isEmpty()) made.push_back(_objective);
-    VakEndAll(made);
+    delete _objective.getImpl();
+    for (const VakConstraint c : _constraints) delete c.getImpl();
+    delete _model.getImpl();
+    for (const VakNumVar x : _variables) delete x.getImpl();
   }
 
   VakEnv _env;
@@ -352,9 +326,9 @@ VakModel readLp(VakEnv env, const char* file, const std::string& content) {
     reader.readLp(stream.get());
   } catch (const CoinError& error) {
     fault = {};
-    fault.note(stream.getFaultLine(), FaultListener::Cleaned(error.message()));
+    fault.note(stream.getFaultLine(), VakExplainReaderText(error.message()));
   } catch (const char* message) {
-    fault.note(stream.getFaultLine(), FaultListener::Cleaned(message));
+    fault.note(stream.getFaultLine(), VakExplainReaderText(message));
   }
   throwFault(file, fault);
   const char* name = reader.getProblemName();

@@ -3,7 +3,16 @@
 #include <utility>
 
 #include "vakenv/core/environment_impl.h"
+#include "vaksolver/debugger.h"
 #include "vaksolver/solver_impl.h"
+
+namespace {
+
+// Links what debuggers read into every program that has a solver.
+[[gnu::used, gnu::retain]] const VakSolverDebuggerTypes* const DescribedTypes =
+    &VakDescribedSolverTypes;
+
+}  // namespace
 
 VakSolver::VakSolver(VakSolverI* impl) : VakAlgorithm(impl) {}
 

@@ -313,7 +313,8 @@ void VakSolverI::columnsRemoved(std::span<const int> columns) {
 }
 
 // Columns first: rows that wait may have terms in columns that wait. Entries of columns that wait
-// are those in rows that do not; when the matrix is built anew, it has all of them anyhow.
+// are those in rows that do not; when the matrix is built anew, it has all of them anyhow. What
+// waits does so until the linear program has it, so that nothing is lost when memory runs out.
 void VakSolverI::addWaiting() {
   addWaitingColumns();
   addWaitingRows();
@@ -331,8 +332,8 @@ void VakSolverI::addWaitingColumns() {
     if (bounds.lb > bounds.ub) bounds = {getVariable(j)->getLB(), getVariable(j)->getUB()};
     columns.lbs.push_back(bounds.lb);
     columns.ubs.push_back(bounds.ub);
-    if (!_incumbent.empty()) _incumbent.push_back(std::clamp(0.0, bounds.lb, bounds.ub));
   }
+  if (!_incumbent.empty()) _incumbent.reserve(at(getColumnCount()));
   sortWaitingEntries();
   for (const Entry& entry : _newEntries) {
     if (entry.row == ObjectiveRow) {
@@ -344,8 +345,11 @@ void VakSolverI::addWaitingColumns() {
     }
   }
   std::partial_sum(columns.starts.begin(), columns.starts.end(), columns.starts.begin());
-  _newEntries.clear();
   _lp->addColumns(columns);
+  _newEntries.clear();
+  for (std::size_t i = 0; i < columns.lbs.size() && !_incumbent.empty(); ++i) {
+    _incumbent.push_back(std::clamp(0.0, columns.lbs[i], columns.ubs[i]));
+  }
 }
 
 // By column and row; of those for the same place the last one counts.

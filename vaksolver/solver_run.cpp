@@ -3,6 +3,7 @@
 #include <CoinError.hpp>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "vakenv/core/environment_impl.h"
 #include "vaksolver/linear_program.h"
@@ -214,9 +215,11 @@ void VakSolverI::takeIncumbent(const std::vector<VakNum>& values, VakRunControlI
   control.noteIncumbent(toModel(_lp->getObjective(_values.data())));
 }
 
+// Values and activities change together or, when memory runs out, not at all.
 void VakSolverI::takeValues(const VakNum* values) {
-  _values.assign(values, values + getColumnCount());
-  _activities = _lp->getActivities(_values.data());
+  std::vector<VakNum> point(values, values + getColumnCount());
+  _activities = _lp->getActivities(values);
+  _values = std::move(point);
   _hasValues = true;
 }
 

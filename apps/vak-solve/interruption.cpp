@@ -8,22 +8,22 @@ namespace vaksolve {
 namespace {
 
 // What a signal handler may touch: lock-free atomics.
-std::atomic<bool> Requested = false;
-std::atomic<const VakSolver*> Running = nullptr;
+std::atomic<bool> requested = false;
+std::atomic<const VakSolver*> running = nullptr;
 static_assert(std::atomic<bool>::is_always_lock_free);
 static_assert(std::atomic<const VakSolver*>::is_always_lock_free);
 
 extern "C" void vakSolveInterrupt(int /*signal*/) {
-  Requested = true;
-  if (const VakSolver* solver = Running; solver != nullptr) solver->abort();
+  requested = true;
+  if (const VakSolver* solver = running; solver != nullptr) solver->abort();
 }
 
 }  // namespace
 
-Interruption::Interruption(const VakSolver& solver) { Running = &solver; }
-Interruption::~Interruption() { Running = nullptr; }
+Interruption::Interruption(const VakSolver& solver) { running = &solver; }
+Interruption::~Interruption() { running = nullptr; }
 
-bool Interruption::IsRequested() { return Requested; }
+bool Interruption::IsRequested() { return requested; }
 
 void Interruption::Install() {
   struct sigaction action = {};

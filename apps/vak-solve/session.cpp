@@ -64,17 +64,12 @@ std::string describeRefusal(VakAlgorithm::CannotChangeException& refusal) {
 
 Session::Session(const Options& options, std::ostream& out, std::ostream* progress)
     : _options(options), _out(out), _progress(progress) {
-  if (options.isReported) _changes = VakCreate<ChangeCounter>(_owner.env);
+  if (options.isReported) _changes = VakCreate<ChangeCounter>(_env);
 }
 
 Session::~Session() {
   delete _changes;
   _solver.end();
-}
-
-Session::EnvOwner::~EnvOwner() {
-  // Nothing that this program makes throws when it ends.
-  env.end();
 }
 
 ExitCode Session::run() {
@@ -92,7 +87,7 @@ ExitCode Session::run() {
   if (_options.isJson) {
     printJson();
   } else if (_options.isReported) {
-    writeReport(_out, makeReport(_owner.env, _times, *_changes, _solver));
+    writeReport(_out, makeReport(_env, _times, *_changes, _solver));
   }
   _out.flush();
   return _outcome;
@@ -100,14 +95,14 @@ ExitCode Session::run() {
 
 void Session::readModel() {
   const PhaseTimes::Scope time(_times, "read");
-  _model = VakReadModel(_owner.env, _options.model.c_str());
+  _model = VakReadModel(_env, _options.model.c_str());
 }
 
 void Session::extract() {
   const PhaseTimes::Scope time(_times, "extract");
-  if (_options.timeLimit) _owner.env.setNumProperty("solver.timeLimit", *_options.timeLimit);
-  if (_options.gap) _owner.env.setNumProperty("solver.gap", *_options.gap);
-  _solver = VakSolver(_owner.env);
+  if (_options.timeLimit) _env.setNumProperty("solver.timeLimit", *_options.timeLimit);
+  if (_options.gap) _env.setNumProperty("solver.gap", *_options.gap);
+  _solver = VakSolver(_env);
   _solver.setProgressCallback([this](const VakSolverProgress& progress) {
     // A request that came just before the solve began is passed on here.
     if (Interruption::IsRequested()) _solver.abort();
@@ -240,7 +235,7 @@ void Session::printJson() {
   json.endArray();
   if (_options.isReported) {
     json.key("report");
-    writeJson(json, makeReport(_owner.env, _times, *_changes, _solver));
+    writeJson(json, makeReport(_env, _times, *_changes, _solver));
   }
   json.member("exitCode", static_cast<long>(_outcome));
   json.endObject();

@@ -11,6 +11,7 @@
 #include "apps/vak-solve/progress.h"
 #include "apps/vak-solve/report.h"
 #include "apps/vak-solve/solution.h"
+#include "vakenv/core/env_owner.h"
 #include "vakmodel/model.h"
 #include "vaksolver/solver.h"
 
@@ -32,15 +33,6 @@ class Session {
   ExitCode run();
 
  private:
-  /// Ends the environment when nothing uses it any more.
-  struct EnvOwner {
-    EnvOwner() = default;
-    ~EnvOwner();
-    EnvOwner(const EnvOwner&) = delete;
-    EnvOwner& operator=(const EnvOwner&) = delete;
-
-    VakEnv env;
-  };
   /// A solve with the edit before it.
   struct Step {
     std::string edit;  ///< The option of the edit; empty for the first solve.
@@ -73,7 +65,7 @@ class Session {
   std::ostream& _out;
   ProgressLine _progress;
   PhaseTimes _times;
-  EnvOwner _owner;
+  VakEnvOwner _env;
   ChangeCounter* _changes = nullptr;  ///< Owned, in the environment; null without a report.
   VakModel _model;
   VakSolver _solver;

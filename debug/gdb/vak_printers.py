@@ -4,6 +4,8 @@
     $1 = variable "x" in [0, 40]
     (gdb) print profits
     $2 = VakNumArray of 2 = {3, 4}
+    (gdb) print solver
+    $3 = VakSolverI of model "plan": optimal, 2 columns, 1 row = {x = 4, y = 0}
 
 A handle is shown as what it refers to, and an implementation object alike. Nothing is called in the program:
 printers read memory only, so they work on core files and inside broken programs, and say so when what they
@@ -449,6 +451,49 @@ class VakAlgorithmPrinter(VakPrinter):
         return f"{vak_class(self.value)}, {attached}"
 
 
+def vak_status(status):
+    """How a solve ended, in words: "time limit" for VakStatus::TimeLimit."""
+    name = str(status).rsplit("::", 1)[-1]
+    return "".join(" " + letter.lower() if letter.isupper() else letter for letter in name).strip()
+
+
+class VakModelAlgorithmPrinter(VakChildrenPrinter):
+    """Algorithms that solve a model: what of it they hold, and how the last solve ended."""
+
+    def describe(self):
+        name, model = vak_class(self.value), self.value["_model"]
+        attached = "" if self.value["_isAttached"] else ", not attached"
+        if int(model) == 0:
+            return f"{name} without a model{attached}"
+        if self.value["_isRunning"]:
+            state = "solving"
+        else:
+            state = vak_status(self.value["_status"])
+        if self.value["_isLoaded"]:
+            columns = sum(1 for _ in vak_vector(self.value["_columns"]))
+            rows = sum(1 for _ in vak_vector(self.value["_rows"]))
+            state += f", {vak_count(columns, 'column')}, {vak_count(rows, 'row')}"
+        else:
+            state += ", not loaded"
+        return f"{name} of {vak_object(model.dereference())}: {state}{attached}"
+
+    def list_children(self):
+        return iter(())
+
+
+class VakSolverPrinter(VakModelAlgorithmPrinter):
+    """The library's own solver, with the values of its solution."""
+
+    def list_children(self):
+        if not self.value["_hasValues"] or not self.value["_isLoaded"]:
+            return
+        values = vak_vector(self.value["_values"])
+        for variable, value in zip(vak_vector(self.value["_columns"]), values):
+            whole = vak_whole(variable)
+            name = vak_name(whole)
+            yield (name[1:-1] if name else "#" + str(int(whole["id"]))), vak_number(value)
+
+
 class VakSymbolPrinter(VakPrinter):
     def describe(self):
         return f"symbol {vak_text(self.value['_name'])} with code {int(self.value['_code'])}"
@@ -457,6 +502,50 @@ class VakSymbolPrinter(VakPrinter):
 class VakExceptionPrinter(VakPrinter):
     def describe(self):
         return f"{vak_class(self.value)}: {vak_text(self.value['_message']) or 'no message'}"
+
+
+def vak_word(address, place):
+    """A word of an array of words in memory, among them atomic ones that programs do not describe."""
+    return int(gdb.Value(address).cast(gdb.lookup_type("unsigned long").pointer())[place])
+
+
+class VakRefPrinter(VakPrinter):
+    """References, which notice the end of their object; see vakmodel/ref.h."""
+
+    PAGE_LENGTH = 512  # As in vakenv/registry/reference_table.cpp.
+    FIRST_LIST_LENGTH = 64
+
+    def stamp_in(self, env):
+        """The stamp that the environment has for the identifier of the object; 0 for none."""
+        page, slot = divmod(int(self.value["_id"]), self.PAGE_LENGTH)
+        number = (page // self.FIRST_LIST_LENGTH).bit_length()
+        if number > 0:
+            page -= self.FIRST_LIST_LENGTH << (number - 1)
+        address = int(env["_registry"]["references"]["_directory"]["_M_b"]["_M_p"])
+        for place in (number, page, slot):
+            if address == 0:
+                return 0
+            address = vak_word(address, place)
+        return address
+
+    def environment(self):
+        """The environment of the object; None when it has ended."""
+        cell = self.value["_life"]["_cell"]
+        if int(cell["number"]["_M_i"]) != int(self.value["_life"]["_number"]):
+            return None
+        return cell["env"].dereference()
+
+    def describe(self):
+        if int(self.value["_stamp"]) == 0:
+            return f"empty {vak_class(self.value)}"
+        what = f"{self.value['_kind'].string()} #{int(self.value['_id'])}"
+        env = self.environment()
+        if env is None:
+            return f"reference to {what}, which went with its environment"
+        if self.stamp_in(env) != int(self.value["_stamp"]):
+            return f"reference to {what}, which is gone"
+        handle = vak_handle_printer(self.value["_handle"])
+        return f"reference to {handle.to_string() if handle else what}"
 
 
 # The first entry that a class is, or derives from, prints it.
@@ -472,6 +561,8 @@ VAK_IMPLEMENTATIONS = (
     ("VakNamedPropertySetI", VakPropertySetPrinter),
     ("VakIdManager", VakIdManagerPrinter),
     ("VakEnvI", VakEnvironmentPrinter),
+    ("VakSolverI", VakSolverPrinter),
+    ("VakModelAlgorithmI", VakModelAlgorithmPrinter),
     ("VakAlgorithmI", VakAlgorithmPrinter),
     ("VakSymbolI", VakSymbolPrinter),
     ("VakExceptionBase", VakExceptionPrinter),
@@ -484,6 +575,7 @@ VAK_VALUES = (
     ("VakNumLinExprTermI", VakLinkedTermPrinter),
     ("VakRelation", VakRelationPrinter),
     ("VakArray<", VakArrayPrinter),
+    ("VakRef<", VakRefPrinter),
 )
 # No whole object is of these classes; GDB takes what it does not recognise for one of them.
 VAK_ABSTRACT = ("VakExtractableI", "VakAlgorithmI", "VakNamedPropertyI")

@@ -12,10 +12,10 @@ int main() {
   VakModel model(env, "plan");
   VakNumVar x(env, 0, 40, "x");
   VakIntVar n(env, 0, 3, "n");
-  model.add(x + 2 * n <= 14, "capacity");
+  VakConstraint capacity = model.add(x + 2 * n <= 14, "capacity");
   model.maximize(3 * x + 4 * n);
 
-  std::cout << x << ' ' << model.findConstraint("capacity") << '\n';
+  std::cout << x << ' ' << capacity << '\n';
   VakDumpModel(std::cout, model);
 
   const std::string broken = VakCheckModels(env);

@@ -2,7 +2,7 @@
 """Holds the Debian packages in a folder to what they promise, and unpacks them all into one root.
 
 Each expected package has to be there, with its dependencies, a copyright and both changelogs; its files have
-to agree with its checksums; and no two packages may hold the same file.
+to agree with its checksums; pages of the manual are compressed; and no two packages may hold the same file.
 
 Prints one line per offence and ends with 1 if there is any.
 
@@ -63,6 +63,8 @@ def check_content(name, package, root, owners):
         owners[file] = name
         if hashlib.md5((root / file).read_bytes()).hexdigest() != digest:
             offences.append(f"{name}: {file} does not agree with its checksum")
+        if file.startswith("usr/share/man/") and not file.endswith(".gz"):
+            offences.append(f"{name}: {file} is not compressed")
         if not file.startswith("usr/"):
             offences.append(f"{name}: holds {file}")
     for document in ("copyright", "changelog.gz", "changelog.Debian.gz"):

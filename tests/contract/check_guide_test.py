@@ -54,6 +54,10 @@ class Messages(unittest.TestCase):
         source = 'void f() { VakThrowModelError(x, "%s is %.3g high.", a, b); }\n'
         self.assertEqual(self.find(source, "| `… is … high.` | A. | B. |\n"), [])
 
+    def test_takes_what_is_said_in_the_place_of_something_else(self):
+        source = 'X x[] = {inOurWords("Bad thing", "it is bad"), inOurWords("Good thing", "it is good")};\n'
+        self.assertEqual(self.find(source, "| `it is bad` | A. | B. |\n| `it is good` | A. | B. |\n"), [])
+
     def test_reads_no_comments(self):
         source = '// throw E("No message.");\nvoid f() { throw E("Do not."); }\n'
         self.assertEqual(self.find(source, "| `Do not.` | A. | B. |\n"), [])

@@ -2,7 +2,8 @@
 
 usage: gdb -nx -batch -iex 'set auto-load safe-path /' -x check_printers.py PROGRAM
 
-With VAK_PRINTERS_FILE in the environment, GDB loads nothing with the program, and that file is sourced.
+With VAK_PRINTERS_FILE in the environment, GDB loads nothing with the program, and that file is sourced. With
+VAK_WITH_SOLVER, the program was built with the solver module.
 Prints one line per offence and ends with 1 if there is any.
 """
 
@@ -65,6 +66,19 @@ STOPS = [
         "sum": r"x \+ 2 n \+ \.\.\.",
     },
     {
+        "alive": r'reference to variable "kept" in \[0, 9\]',
+        "gone": r"reference to variable #\d+, which is gone",
+        "nothing": r"empty VakRef<VakNumVar>",
+        "orphan": r"reference to model #\d+, which went with its environment",
+        "late": r"reference to variable #\d{5} in \[0, 1\]",
+    },
+    {
+        "*without": r"\(anonymous namespace\)::Idle without a model",
+        "*solved": r'\(anonymous namespace\)::Idle of model "idle": infeasible or unbounded, 2 columns, 1 row',
+        "*dropped": r'\(anonymous namespace\)::Idle of model "idle": not solved, not loaded',
+        "idle": r'\(anonymous namespace\)::Idle of model "idle": infeasible or unbounded, 2 columns, 1 row',
+    },
+    {
         "env": r'environment "workshop" with {bytesInUse} bytes in use = {state = alive, '
         r'version = 0x[0-9a-f]+ "Vak 2\.4 \(2007-03-26\)", pooled = (yes|no), '
         r"bytes obtained = {bytesObtained}, "
@@ -83,6 +97,15 @@ STOPS = [
         "*symbol": r'symbol "blue" with code \d+',
     },
 ]
+# At the stop of the same number, if the program was built with the solver.
+SOLVER_STOPS = {
+    5: {
+        "solver": r'VakSolverI of model "idle": optimal, 2 columns, 1 row = {x = 5, #\d+ = 1}',
+        "fresh": r'VakSolverI of model "idle": not solved, 2 columns, 1 row',
+        "noSolver": r"empty VakSolver",
+        "*solver._impl": r'VakSolverI of model "idle": optimal, 2 columns, 1 row = {x = 5, #\d+ = 1}',
+    },
+}
 
 
 def check(expression, expected):
@@ -109,8 +132,10 @@ def find_offences():
         gdb.execute(f"source {printers}")
     offences = []
     gdb.execute("run", to_string=True)
-    for stop in STOPS:
+    for number, stop in enumerate(STOPS):
         gdb.execute("up", to_string=True)
+        if os.environ.get("VAK_WITH_SOLVER"):
+            stop = {**stop, **SOLVER_STOPS.get(number, {})}
         for expression, expected in stop.items():
             gdb.execute(f"set print elements {2 if expression == 'sum' else 200}")
             offences.append(check(expression, expected))

@@ -11,8 +11,12 @@
 #include "vakenv/properties.h"
 #include "vakenv/tables/hash_table.h"
 #include "vakmodel/contract/algorithm.h"
+#include "vakmodel/model_algorithm.h"
 #include "vakmodel/modelling.h"
 #include "vaksupport/symbol_table.h"
+#ifdef VAK_WITH_SOLVER
+#include "vaksolver/solver.h"
+#endif
 
 namespace {
 
@@ -97,6 +101,70 @@ void lookAtModel(VakEnv env) {
   keep(anything, several, usual, shared, sum);
 }
 
+void lookAtReferences(VakEnv env) {
+  VakNumVar kept(env, 0, 9, "kept");
+  VakNumVar ended(env, "ended");
+  VakRef<VakNumVar> alive = kept;
+  VakRef<VakNumVar> gone = ended;
+  VakRef<VakNumVar> nothing;
+  VakRef<VakModel> orphan;
+  VakEnvOwner large;  // its stamps fill more than one list of pages
+  VakNumVarArray many(large, 40000, 0, 1);
+  VakRef<VakNumVar> late = many[39999];
+  {
+    VakEnvOwner other;
+    orphan = VakModel(other, "other");
+  }
+  ended.end();
+  stopHere();
+  keep(alive, gone, nothing, orphan, late);
+  kept.end();
+}
+
+/// An algorithm that solves nothing, with a model.
+class Idle : public VakModelAlgorithmI {
+ public:
+  using VakModelAlgorithmI::VakModelAlgorithmI;
+  [[nodiscard]] bool hasSolution() const override { return false; }
+
+ protected:
+  void load() override {}
+  [[nodiscard]] VakStatus run() override { return VakStatus::InfeasibleOrUnbounded; }
+  [[nodiscard]] VakNum getColumnValue(int /*column*/) const override { return 0; }
+};
+
+void lookAtAlgorithms(VakEnv env) {
+  VakModel model(env, "idle");
+  VakNumVar x(env, 0, 4, "x");
+  VakNumVar y(env, 0, 4);
+  model.add(x + y <= 6);
+  model.maximize(2 * x + y);
+  auto* without = new Idle(env.getImpl());
+  auto* dropped = new Idle(env.getImpl());
+  dropped->extract(model);
+  x.setUB(5);  // no hook: the problem is dropped
+  auto* solved = new Idle(env.getImpl());
+  solved->extract(model);
+  solved->solve();
+  VakAlgorithm idle(solved);
+#ifdef VAK_WITH_SOLVER
+  VakSolver solver(model);
+  VakSolver fresh(model);
+  solver.solve();
+  VakSolver noSolver;
+#endif
+  stopHere();
+  keep(idle);
+#ifdef VAK_WITH_SOLVER
+  keep(noSolver);
+  fresh.end();
+  solver.end();
+#endif
+  without->end();
+  dropped->end();
+  solved->end();
+}
+
 }  // namespace
 
 int main() {
@@ -114,6 +182,8 @@ int main() {
   lookAtProperties(env);
   lookAtTables();
   lookAtModel(env);
+  lookAtReferences(env);
+  lookAtAlgorithms(env);
   VakSymbolI* symbol = env.getImpl()->makeSymbol("blue");
   const VakInt bytesInUse = env.getMemoryUsage();
   const VakInt bytesObtained = env.getTotalMemoryUsage();

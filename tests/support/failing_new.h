@@ -28,6 +28,10 @@ class VakHeapObserver {
 /// How often the chosen call fails.
 enum class VakFailureSpan { Once, FromThenOn };
 
+/// Tells of a call of the global operator new whether it is spared: neither counted nor let fail.
+/// `caller` is where in the code it was called. Must not use the heap itself.
+using VakSparesNew = bool (*)(const void* caller) noexcept;
+
 /// While it lives, calls of this thread are neither counted nor let fail.
 class VakSparedNew {
  public:
@@ -43,8 +47,9 @@ class VakSparedNew {
 class VakFailingNew {
  public:
   /// Lets call number `failAt` fail, counted from 1, and with `FromThenOn` all that follow it; with
-  /// 0 none fails and calls are only counted.
-  explicit VakFailingNew(long failAt, VakFailureSpan span = VakFailureSpan::Once) noexcept;
+  /// 0 none fails and calls are only counted. `spares` is asked of every call; null for none.
+  explicit VakFailingNew(long failAt, VakFailureSpan span = VakFailureSpan::Once,
+                         VakSparesNew spares = nullptr) noexcept;
   VakFailingNew(const VakFailingNew&) = delete;
   VakFailingNew& operator=(const VakFailingNew&) = delete;
   ~VakFailingNew();

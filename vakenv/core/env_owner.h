@@ -37,7 +37,7 @@ class VakEnvOwner : public VakEnv {
   VakEnvOwner(VakEnvOwner&& other) noexcept : VakEnv(other.release()) {}
   /// Takes over the environment of `other`, then ends the one it had, whose end may throw; both
   /// are as they should be then. Nothing for itself.
-  VakEnvOwner& operator=(VakEnvOwner&& other) {
+  VakEnvOwner& operator=(VakEnvOwner&& other) {  // NOLINT(performance-noexcept-move-constructor)
     if (this != &other) reset(other.release());
     return *this;
   }

@@ -73,6 +73,9 @@ std::vector<Type> listTypes(const VakEnvI* env, VakMemoryReport::Amount& identif
   return listOf(amounts);
 }
 
+// What the book of the checked build knows, where there is one. Kept from the compiler elsewhere: a
+// build without optimisation would link what is never called.
+#ifdef VAK_CHECKED_MEMORY
 // An array with its table and its chunks.
 VakInt arrayBytes(const VakArrayI* array) {
   VakInt bytes = elementBytes(sizeof(VakArrayI));
@@ -85,8 +88,7 @@ VakInt arrayBytes(const VakArrayI* array) {
   return bytes;
 }
 
-// Called in the checked build only.
-[[maybe_unused]] void describeElements(const VakEnvI* env, VakMemoryReport& report) {
+void describeElements(const VakEnvI* env, VakMemoryReport& report) {
   Amounts amounts;
   for (const VakMemoryLedger::Element& element : VakMemoryLedger::GetElements(&env->_memory)) {
     count(amounts, VakMemoryLedger::GetTypeName(element.type), element.elementSize);
@@ -96,6 +98,9 @@ VakInt arrayBytes(const VakArrayI* array) {
   }
   report.made = listOf(amounts);
 }
+#else
+void describeElements(const VakEnvI* /*env*/, VakMemoryReport& /*report*/) {}
+#endif
 
 // ---- Differences --------------------------------------------------------------------------------
 
@@ -151,7 +156,7 @@ VakMemoryReport::VakMemoryReport(VakEnv handle) {
   terms = describe(*env->_termAllocator, memory.getCompanionGrowth());
   types = listTypes(env, identifiers);
   symbols = {env->_symbolTable->getSize(), env->_symbolTable->getMemoryUsage()};
-  if constexpr (VakChecksMemory) describeElements(env, *this);
+  describeElements(env, *this);
   inUse = env->getMemoryUsage();
   obtained = env->getTotalMemoryUsage();
   highWater = memory.getHighWater();

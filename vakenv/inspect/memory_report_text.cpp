@@ -2,6 +2,7 @@
 
 #include <initializer_list>
 #include <iomanip>
+#include <locale>
 #include <ostream>
 #include <sstream>
 
@@ -18,18 +19,23 @@ constexpr int NameWidth = 36;
 
 // ---- Table --------------------------------------------------------------------------------------
 
-// The table is put together here, so that neither flags of the user's stream change it nor it them.
+// The table is put together here, so that neither flags of the user's stream change it nor it them,
+// and in the classic locale, so that programs read numbers without separators everywhere.
 class Table {
  public:
-  // Else lines that there is no memory for would be left out unseen.
-  Table() { _text.exceptions(std::ios::badbit); }
+  Table() {
+    _text.imbue(std::locale::classic());
+    // Else lines that there is no memory for would be left out unseen.
+    _text.exceptions(std::ios::badbit);
+  }
 
   void line(const char* name, std::initializer_list<VakInt> numbers) {
     line(std::string(name), numbers);
   }
   void line(const std::string& name, std::initializer_list<VakInt> numbers) {
     _text << std::left << std::setw(NameWidth) << name << std::right;
-    for (const VakInt number : numbers) _text << std::setw(NumberWidth) << number;
+    // The blank keeps numbers apart that fill their columns.
+    for (const VakInt number : numbers) _text << ' ' << std::setw(NumberWidth - 1) << number;
     _text << '\n';
   }
   void heading(const char* name, std::initializer_list<const char*> columns) {
@@ -53,10 +59,18 @@ class Table {
 
 // ---- JSON ---------------------------------------------------------------------------------------
 
-// Names are of C++ types: no control characters are in them, but a quote may be.
+// Names of C++ types hold quotes at most, but a report is a value that anybody may fill.
 std::string quote(const std::string& text) {
+  constexpr unsigned char firstPrintable = 0x20;
   std::string quoted = "\"";
   for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < firstPrintable) {
+      quoted += "\\u00";
+      quoted += "0123456789abcdef"[byte / 16];
+      quoted += "0123456789abcdef"[byte % 16];
+      continue;
+    }
     if (c == '"' || c == '\\') quoted += '\\';
     quoted += c;
   }

@@ -5,6 +5,7 @@
 
 namespace {
 
+// The printers in debug/gdb/vak_printers.py know the first two of these.
 constexpr std::size_t PageLength = 512;      // stamps
 constexpr std::size_t FirstListLength = 64;  // pages; every further list is as long as all before
 constexpr std::size_t ListCount = 49;        // lists, which reach every identifier above 0

@@ -1,7 +1,7 @@
 #include "tests/fault/matrix/groups.h"
 
 std::vector<VakFaultGroup> VakFaultGroups() {
-  return {
+  std::vector<VakFaultGroup> groups = {
       VakPoolFaults(),        VakEnvironmentFaults(), VakMemoryFaults(),
       VakTableFaults(),       VakArrayFaults(),       VakSupportFaults(),
       VakUtilityFaults(),     VakPropertyFaults(),    VakPropertyOwnerFaults(),
@@ -10,4 +10,9 @@ std::vector<VakFaultGroup> VakFaultGroups() {
       VakModelFaults(),       VakAlgorithmFaults(),   VakReferenceFaults(),
       VakConvenienceFaults(), VakInspectionFaults(),  VakReportFaults(),
   };
+#ifdef VAK_WITH_SOLVER
+  groups.push_back(VakSolverFaults());
+  groups.push_back(VakFileFaults());
+#endif
+  return groups;
 }

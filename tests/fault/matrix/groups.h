@@ -25,6 +25,9 @@
 [[nodiscard]] VakFaultGroup VakReferenceFaults();
 [[nodiscard]] VakFaultGroup VakConvenienceFaults();
 [[nodiscard]] VakFaultGroup VakReportFaults();
+/// Only where there is the solver.
+[[nodiscard]] VakFaultGroup VakSolverFaults();
+[[nodiscard]] VakFaultGroup VakFileFaults();
 
 /// All groups, in the order of the table.
 [[nodiscard]] std::vector<VakFaultGroup> VakFaultGroups();

@@ -5,9 +5,14 @@
 #include <set>
 #include <string>
 
+#include "tests/fault/matrix/foreign_code.h"
 #include "tests/fault/matrix/groups.h"
 #include "tests/fault/matrix/prescribed_leaks.h"
 #include "tests/fault/matrix/runner.h"
+#include "tests/support/failing_new.h"
+#ifdef VAK_WITH_SOLVER
+#include "tests/fault/matrix/solver_world.h"
+#endif
 
 namespace {
 
@@ -163,5 +168,31 @@ TEST(FaultRunner, FindsAnOperationThatDoesNotSucceedAfterwards) {
   ASSERT_EQ(row.defects.size(), 1U);
   EXPECT_EQ(row.defects[0], "callback 1: the operation threw broken");
 }
+
+#ifdef VAK_WITH_SOLVER
+
+long countNew(VakSparesNew spares, const std::function<void()>& action) {
+  const VakFailingNew counting(0, VakFailureSpan::Once, spares);
+  action();
+  return counting.count();
+}
+
+TEST(ForeignCode, IsSparedAndOursIsNot) {
+  EXPECT_GT(VakCountForeignLibraries(), 0) << "they have to be shared libraries";
+  EXPECT_FALSE(VakIsForeignCode(reinterpret_cast<const void*>(&VakCountForeignLibraries)));
+  EXPECT_EQ(countNew(VakIsForeignCode, [] { delete new int(1); }),
+            countNew(nullptr, [] { delete new int(1); }));
+  VakStage stage(VakStageKind::Foreign);
+  VakSolverWorld world(stage, true);
+  world.makeSolver();
+  world.solve(VakStatus::Optimal);  // So that what the process keeps is there.
+  stage.env.setIntProperty("solver.warmStart", 0);
+  const auto solve = [&world] { world.solve(VakStatus::Optimal); };
+  const long ours = countNew(VakIsForeignCode, solve);
+  EXPECT_GT(ours, 0);
+  EXPECT_LT(10 * ours, countNew(nullptr, solve));
+}
+
+#endif
 
 }  // namespace

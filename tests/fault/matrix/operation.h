@@ -22,6 +22,7 @@ enum class VakStageKind {
   Locked,      ///< A mutex is installed before; taking it is a callback.
   ThreadSafe,  ///< Locked, and thread-safe allocation is on in the first environment.
   Unstarved,   ///< Plain; the operation may end an environment, or look at free lists, which stay.
+  Foreign,     ///< Plain; the operation runs code of other libraries, whose memory does not fail.
 };
 
 /// The user's mutex.

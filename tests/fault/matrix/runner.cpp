@@ -5,6 +5,7 @@
 #include <new>
 #include <optional>
 
+#include "tests/fault/matrix/foreign_code.h"
 #include "tests/fault/matrix/pool_gate.h"
 #include "tests/fault/matrix/prescribed_leaks.h"
 #include "tests/support/failing_new.h"
@@ -82,7 +83,8 @@ Run runWith(Faults& faults, const Point& point, const std::function<void()>& act
 Run runAt(const Point& point, const VakStage& stage, VakStageKind kind,
           const std::function<void()>& act) {
   if (point.kind == VakFaultKind::Heap) {
-    VakFailingNew faults(point.failAt, point.span);
+    const bool isForeign = kind == VakStageKind::Foreign;
+    VakFailingNew faults(point.failAt, point.span, isForeign ? VakIsForeignCode : nullptr);
     return runWith(faults, point, act);
   }
   if (point.kind == VakFaultKind::Callback) {

@@ -37,6 +37,10 @@ The cells say how many points were survived out of how many were tried with the 
 bar whether all were survived without it; how many there are without the pool depends on the addresses that
 the heap gives. An operation of which all cells are empty asks for no memory and calls nobody.
 
+Of the solver and the files of models, what fails is our own memory: the libraries behind do not survive that
+theirs runs out, so a request counts only while none of their functions runs. How often they call back is
+theirs too: the progress callback fails at its first four calls.
+
 This page is written by `scripts/fault_matrix.sh`; the tests compare it with a run of their own.
 )";
 

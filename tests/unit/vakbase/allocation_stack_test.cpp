@@ -184,4 +184,75 @@ TEST(VakAllocationStack, ReleasesWhatIsStillTakenWhenItEnds) {
   EXPECT_EQ(VakFailingNew::CountBlocks(), blocks);
 }
 
+/// The header of the chunk that a stack's first block lies in, as a program hits it that writes in
+/// front of the block.
+struct ChunkHeader {
+  ChunkHeader* below;
+  ChunkHeader* above;
+  char* top;
+  char* end;
+  long blocks;
+  long padding;
+
+  static ChunkHeader* InFrontOf(void* firstBlock) {
+    return static_cast<ChunkHeader*>(firstBlock) - 1;
+  }
+};
+
+/// A stack of two chunks, the lower one full, that is whole again at the end.
+struct VakAllocationStackCheck : testing::Test {
+  ~VakAllocationStackCheck() override {
+    *lower = intactLower;
+    *upper = intactUpper;
+    EXPECT_EQ(stack.check(), "");
+  }
+
+  VakAllocationStack stack;
+  ChunkHeader* lower = ChunkHeader::InFrontOf(stack.allocate(3000));
+  ChunkHeader* upper = ChunkHeader::InFrontOf(stack.allocate(3000));
+  const ChunkHeader intactLower = *lower;
+  const ChunkHeader intactUpper = *upper;
+};
+
+TEST_F(VakAllocationStackCheck, FindsACurrentChunkWithoutBlocks) {
+  upper->blocks = 0;
+  EXPECT_EQ(stack.check(), "the current chunk is empty");
+}
+
+TEST_F(VakAllocationStackCheck, FindsAChunkWithBlocksAboveTheCurrentOne) {
+  upper->above = lower;
+  EXPECT_EQ(stack.check(), "more than an empty chunk stands above the current one");
+}
+
+TEST_F(VakAllocationStackCheck, FindsBlocksBehindTheEndOfAChunk) {
+  lower->top = lower->end + 16;
+  EXPECT_EQ(stack.check(), "blocks reach beyond the end of a chunk");
+}
+
+TEST_F(VakAllocationStackCheck, FindsMoreBlocksGivenBackThanTaken) {
+  lower->blocks = -1;
+  EXPECT_EQ(stack.check(), "more blocks were given back than taken");
+}
+
+TEST_F(VakAllocationStackCheck, FindsBytesInAChunkWithoutBlocks) {
+  lower->blocks = 0;
+  EXPECT_EQ(stack.check(), "a chunk without blocks is not empty");
+}
+
+TEST_F(VakAllocationStackCheck, FindsAChunkThatIsLinkedOneWay) {
+  lower->above = nullptr;
+  EXPECT_EQ(stack.check(), "a chunk is linked one way");
+}
+
+TEST_F(VakAllocationStackCheck, FindsAChunkThatIsMissing) {
+  upper->below = nullptr;
+  EXPECT_EQ(stack.check(), "the chunks are not the bytes obtained");
+}
+
+TEST_F(VakAllocationStackCheck, FindsMoreBytesInUseThanTaken) {
+  lower->top -= 3008;
+  lower->blocks = 0;
+  EXPECT_EQ(stack.check(), "more bytes are in use than were taken");
+}
+
 }  // namespace

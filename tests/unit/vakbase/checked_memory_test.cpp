@@ -21,6 +21,7 @@ std::vector<VakMemoryDefect> defects;
 class CheckedMemory : public testing::TestWithParam<long> {
  protected:
   CheckedMemory() {
+    defects.clear();
     VakSetMemoryDefectHandler([](const VakMemoryDefect& d) { defects.push_back(d); });
   }
   ~CheckedMemory() override { VakSetMemoryDefectHandler(nullptr); }
@@ -146,9 +147,6 @@ TEST_P(CheckedMemory, FindsEveryByteThatIsOverrun) {
 }
 
 TEST_P(CheckedMemory, NamesWhatWasMadeInTheElement) {
-  struct Local {
-    long words[3];
-  };
   auto* p = static_cast<char*>(memory.allocate(24));
   VakNameElement(p, typeid(VakMemoryDefect));
   p[24] = 'x';
@@ -167,6 +165,89 @@ TEST_P(CheckedPool, FindsWhatWasWrittenAfterItWasGivenBack) {
   EXPECT_EQ(memory.allocate(24), p);
   expectOne(VakMemoryFault::UseAfterFree, p,
             element(p, 24, 24) + " was written at byte 17 after it was given back");
+}
+
+TEST_P(CheckedPool, FindsEveryByteThatWasWrittenAfterItWasGivenBackAndKeepsItsFreeList) {
+  for (long byte = 0; byte < 24; ++byte) {
+    defects.clear();
+    void* before = memory.allocate(24);
+    auto* p = static_cast<char*>(memory.allocate(24));
+    memory.deallocate(before, 24);
+    memory.deallocate(p, 24);
+    p[byte] = static_cast<char>(p[byte] ^ 1);
+    const std::string text =
+        VakFaultText(element(p, 24, 24), " was written at byte ", byte, " after it was given back");
+    EXPECT_EQ(memory.allocate(24), p);
+    expectOne(VakMemoryFault::UseAfterFree, p, text);
+    EXPECT_EQ(memory.allocate(24), before) << "the link was written over, and is known still";
+    EXPECT_EQ(memory.check(), "");
+    memory.deallocate(before, 24);
+    memory.deallocate(p, 24);
+  }
+}
+
+TEST_P(CheckedPool, FindsInACheckWhatWasWrittenAfterItWasGivenBack) {
+  auto* p = static_cast<char*>(memory.allocate(24));
+  memory.deallocate(p, 24);
+  p[23] = 'x';
+  EXPECT_EQ(memory.check(), element(p, 24, 24) + " was written at byte 23 after it was given back");
+  p[23] = static_cast<char>(0xDD);
+  EXPECT_EQ(memory.check(), "");
+}
+
+TEST_P(CheckedPool, FindsAtItsEndWhatWasWrittenAfterItWasGivenBack) {
+  char* p = nullptr;
+  {
+    VakMemory gone(GetParam());
+    p = static_cast<char*>(gone.allocate(24));
+    gone.deallocate(p, 24);
+    p[8] = 'x';
+    EXPECT_TRUE(defects.empty());
+  }
+  ASSERT_EQ(defects.size(), 1U);
+  EXPECT_EQ(defects[0].fault, VakMemoryFault::UseAfterFree);
+  EXPECT_EQ(defects[0].element, p);
+  EXPECT_THAT(defects[0].text, testing::EndsWith(" was written at byte 8 after it was given back"));
+}
+
+TEST_P(CheckedMemory, FindsAtItsEndEveryOverrunOfWhatWasNeverGivenBack) {
+  {
+    VakMemory gone(GetParam());
+    static_cast<char*>(gone.allocate(20))[20] = 'x';
+    static_cast<void>(gone.allocate(20));
+    static_cast<char*>(gone.allocate(1000))[1000] = 'x';
+    EXPECT_TRUE(defects.empty());
+  }
+  ASSERT_EQ(defects.size(), 2U);
+  EXPECT_EQ(defects[0].fault, VakMemoryFault::Overrun);
+  EXPECT_EQ(defects[1].fault, VakMemoryFault::Overrun);
+  EXPECT_THAT(defects[0].text + defects[1].text, testing::HasSubstr(" was written at byte 20"));
+  EXPECT_THAT(defects[0].text + defects[1].text, testing::HasSubstr(" was written at byte 1000"));
+}
+
+TEST_P(CheckedMemory, ForgetsTheMemoryOfAnAllocatorThatEndedBeforeThePool) {
+  char* p = nullptr;
+  {
+    VakFixedSizeAllocatorI terms(24);
+    terms._pooled = GetParam();
+    p = static_cast<char*>(terms.allocate(&memory));
+    p[24] = 'x';
+  }
+  EXPECT_EQ(defects.size(), GetParam() != 0 ? 0U : 1U) << "without pooling its memory is gone now";
+  EXPECT_EQ(VakMemoryLedger::GetElements(&memory).size(), 1U);
+  if (GetParam() != 0) p[24] = static_cast<char>(0xFD);
+  EXPECT_EQ(memory.check(), "");
+}
+
+TEST_P(CheckedPool, NamesWhatIsInUseWhereItIsHandedOutAgain) {
+  void* p = memory.allocate(20);
+  VakNameElement(p, typeid(VakMemoryDefect));
+  VakFixedSizeAllocatorI& words = *memory._allocators[2];
+  VakFixedSizeAllocatorI::StoreLink(p, nullptr);
+  words._free = p;
+  EXPECT_EQ(memory.allocate(24), p);
+  ASSERT_EQ(defects.size(), 1U);
+  EXPECT_THAT(defects[0].text, testing::HasSubstr(" (VakMemoryDefect), 20 bytes in the class of"));
 }
 
 TEST_P(CheckedPool, FindsAnElementThatIsHandedOutWhileItIsInUse) {

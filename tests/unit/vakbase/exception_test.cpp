@@ -147,4 +147,13 @@ TEST(VakWrongUsage, EndIsHarmless) {
   EXPECT_STREQ(exception.getMessage(), "turned the wrong way");
 }
 
+TEST(VakWrongUsage, CopiesHoldTheSameMessage) {
+  const VakWrongUsage first("turned the wrong way");
+  const VakWrongUsage copy(first);
+  VakWrongUsage assigned("pushed too hard");
+  assigned = copy;
+  EXPECT_STREQ(copy.what(), "turned the wrong way");
+  EXPECT_STREQ(assigned.what(), "turned the wrong way");
+}
+
 }  // namespace

@@ -152,6 +152,51 @@ TEST_F(VakMemoryCheckTest, KnowsFreeMemory) {
   EXPECT_FALSE(pool.isFree(nullptr));
 }
 
+/// The number of bytes in the header of a region whose first element is given, as it would be hit
+/// by a program that writes in front of the element. The header ends on one of the multiples of 16
+/// bytes before the element; what lies between them is poisoned.
+long* findRegionBytes(void* element, long bytes) {
+  auto* word = static_cast<long*>(element) - 1;
+  VakUnpoison(word, sizeof(long));
+  while (*word != bytes) {
+    word -= 2;
+    VakUnpoison(word, sizeof(long));
+  }
+  return word;
+}
+
+TEST(VakMemoryCheckOfRegions, FindsRegionsThatAreNotTheBytesObtained) {
+  VakMemory memory(1);
+  void* element = memory.allocate(1 << 20);
+  const long bytes = memory.getTotalMemoryUsage();
+  long* header = findRegionBytes(element, bytes);
+  *header = bytes - 64;
+  EXPECT_EQ(memory.check(),
+            VakFaultText("the regions have ", bytes - 64, " bytes of the ", bytes, " obtained"));
+  *header = bytes + 64;
+  EXPECT_EQ(memory.check(), VakFaultText("the regions exceed the ", bytes,
+                                         " bytes obtained at region ", at(header - 1)));
+  *header = bytes;
+  EXPECT_EQ(memory.check(), "");
+}
+
+TEST(VakMemoryCheckOfRegions, FindsASlabThatReachesBehindItsRegion) {
+  VakMemory memory(1);
+  void* large = memory.allocate(1 << 20);
+  const long largeBytes = memory.getTotalMemoryUsage();
+  const VakMemory::Block small = memory.obtainBlock(24);
+  const long slabBytes = memory.getTotalMemoryUsage() - largeBytes;
+  long* largeHeader = findRegionBytes(large, largeBytes);
+  long* slabHeader = findRegionBytes(small.start, slabBytes);
+  *largeHeader += slabBytes / 2;
+  *slabHeader -= slabBytes / 2;
+  EXPECT_THAT(memory.check(), testing::MatchesRegex("what is left of the slab, from 0x[0-9a-f]+ "
+                                                    "on, is no part of a region"));
+  *largeHeader = largeBytes;
+  *slabHeader = slabBytes;
+  EXPECT_EQ(memory.check(), "");
+}
+
 TEST(VakMemoryCheckOfLists, FindsMoreBytesInUseThanObtained) {
   VakMemory memory(0);
   memory._allocators[2]->_bytesInUse = 48;

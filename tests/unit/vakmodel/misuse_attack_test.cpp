@@ -5,6 +5,8 @@
 
 #include "tests/support/scoped_env.h"
 #include "tests/unit/vakmodel/model_text.h"
+#include "vakenv/properties.h"
+#include "vakenv/types/exceptions.h"
 
 namespace {
 
@@ -207,6 +209,19 @@ TEST_F(Misuse, EverythingWorksOnObjectsInThreadSafeMode) {
     EXPECT_EQ(copier.copy(model).check(), "");
   }
   model.end();
+}
+
+TEST(EmptySetOfProperties, IsRefusedByAnObjectAndChangesNothing) {
+  const VakScopedEnv scope;
+  const VakNumVar x(scope.env, "x");
+  x.setIntProperty("size", 3);
+  try {
+    x.addProperties(VakNamedPropertySet());
+    FAIL();
+  } catch (const VakEmptyHandleException& e) {
+    EXPECT_STREQ(e.what(), "VakNamedPropertySet: Using empty handle");
+  }
+  EXPECT_EQ(x.getProperty<VakInt>("size"), 3);
 }
 
 }  // namespace

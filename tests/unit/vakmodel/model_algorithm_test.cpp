@@ -363,4 +363,13 @@ TEST(ModelStatus, HasAName) {
   EXPECT_STREQ(VakGetStatusName(VakStatus::Failed), "failed");
 }
 
+// Whoever writes objects of their own may destroy one that is still in a model.
+TEST_F(ModelAlgorithm, FollowsAConstraintThatIsDestroyedBeforeItWasRemoved) {
+  a->extract(m);
+  env.getImpl()->destroy(d.getImpl(), 0);
+  expectInStep("rowsRemoved");
+  EXPECT_EQ(m.getConstraintCount(), 1);
+  EXPECT_EQ(m.check(), "");
+}
+
 }  // namespace

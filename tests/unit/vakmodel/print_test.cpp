@@ -7,6 +7,7 @@
 #include "tests/support/model_objects.h"
 #include "tests/support/scoped_env.h"
 #include "tests/unit/vakmodel/model_text.h"
+#include "vakmodel/ref.h"
 
 namespace {
 
@@ -172,6 +173,17 @@ TEST_F(Print, ReadsPropertiesOfImplementationsByViews) {
   EXPECT_EQ(node->hasProperty(Cost), 1);
   node->removeProperty(Cost);
   EXPECT_EQ(node->hasProperty(Cost), 0);
+}
+
+TEST_F(Print, WritesEveryStateOfAReferenceAndWhatIsNone) {
+  EXPECT_EQ(VakTextOf(VakRefState::Empty), "empty");
+  EXPECT_EQ(VakTextOf(VakRefState::Alive), "alive");
+  EXPECT_EQ(VakTextOf(VakRefState::ObjectGone), "object gone");
+  EXPECT_EQ(VakTextOf(VakRefState::EnvironmentEnded), "environment ended");
+  EXPECT_EQ(VakTextOf(VakRefState::OtherEnvironment), "other environment");
+  EXPECT_EQ(VakTextOf(static_cast<VakRefState>(99)), "unknown");
+  EXPECT_EQ(VakTextOf(static_cast<VakStatus>(99)), "unknown");
+  EXPECT_EQ(VakTextOf(static_cast<VakVarKind>(99)), "unknown");
 }
 
 }  // namespace

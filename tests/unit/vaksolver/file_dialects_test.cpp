@@ -191,7 +191,27 @@ TEST_F(Dialects, OfMpsRefuseBoundsThatAreNone) {
   EXPECT_EQ(boundsOf(" SC B x 3"), unsupported);
   EXPECT_EQ(boundsOf(" SI B x 3"), unsupported);
   EXPECT_EQ(boundsOf(" XX B x 3"), "t.mps, line 12: unknown kind of bound XX");
-  EXPECT_EQ(boundsOf(" UP B q 3"), "t.mps, line 12: No match for column q: UP B q 3");
+  EXPECT_EQ(boundsOf(" UP B q 3"), "t.mps, line 12: there is no column q: UP B q 3");
+}
+
+TEST_F(Dialects, OfMpsRefuseNumbersThatAreNotExpected) {
+  const auto changed = [this](const char* rows, const char* columns, const char* rhs,
+                              const char* ranges) {
+    Mps mps;
+    mps.rows += rows;
+    mps.columns += columns;
+    mps.rhs += rhs;
+    mps.ranges += ranges;
+    return readMps(mps);
+  };
+  EXPECT_EQ(changed("", "    y r 2\n", "", ""),
+            "t.mps, line 8: there is a second number for row r: y r 2");
+  EXPECT_EQ(changed("", "", "    RHS r 5\n", ""),
+            "t.mps, line 10: there is a second number for row r: RHS r 5");
+  EXPECT_EQ(changed("", "", "", "    RNG obj 5\n"),
+            "t.mps, line 11: there is a number too many for the objective: RNG obj 5");
+  EXPECT_EQ(changed("", "    z\n", "", ""), "t.mps, line 8: this cannot be understood: z");
+  EXPECT_EQ(changed(" Q q\n", "", "", ""), "t.mps, line 5: this cannot be understood: Q q");
 }
 
 TEST_F(Dialects, OfMpsHaveRangesOfEachSign) {
@@ -317,6 +337,17 @@ TEST_F(Dialects, OfLpAreNotMisread) {
 TEST_F(Dialects, OfLpHaveNoColonsBehindTheConstraints) {
   EXPECT_EQ(readLp(lpOf("r: x + y <= 4\nBounds\n x <=: 3")),
             "t.lp, line 6: a colon stands behind the constraints");
+}
+
+TEST_F(Dialects, OfLpSayWhatIsWrongWithBoundsAndNames) {
+  const auto bounds = [this](const std::string& line) {
+    return readLp(lpOf("r: x + y <= 4\nBounds\n " + line));
+  };
+  EXPECT_EQ(bounds("x <= 4 5"), "t.lp, line 7: a comparison is expected in the bounds, not End");
+  EXPECT_EQ(bounds("x >= z"), "t.lp, line 6: a number is expected in the bounds, not z");
+  EXPECT_EQ(bounds("3 <="), "t.lp: this is no name: End");
+  EXPECT_EQ(readLp(lpOf("r: x + y + x <= 4")),
+            "t.lp, line 5: a variable stands twice in the objective or in a constraint");
 }
 
 TEST_F(Dialects, OfLpRefuseSectionsThatModelsCannotHold) {

@@ -152,7 +152,7 @@ TEST_F(Files, SayLineAndReasonOfBrokenMps) {
     return text.replace(text.find(from), std::string(from).size(), to);
   };
   EXPECT_EQ(errorOf("a.mps", changed("lim1         1.0\n", "limX 1.0\n")),
-            "a.mps, line 9: No match for row limX: x cost 1.0 limX 1.0");
+            "a.mps, line 9: there is no row limX: x cost 1.0 limX 1.0");
   EXPECT_EQ(errorOf("b.mps", changed(" N  other", " N  lim1")),
             "b.mps, line 7: row lim1 is there twice");
   EXPECT_EQ(errorOf("c.mps", changed("    z         cost", "    x         cost")),
@@ -169,12 +169,11 @@ TEST_F(Files, SayLineAndReasonOfBrokenLp) {
   EXPECT_EQ(errorOf("a.lp", "Minimize\n obj: x\nSubject To\n c: x >= 1\n"),
             "a.lp: the file does not end with the word End");
   EXPECT_EQ(errorOf("b.lp", "Minimize\n obj: x\nSubject To\n c: x >= 1\nBounds\n x <= two\nEnd\n"),
-            "b.lp, line 6: Bounds; expect a number, get: two");
+            "b.lp, line 6: a number is expected in the bounds, not two");
   EXPECT_EQ(errorOf("c.lp", "hello\nEnd\n"),
             "c.lp, line 1: the file begins with Minimize or Maximize, not hello");
   EXPECT_EQ(errorOf("d.lp", "Minimize\n obj: x\nSubject To\n c: x >= 1\n c: x <= 3\nEnd\n"),
-            "d.lp: non distinct or missing row names or objective function name. Now using default "
-            "row names");
+            "d.lp: two constraints have the same name, or one has that of the objective");
 }
 
 TEST_F(Files, SayWhatIsWrongWithBounds) {

@@ -24,6 +24,7 @@ class CheckedEnvironment : public testing::TestWithParam<bool> {
  protected:
   CheckedEnvironment() {
     GetParam() ? VakUsePooledMemory() : VakUseUnpooledMemory();
+    defects.clear();
     VakSetMemoryDefectHandler([](const VakMemoryDefect& d) { defects.push_back(d); });
     VakSetLeftoverStream(&leftovers);
     env = VakEnv();
