@@ -57,7 +57,9 @@ fuzz() {
 }
 
 # Of each target at most this many inputs are kept: the tests replay them in every build.
-most_inputs=28
+most_inputs_of() {
+  if [[ $1 == models ]]; then echo 60; else echo 28; fi
+}
 
 merge() {
   local target=$1 merged control=$PWD/build/logs/fuzz-merge-$1.txt
@@ -70,7 +72,7 @@ merge() {
     -merge_control_file="$control" "$merged" "tests/fuzz/corpus/$target" "build/fuzz/corpus/$target" \
     >"build/logs/fuzz-merge-$target.log" 2>&1
   rm -rf "$merged"
-  scripts/pick_corpus.py "$control" "tests/fuzz/corpus/$target" "$most_inputs"
+  scripts/pick_corpus.py "$control" "tests/fuzz/corpus/$target" "$(most_inputs_of "$target")"
 }
 
 if [[ $isMerge ]]; then

@@ -56,7 +56,7 @@ void ModelChanges::setManyVarBounds() {
   }
   if (!_world.attemptUnless(isWrong, [&] { VakSetBounds(vars, lbs, ubs); })) return;
   for (std::size_t i = 0; i < vars.size(); ++i) {
-    FuzzVar& x = _world.vars.at(idOf(vars[i]));
+    FuzzVar& x = _world.vars.at(IdOf(vars[i]));
     x.lb = lbs[i];
     x.ub = ubs[i];
   }
@@ -80,7 +80,7 @@ void ModelChanges::setManyKinds() {
     isWrong = isWrong || x->refuses(kind);
   }
   if (!_world.attemptUnless(isWrong, [&] { VakSetKind(vars, kind); })) return;
-  for (const VakNumVar x : vars) _world.vars.at(idOf(x)).kind = kind;
+  for (const VakNumVar x : vars) _world.vars.at(IdOf(x)).kind = kind;
 }
 
 // ---- Coefficients -------------------------------------------------------------------------------
@@ -94,9 +94,9 @@ void ModelChanges::setCoef() {
   const bool isDone = _world.attempt(
       [&] { isSum ? row->handle.addTerm(x->handle, coef) : row->handle.setCoef(x->handle, coef); });
   if (!isDone) return;
-  const auto found = row->terms.find(idOf(x->handle));
+  const auto found = row->terms.find(IdOf(x->handle));
   const VakNum old = found == row->terms.end() ? 0 : found->second;
-  row->put(idOf(x->handle), isSum ? old + coef : coef);
+  row->put(IdOf(x->handle), isSum ? old + coef : coef);
   _world.join(*row);
 }
 
@@ -109,8 +109,8 @@ void ModelChanges::setCoefs() {
     coefs.push_back({row->handle, x->handle, _world.anyCoef()});
   }
   if (!_world.attempt([&] { VakSetCoefs(coefs); })) return;
-  for (const VakCoef& c : coefs) _world.rows.at(idOf(c.linear)).put(idOf(c.var), c.coef);
-  for (const VakCoef& c : coefs) _world.join(_world.rows.at(idOf(c.linear)));
+  for (const VakCoef& c : coefs) _world.rows.at(IdOf(c.linear)).put(IdOf(c.var), c.coef);
+  for (const VakCoef& c : coefs) _world.join(_world.rows.at(IdOf(c.linear)));
 }
 
 void ModelChanges::setCoefsOfOne() {
@@ -125,7 +125,7 @@ void ModelChanges::setCoefsOfOne() {
     coefs.push_back(_world.anyCoef());
   }
   if (!_world.attempt([&] { row->handle.setCoefs(vars, coefs); })) return;
-  for (std::size_t i = 0; i < vars.size(); ++i) row->put(idOf(vars[i]), coefs[i]);
+  for (std::size_t i = 0; i < vars.size(); ++i) row->put(IdOf(vars[i]), coefs[i]);
   _world.join(*row);
 }
 
@@ -149,7 +149,7 @@ void ModelChanges::setObjective() {
     default:
       if (!_world.attempt([&] { objective.setExpr(expr); })) return;
       row->lb = expr.getConstant();
-      row->terms = ModelWorld::termsOf(expr);
+      row->terms = ModelWorld::TermsOf(expr);
       _world.join(*row);
   }
 }
@@ -174,7 +174,7 @@ void ModelChanges::setConstraint() {
   if (!isDone) return;
   row->lb = lb - expr.getConstant();
   row->ub = ub - expr.getConstant();
-  row->terms = ModelWorld::termsOf(expr);
+  row->terms = ModelWorld::TermsOf(expr);
   _world.join(*row);
 }
 
@@ -193,7 +193,7 @@ void ModelChanges::setManyRowBounds() {
   }
   if (!_world.attemptUnless(isWrong, [&] { VakSetBounds(constraints, lbs, ubs); })) return;
   for (std::size_t i = 0; i < constraints.size(); ++i) {
-    FuzzRow& row = _world.rows.at(idOf(constraints[i]));
+    FuzzRow& row = _world.rows.at(IdOf(constraints[i]));
     row.lb = lbs[i];
     row.ub = ubs[i];
   }
@@ -205,7 +205,7 @@ void ModelChanges::setStored() {
   const VakExpr expr = _world.anyExpr();
   if (!_world.attempt([&] { expression->handle.setExpr(expr); })) return;
   expression->constant = expr.getConstant();
-  expression->terms = ModelWorld::termsOf(expr);
+  expression->terms = ModelWorld::TermsOf(expr);
 }
 
 void ModelChanges::setName() {
@@ -215,7 +215,7 @@ void ModelChanges::setName() {
   switch (_program.below(3)) {
     case 0:
       object.setName(nullptr);
-      _world.names.erase(idOf(object));
+      _world.names.erase(IdOf(object));
       return;
     case 1:
       object.setName(name.c_str());
@@ -223,7 +223,7 @@ void ModelChanges::setName() {
     default:
       object.setName(std::string_view(name));
   }
-  _world.names[idOf(object)] = name;
+  _world.names[IdOf(object)] = name;
 }
 
 // ---- What is refused, and what concerns no object -----------------------------------------------
@@ -280,24 +280,24 @@ void ModelChanges::compute() {
   if (x == nullptr) return;
   VakExpr expr = _world.anyExpr();
   const VakExpr part = _world.anyExpr();
-  FuzzTerms terms = ModelWorld::termsOf(expr);
-  const auto found = terms.find(idOf(x->handle));
+  FuzzTerms terms = ModelWorld::TermsOf(expr);
+  const auto found = terms.find(IdOf(x->handle));
   const VakNum coef = found == terms.end() ? 0 : found->second;
   VAK_FUZZ_REQUIRE(expr.getCoef(x->handle) == coef);
   const VakNum constant = expr.getConstant() + coef * part.getConstant();
-  terms.erase(idOf(x->handle));
-  for (const auto& [y, c] : ModelWorld::termsOf(part)) terms[y] += coef * c;
+  terms.erase(IdOf(x->handle));
+  for (const auto& [y, c] : ModelWorld::TermsOf(part)) terms[y] += coef * c;
   std::erase_if(terms, [](const auto& t) { return t.second == 0; });
 
   expr.substitute(x->handle, part);
-  VAK_FUZZ_REQUIRE(expr.getConstant() == constant && ModelWorld::termsOf(expr) == terms);
+  VAK_FUZZ_REQUIRE(expr.getConstant() == constant && ModelWorld::TermsOf(expr) == terms);
   VAK_FUZZ_REQUIRE(!expr.isNormal() || expr.getTerms().size() == terms.size());
   expr.normalize();
   VAK_FUZZ_REQUIRE(expr.getTerms().size() == terms.size());
-  VAK_FUZZ_REQUIRE(ModelWorld::termsOf(expr) == terms);
+  VAK_FUZZ_REQUIRE(ModelWorld::TermsOf(expr) == terms);
   const VakExpr twice = expr + expr;
   expr *= 2;
-  VAK_FUZZ_REQUIRE(ModelWorld::termsOf(twice) == ModelWorld::termsOf(expr));
+  VAK_FUZZ_REQUIRE(ModelWorld::TermsOf(twice) == ModelWorld::TermsOf(expr));
   expr -= twice;
-  VAK_FUZZ_REQUIRE(ModelWorld::termsOf(expr).empty() && expr.getConstant() == 0);
+  VAK_FUZZ_REQUIRE(ModelWorld::TermsOf(expr).empty() && expr.getConstant() == 0);
 }

@@ -10,7 +10,7 @@ class ModelChanges {
   void step();
 
  private:
-  static VakExtractableI* idOf(VakExtractable object) { return ModelWorld::idOf(object); }
+  static VakExtractableI* IdOf(VakExtractable object) { return ModelWorld::IdOf(object); }
 
   void setVarBounds();
   void setManyVarBounds();

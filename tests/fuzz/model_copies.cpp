@@ -19,7 +19,7 @@ void ModelCopies::copyInside(FuzzModel& model) {
     substituteRow(copier, model);
     // A constraint is in one model at most, also when it is there in the place of another.
     const bool isWrong =
-        _rowTaken != nullptr && _rowTaken->model == idOf(model.handle) && _rowFor->model != nullptr;
+        _rowTaken != nullptr && _rowTaken->model == IdOf(model.handle) && _rowFor->model != nullptr;
     const std::string message =
         VakFuzzMessage<VakModelError>([&] { made = copier.copy(model.handle); });
     VAK_FUZZ_REQUIRE(message.empty() != isWrong);
@@ -51,7 +51,7 @@ void ModelCopies::substituteVars(VakCopier& copier, VakEnv target) {
     if (x == nullptr || y == nullptr) return;
     const VakNumVar replacement = isInside ? y->handle : VakNumVar(target);
     copier.substitute(x->handle, replacement);
-    _varFor[idOf(x->handle)] = replacement;
+    _varFor[IdOf(x->handle)] = replacement;
   }
 }
 
@@ -73,12 +73,12 @@ void ModelCopies::compare(const VakCopier& copier, const FuzzModel& model, VakMo
   for (VakExtractableI* key : model.vars) {
     const FuzzVar& x = _world.vars.at(key);
     compareVar(copier, x);
-    vars.insert(idOf(copier.getCopy(x.handle)));
+    vars.insert(IdOf(copier.getCopy(x.handle)));
   }
   VakInt terms = 0;
   VakInt constraints = 0;
   for (const auto& [key, row] : _world.rows) {
-    if (row.model != idOf(model.handle)) continue;
+    if (row.model != IdOf(model.handle)) continue;
     if (&row == _rowTaken) {
       VAK_FUZZ_REQUIRE(copier.getCopy(row.constraint()).is(_rowFor->handle));
       VAK_FUZZ_REQUIRE(_rowFor->handle.getModel().is(made));
@@ -93,7 +93,7 @@ void ModelCopies::compare(const VakCopier& copier, const FuzzModel& model, VakMo
     ++constraints;
   }
   std::set<VakExtractableI*> madeVars;
-  for (const VakNumVar x : made.variables()) madeVars.insert(idOf(x));
+  for (const VakNumVar x : made.variables()) madeVars.insert(IdOf(x));
   VAK_FUZZ_REQUIRE(madeVars == vars);
   VAK_FUZZ_REQUIRE(made.getVariableCount() == static_cast<VakInt>(vars.size()));
   VAK_FUZZ_REQUIRE(made.getConstraintCount() == constraints && made.getTermCount() == terms);
@@ -103,14 +103,14 @@ void ModelCopies::compare(const VakCopier& copier, const FuzzModel& model, VakMo
 
 void ModelCopies::compareVar(const VakCopier& copier, const FuzzVar& x) {
   const VakNumVar copy = copier.getCopy(x.handle);
-  const auto replaced = _varFor.find(idOf(x.handle));
+  const auto replaced = _varFor.find(IdOf(x.handle));
   if (replaced != _varFor.end()) {
-    VAK_FUZZ_REQUIRE(idOf(copy) == idOf(replaced->second));
+    VAK_FUZZ_REQUIRE(IdOf(copy) == IdOf(replaced->second));
     return;
   }
-  VAK_FUZZ_REQUIRE(!_world.vars.holds(idOf(copy)));
+  VAK_FUZZ_REQUIRE(!_world.vars.holds(IdOf(copy)));
   VAK_FUZZ_REQUIRE(copy.getLB() == x.lb && copy.getUB() == x.ub && copy.getKind() == x.kind);
-  const auto named = _world.names.find(idOf(x.handle));
+  const auto named = _world.names.find(IdOf(x.handle));
   const char* name = copy.getName();
   VAK_FUZZ_REQUIRE((name != nullptr) == (named != _world.names.end()));
   VAK_FUZZ_REQUIRE(name == nullptr || named->second == name);
@@ -129,14 +129,14 @@ void ModelCopies::compareRow(const VakCopier& copier, const FuzzRow& row, VakMod
     VAK_FUZZ_REQUIRE(constraint.isKeptWhenEmpty() == row.isKept);
     copy = constraint;
   }
-  VAK_FUZZ_REQUIRE(copy.getModel().is(made) && !_world.rows.holds(idOf(copy)));
+  VAK_FUZZ_REQUIRE(copy.getModel().is(made) && !_world.rows.holds(IdOf(copy)));
   FuzzTerms expected;
   for (const auto& [x, coef] : row.terms) {
-    expected[idOf(copier.getCopy(_world.vars.at(x).handle))] += coef;
+    expected[IdOf(copier.getCopy(_world.vars.at(x).handle))] += coef;
   }
   std::erase_if(expected, [](const auto& t) { return t.second == 0; });
   FuzzTerms terms;
-  for (const VakTerm term : copy.terms()) terms[idOf(term.var)] = term.coef;
+  for (const VakTerm term : copy.terms()) terms[IdOf(term.var)] = term.coef;
   VAK_FUZZ_REQUIRE(terms == expected);
 }
 
@@ -147,7 +147,7 @@ void ModelCopies::end(VakModel made) {
   }
   std::vector<VakExtractable> all{made};
   for (const VakNumVar x : made.variables()) {
-    if (!_world.vars.holds(idOf(x))) all.push_back(x);
+    if (!_world.vars.holds(IdOf(x))) all.push_back(x);
   }
   VakEndAll(all);
 }

@@ -10,7 +10,7 @@ class ModelCopies {
   void step();
 
  private:
-  static VakExtractableI* idOf(VakExtractable object) { return ModelWorld::idOf(object); }
+  static VakExtractableI* IdOf(VakExtractable object) { return ModelWorld::IdOf(object); }
 
   void copyInside(FuzzModel& model);
   void copyAcross(FuzzModel& model);

@@ -96,7 +96,7 @@ ModelWorld::Armed::Armed(ModelWorld& world) : _world(world) {
     case 2:
       if (world.mirror == nullptr) break;
       if (const VakExtractable object = world.anyObject(); !object.isEmpty()) {
-        world.mirror->refused = {idOf(object)};
+        world.mirror->refused = {IdOf(object)};
       }
       break;
     case 3:
@@ -121,16 +121,16 @@ ModelWorld::Armed::~Armed() {
 
 // ---- Records ------------------------------------------------------------------------------------
 
-FuzzTerms ModelWorld::termsOf(const VakExpr& expr) {
+FuzzTerms ModelWorld::TermsOf(const VakExpr& expr) {
   FuzzTerms terms;
-  for (const VakTerm& term : expr.getTerms()) terms[idOf(term.var)] += term.coef;
+  for (const VakTerm& term : expr.getTerms()) terms[IdOf(term.var)] += term.coef;
   std::erase_if(terms, [](const auto& t) { return t.second == 0; });
   return terms;
 }
 
 FuzzRow* ModelWorld::objectiveOf(const FuzzModel& model) {
   for (auto& [key, row] : rows) {
-    if (row.isObjective && row.model == idOf(model.handle)) return &row;
+    if (row.isObjective && row.model == IdOf(model.handle)) return &row;
   }
   return nullptr;
 }
@@ -190,7 +190,7 @@ namespace {
 FuzzTerms termsIn(const VakTermRange& range) {
   FuzzTerms terms;
   for (const VakTerm term : range) {
-    VAK_FUZZ_REQUIRE(terms.emplace(ModelWorld::idOf(term.var), term.coef).second);
+    VAK_FUZZ_REQUIRE(terms.emplace(ModelWorld::IdOf(term.var), term.coef).second);
   }
   return terms;
 }
@@ -217,14 +217,14 @@ void ModelWorld::compare() {
 }
 
 void ModelWorld::compareName(VakExtractable object) const {
-  const auto found = names.find(idOf(object));
+  const auto found = names.find(IdOf(object));
   const char* name = object.getName();
   VAK_FUZZ_REQUIRE((name != nullptr) == (found != names.end()));
   VAK_FUZZ_REQUIRE(name == nullptr || found->second == name);
 }
 
 void ModelWorld::compareRow(const FuzzRow& row) const {
-  VAK_FUZZ_REQUIRE(idOf(row.handle.getModel()) == row.model);
+  VAK_FUZZ_REQUIRE(IdOf(row.handle.getModel()) == row.model);
   VAK_FUZZ_REQUIRE(termsIn(row.handle.terms()) == row.terms);
   VAK_FUZZ_REQUIRE(row.handle.getTermCount() == static_cast<VakInt>(row.terms.size()));
   compareName(row.handle);
@@ -243,38 +243,38 @@ void ModelWorld::compareModel(const FuzzModel& model) {
   std::map<std::string, VakExtractableI*> firstNamed;
   std::set<VakExtractableI*> members;
   for (const VakNumVar x : model.handle.variables()) {
-    VAK_FUZZ_REQUIRE(members.insert(idOf(x)).second && model.handle.contains(x));
-    const auto named = names.find(idOf(x));
-    if (named != names.end()) firstNamed.emplace(named->second, idOf(x));
+    VAK_FUZZ_REQUIRE(members.insert(IdOf(x)).second && model.handle.contains(x));
+    const auto named = names.find(IdOf(x));
+    if (named != names.end()) firstNamed.emplace(named->second, IdOf(x));
   }
   VAK_FUZZ_REQUIRE(members == model.vars);
   VAK_FUZZ_REQUIRE(model.handle.getVariableCount() == static_cast<VakInt>(members.size()));
   for (const auto& [name, x] : firstNamed) {
-    VAK_FUZZ_REQUIRE(idOf(model.handle.findVariable(name)) == x);
+    VAK_FUZZ_REQUIRE(IdOf(model.handle.findVariable(name)) == x);
   }
   VAK_FUZZ_REQUIRE(model.handle.findVariable("no such name").isEmpty());
 
   std::set<VakExtractableI*> constraints;
   VakInt terms = 0;
   for (const VakConstraint c : model.handle.constraints()) {
-    VAK_FUZZ_REQUIRE(constraints.insert(idOf(c)).second && model.handle.contains(c));
+    VAK_FUZZ_REQUIRE(constraints.insert(IdOf(c)).second && model.handle.contains(c));
     terms += c.getTermCount();
   }
   std::set<VakExtractableI*> expected;
   for (const auto& [key, row] : rows) {
-    if (!row.isObjective && row.model == idOf(model.handle)) expected.insert(key);
+    if (!row.isObjective && row.model == IdOf(model.handle)) expected.insert(key);
   }
   VAK_FUZZ_REQUIRE(constraints == expected);
   VAK_FUZZ_REQUIRE(model.handle.getTermCount() == terms);
   const FuzzRow* objective = objectiveOf(model);
-  VAK_FUZZ_REQUIRE(idOf(model.handle.getObjective()) ==
-                   (objective == nullptr ? nullptr : idOf(objective->handle)));
+  VAK_FUZZ_REQUIRE(IdOf(model.handle.getObjective()) ==
+                   (objective == nullptr ? nullptr : IdOf(objective->handle)));
   compareName(model.handle);
   VAK_FUZZ_SOUND(model.handle.check());
 }
 
 // What the mirror was told one by one has to be what it would read now.
 void ModelWorld::compareMirror() const {
-  VAK_FUZZ_REQUIRE(idOf(mirror->getModel()) == mirrored);
+  VAK_FUZZ_REQUIRE(IdOf(mirror->getModel()) == mirrored);
   if (mirror->isLoaded()) VAK_FUZZ_REQUIRE(mirror->text() == mirror->expectedText());
 }

@@ -161,8 +161,8 @@ class ModelWorld {
 
   // ---- Records ----------------------------------------------------------------------------------
 
-  [[nodiscard]] static VakExtractableI* idOf(VakExtractable object) { return object.getImpl(); }
-  [[nodiscard]] static FuzzTerms termsOf(const VakExpr& expr);
+  [[nodiscard]] static VakExtractableI* IdOf(VakExtractable object) { return object.getImpl(); }
+  [[nodiscard]] static FuzzTerms TermsOf(const VakExpr& expr);
   [[nodiscard]] FuzzRow* objectiveOf(const FuzzModel& model);
   /// Enters the variables of a row that is in a model into the model.
   void join(const FuzzRow& row);

@@ -28,7 +28,7 @@ class ModelObjects {
   }
 
  private:
-  static VakExtractableI* idOf(VakExtractable object) { return ModelWorld::idOf(object); }
+  static VakExtractableI* IdOf(VakExtractable object) { return ModelWorld::IdOf(object); }
 
   // ---- Making -----------------------------------------------------------------------------------
 
@@ -61,7 +61,7 @@ class ModelObjects {
   FuzzRow planRow(VakRelation& relation) {
     const VakExpr expr = _world.anyExpr();
     FuzzRow row;
-    row.terms = ModelWorld::termsOf(expr);
+    row.terms = ModelWorld::TermsOf(expr);
     row.lb = -VakGetInfinity();
     row.ub = VakGetInfinity();
     const VakNum bound = _world.anyNumber();
@@ -92,7 +92,7 @@ class ModelObjects {
     if (_program.below(4) == 0) {
       const VakExpr expr = _world.anyExpr();
       FuzzRow row;
-      row.terms = ModelWorld::termsOf(expr);
+      row.terms = ModelWorld::TermsOf(expr);
       row.isObjective = true;
       row.isMaximized = _program.flag();
       row.lb = expr.getConstant();
@@ -110,13 +110,13 @@ class ModelObjects {
     if (_world.models.size() >= 3) return;
     const VakModel model(_world.env, "model");
     _world.models.add({model, {}});
-    _world.names[idOf(model)] = "model";
+    _world.names[IdOf(model)] = "model";
   }
   void makeStored() {
     if (_world.stored.size() >= 4) return;
     const VakExpr expr = _world.anyExpr();
     _world.stored.add(
-        {VakNumExpr(_world.env, expr), ModelWorld::termsOf(expr), expr.getConstant()});
+        {VakNumExpr(_world.env, expr), ModelWorld::TermsOf(expr), expr.getConstant()});
   }
 
   // ---- Adding -----------------------------------------------------------------------------------
@@ -126,7 +126,7 @@ class ModelObjects {
     const FuzzVar* x = _world.anyVar();
     if (model == nullptr || x == nullptr) return;
     if (!_world.attempt([&] { model->handle.add(x->handle); })) return;
-    model->vars.insert(idOf(x->handle));
+    model->vars.insert(IdOf(x->handle));
   }
   void addRow() {
     FuzzModel* model = _world.anyModel();
@@ -138,7 +138,7 @@ class ModelObjects {
       row->isObjective ? model->handle.add(row->objective()) : model->handle.add(row->constraint());
     });
     if (!isDone) return;
-    row->model = idOf(model->handle);
+    row->model = IdOf(model->handle);
     _world.join(*row);
   }
   void addRelation() {
@@ -153,10 +153,10 @@ class ModelObjects {
     });
     if (!isDone) return;
     enterMember(row, *model);
-    if (isNamed) _world.names[idOf(row.handle)] = name;
+    if (isNamed) _world.names[IdOf(row.handle)] = name;
   }
   FuzzRow& enterMember(FuzzRow row, const FuzzModel& model) {
-    row.model = idOf(model.handle);
+    row.model = IdOf(model.handle);
     FuzzRow& entered = _world.rows.add(row);
     _world.join(entered);
     return entered;
@@ -205,11 +205,11 @@ class ModelObjects {
     for (std::size_t j = 0; j < count; ++j) {
       planned[j].handle = made[j];
       _world.vars.add(planned[j]);
-      model->vars.insert(idOf(made[j]));
+      model->vars.insert(IdOf(made[j]));
       for (auto i = static_cast<std::size_t>(starts[j]);
            i < static_cast<std::size_t>(starts[j + 1]); ++i) {
-        FuzzRow& row = _world.rows.at(idOf(rows[static_cast<std::size_t>(members[i])]));
-        row.put(idOf(made[j]), row.terms[idOf(made[j])] + coefs[i]);
+        FuzzRow& row = _world.rows.at(IdOf(rows[static_cast<std::size_t>(members[i])]));
+        row.put(IdOf(made[j]), row.terms[IdOf(made[j])] + coefs[i]);
       }
       enterCost(*model, made[j], objective[j]);
     }
@@ -223,7 +223,7 @@ class ModelObjects {
       fresh.isObjective = true;
       row = &enterMember(fresh, model);
     }
-    row->put(idOf(x), cost);
+    row->put(IdOf(x), cost);
   }
 
   void addRows() {
@@ -244,7 +244,7 @@ class ModelObjects {
         const int j = _program.byte() % static_cast<int>(columns.size());
         members.push_back(j);
         coefs.push_back(_world.anyCoef());
-        row.terms[idOf(columns[static_cast<std::size_t>(j)])] += coefs.back();
+        row.terms[IdOf(columns[static_cast<std::size_t>(j)])] += coefs.back();
       }
       std::erase_if(row.terms, [](const auto& t) { return t.second == 0; });
       starts.push_back(static_cast<VakInt>(members.size()));
@@ -275,10 +275,10 @@ class ModelObjects {
       fresh.isObjective = true;
       row = &enterMember(fresh, *model);
     }
-    VAK_FUZZ_REQUIRE(idOf(row->handle) == idOf(made));
+    VAK_FUZZ_REQUIRE(IdOf(row->handle) == IdOf(made));
     row->isMaximized = isMaximized;
     row->lb = expr.getConstant();
-    row->terms = ModelWorld::termsOf(expr);
+    row->terms = ModelWorld::TermsOf(expr);
     _world.join(*row);
   }
 
@@ -288,7 +288,7 @@ class ModelObjects {
     const FuzzModel* model = _world.anyModel();
     FuzzRow* row = _world.anyRow();
     if (model == nullptr || row == nullptr) return;
-    const bool isDone = _world.attemptUnless(row->model != idOf(model->handle), [&] {
+    const bool isDone = _world.attemptUnless(row->model != IdOf(model->handle), [&] {
       row->isObjective ? model->handle.remove(row->objective())
                        : model->handle.remove(row->constraint());
     });
@@ -302,12 +302,12 @@ class ModelObjects {
     for (int n = _program.below(4); n > 0; --n) {
       const FuzzRow* row = _world.anyConstraint();
       if (row == nullptr) continue;
-      isWrong = isWrong || row->model != idOf(model->handle) ||
+      isWrong = isWrong || row->model != IdOf(model->handle) ||
                 std::find(some.begin(), some.end(), row->constraint()) != some.end();
       some.push_back(row->constraint());
     }
     if (!_world.attemptUnless(isWrong, [&] { model->handle.remove(some); })) return;
-    for (const VakConstraint c : some) _world.rows.at(idOf(c)).model = nullptr;
+    for (const VakConstraint c : some) _world.rows.at(IdOf(c)).model = nullptr;
   }
   void removeVars() {
     FuzzModel* model = _world.anyModel();
@@ -317,7 +317,7 @@ class ModelObjects {
     for (int n = _program.below(4); n > 0; --n) {
       const FuzzVar* x = _world.anyVar();
       if (x == nullptr) return;
-      isWrong = isWrong || model->vars.count(idOf(x->handle)) == 0 ||
+      isWrong = isWrong || model->vars.count(IdOf(x->handle)) == 0 ||
                 std::any_of(some.begin(), some.end(),
                             [x](VakNumVar other) { return other.is(x->handle); });
       some.push_back(x->handle);
@@ -327,9 +327,9 @@ class ModelObjects {
         isWrong, [&] { isSingle ? model->handle.remove(some[0]) : model->handle.remove(some); });
     if (!isDone) return;
     for (const VakNumVar x : some) {
-      model->vars.erase(idOf(x));
+      model->vars.erase(IdOf(x));
       for (auto& [key, row] : _world.rows) {
-        if (row.model == idOf(model->handle)) row.terms.erase(idOf(x));
+        if (row.model == IdOf(model->handle)) row.terms.erase(IdOf(x));
       }
     }
   }
@@ -346,7 +346,7 @@ class ModelObjects {
       VakRemoveAllFromAll(objects);
     }
     std::set<VakExtractableI*> removed;
-    for (const VakExtractable object : objects) removed.insert(idOf(object));
+    for (const VakExtractable object : objects) removed.insert(IdOf(object));
     // What they hold of one another stays; a model loses its rows and keeps its variables.
     for (auto& [key, row] : _world.rows) {
       if (removed.count(key) != removed.count(row.model)) row.model = nullptr;
@@ -359,11 +359,11 @@ class ModelObjects {
     std::vector<VakExtractable> objects;
     for (int n = 1 + _program.below(3); n > 0; --n) {
       const VakExtractable object = _world.anyObject();
-      if (_world.models.holds(idOf(object)) && _program.below(4) != 0) continue;
+      if (_world.models.holds(IdOf(object)) && _program.below(4) != 0) continue;
       objects.push_back(object);
     }
     std::set<VakExtractableI*> gone;
-    for (const VakExtractable object : objects) gone.insert(idOf(object));
+    for (const VakExtractable object : objects) gone.insert(IdOf(object));
     gone.erase(nullptr);
     if (objects.size() == 1) {
       objects[0].end();
@@ -407,7 +407,7 @@ void changeAlgorithms(ModelWorld& world) {
     case 1:
       if (const FuzzModel* model = world.anyModel(); model != nullptr) {
         world.mirror->extract(model->handle);
-        world.mirrored = ModelWorld::idOf(model->handle);
+        world.mirrored = ModelWorld::IdOf(model->handle);
       }
       break;
     case 2:
