@@ -3,8 +3,8 @@
 
 Every function that public_functions.py finds is named by an operation of tests/fault/matrix/*_faults.cpp, or
 stands in tests/fault/matrix/undriven.txt with a reason. An operation names no function that does not exist.
-The source that names a function also has its name in its code, unless it is named with a star: such a
-function is reached through those that are called.
+The code of an operation that names a function has the function's name in it, or calls a function of its source
+that has; unless it is named with a star: such a function is reached through those that are called.
 
 Prints one line per offence and ends with 1 if there is any.
 
@@ -16,17 +16,59 @@ import sys
 from fnmatch import fnmatchcase
 
 from offences import report
-from public_functions import public_functions
+from public_functions import declarations, drop_templates, function_name, public_functions, skip_balanced
 
 TEXT = r'"(?:[^"\\]|\\.)*"'
+CHARACTER = r"'(?:[^'\\]|\\.)'"
 OPERATION = re.compile(rf"\{{\s*{TEXT},\s*((?:{TEXT}\s*)+),")
 
 
-def named_functions(source):
-    """The functions that the operations of a source name."""
+def without_comments(path):
+    return re.sub(r"//[^\n]*|^#[^\n]*", "", path.read_text(encoding="utf-8"), flags=re.MULTILINE)
+
+
+def blank_texts(source):
+    """The source with as many blanks in place of every text and character."""
+    return re.sub(rf"{TEXT}|{CHARACTER}", lambda text: " " * len(text[0]), source)
+
+
+def helpers(body):
+    """Maps the functions and classes that a source defines for its operations to their code."""
+    found = {}
+    for head, inner in declarations(body):
+        if inner is None:
+            continue
+        head = drop_templates(head)
+        named = re.match(r"(?:struct|class|union)\s+(\w+)", head)
+        if head.startswith("namespace"):
+            found |= helpers(inner)
+        elif named:
+            found[named[1]] = head + inner
+        elif function_name(head):
+            found[function_name(head)] = inner
+    return found
+
+
+def with_helpers(code, functions):
+    """The code and that of all functions it leads to."""
+    waiting, seen = [code], set()
+    while waiting:
+        part = waiting.pop()
+        yield part
+        for name in set(re.findall(r"\w+", part)) & functions.keys() - seen:
+            seen.add(name)
+            waiting.append(functions[name])
+
+
+def operations(path, shared):
+    """The operations of a source: the functions that each names, and its code."""
+    source = without_comments(path)
+    blank = blank_texts(source)
+    functions = shared | helpers(blank)
     for operation in OPERATION.finditer(source):
+        end = skip_balanced(blank, operation.start(), "{", "}")
         text = "".join(part[1:-1] for part in re.findall(TEXT, operation[1]))
-        yield from text.split()
+        yield text.split(), "\n".join(with_helpers(blank[operation.end() : end], functions))
 
 
 def is_operator(function):
@@ -38,7 +80,10 @@ def is_used(function, code):
     name = function.split("::")[-1]
     if not is_operator(function):
         return re.search(rf"\b{name}\b", code) is not None
-    return name.startswith("operator_") or name.removeprefix("operator")[0] in code
+    if name.startswith("operator_"):
+        return True
+    sign = re.match(r"\W+?(?=\(\w|$)", name.removeprefix("operator"))[0]
+    return sign.removesuffix(")").removesuffix("]") in code
 
 
 def read_exceptions(path):
@@ -54,11 +99,11 @@ def read_exceptions(path):
 def find_offences(root):
     matrix = root / "tests/fault/matrix"
     public = public_functions(root)
-    offences, driven = [], set()
+    offences, driven, shared = [], set(), {}
+    for name in ("user_objects.h", "property_world.h"):
+        shared |= helpers(blank_texts(without_comments(matrix / name)))
     for path in sorted(matrix.glob("*_faults.cpp")):
-        source = path.read_text(encoding="utf-8")
-        code = re.sub(TEXT, '""', re.sub(r"//[^\n]*", "", source))
-        for named in named_functions(source):
+        for named, code in ((n, code) for names, code in operations(path, shared) for n in names):
             function = named.removesuffix("*") if not is_operator(named) else named
             driven.add(function)
             if function not in public:

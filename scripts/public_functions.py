@@ -2,7 +2,7 @@
 """Lists the public functions of the library's installed headers, one "Class::function" a line.
 
 Read from the headers that the modules' CMakeLists.txt name as HEADERS and EXTENSION_HEADERS. Overloads are
-one entry; a constructor is "Class::Class", a conversion "Class::operator_bool", a free function is named
+one entry, except that every type has its own "operator<<(Type)"; a constructor is "Class::Class", a conversion "Class::operator_bool", a free function is named
 alone. Left out: destructors, deleted functions, private classes, what a class declares only to forbid or to
 place it (operators new and delete), and what the stamps of the type system add.
 
@@ -104,6 +104,13 @@ def function_name(head):
     return name
 
 
+def last_parameter_type(head):
+    """The name of the type of a function's last parameter, without const, references and arguments."""
+    start = head.index("(", head.index("operator"))
+    parameters = head[start + 1 : skip_balanced(head, start, "(", ")") - 1]
+    return re.match(r"\s*(?:const\s+)?([\w:]+)", parameters[parameters.rindex(",") + 1 :])[1]
+
+
 def collect(body, scope, functions, hidden, public=True):
     """Adds the functions of a scope; `hidden` are the private classes, which may be defined elsewhere."""
     for head, inner in declarations(body):
@@ -128,6 +135,8 @@ def collect(body, scope, functions, hidden, public=True):
             continue
         else:
             name = function_name(head)
+            if name == "operator<<" and not scope:
+                name += f"({last_parameter_type(head)})"
             if name and (scope or name.startswith(("Vak", "operator", "intersect"))):
                 functions.add("::".join(scope + [name]))
 

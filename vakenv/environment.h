@@ -6,7 +6,9 @@
 ///
 /// The comment of every class says in up to three lines who may use it, when, and what is owed for
 /// what it hands out. A function whose own comment says more or otherwise is an exception. A free
-/// function has the contract of the class of its first argument.
+/// function has the contract of the class of its first argument that has one, as what it does is
+/// reading or changing that; one without such an argument is thread safe and may be called in any
+/// phase.
 ///
 /// Threads:
 ///   - *thread safe*: any thread, at any time;
@@ -19,7 +21,8 @@
 ///
 /// In thread-safe mode (VakThreadSafeScope, VakEnv::useMTSafeAllocation, with a mutex installed
 /// before the environment is made) several threads may take and give back memory of one environment
-/// and make and delete objects of their own in it; everything else stays as it is said.
+/// and make, change and delete objects and models of their own in it, with symbols that are there,
+/// as long as no algorithm and no notified plug-in is attached; everything else stays as it is said.
 ///
 /// Phases, of the life of the environment that an object belongs to:
 ///   - *any*: no environment that lives is needed;

@@ -14,4 +14,6 @@
 /// Not from within a report of a change, while terms may have a coefficient of 0. Costs linear time
 /// in what the environment holds. Takes no memory from the environment. Throws std::bad_alloc, and
 /// VakEmptyHandleException ("VakEnv: Using empty handle") for an empty handle.
+///
+/// Threads: confined, since even reading by others may cache what it looks at.
 [[nodiscard]] std::string VakCheckModels(VakEnv env);

@@ -193,9 +193,11 @@ void VakModelI::add(std::span<const VakRelation> relations, std::span<VakConstra
 
 /// So many entries before a row is needed it is fetched; about as long as memory takes.
 constexpr std::size_t LookAhead = 24;
+/// Up to so many entries of a column each is compared with every other; more are sorted.
+constexpr std::size_t MostCompared = 16;
 
 /// Variables that are made with their coefficients in objects that are there. For each column:
-/// make(), what it gets, finish().
+/// make(), what it gets, finish(); or make() and what is put.
 class VakModelI::ColumnMaker {
  public:
   explicit ColumnMaker(VakModelI* model)
@@ -230,8 +232,20 @@ class VakModelI::ColumnMaker {
   }
 
   /// Has a row fetched into the caches that will be needed soon; `row` may be empty.
-  static void Prefetch(const VakConstraintI* row) {
+  /// Always inline: GCC takes a function that only prefetches for one without effect and drops
+  /// calls.
+  [[gnu::always_inline]] static inline void Prefetch(const VakConstraintI* row) {
     if (row != nullptr) __builtin_prefetch(&row->_terms, 1);
+  }
+
+  /// Gives the column a coefficient at once in `linear`, which is of the model and has none of it
+  /// yet.
+  void put(VakLinearI* linear, VakNum coef) {
+    VakCheckCoef(_variable, linear, coef);
+    link(linear, coef);
+  }
+  void putObjective(VakNum coef) {
+    if (coef != 0) put(_addition.needObjective(), coef);
   }
 
   // The rows were looked at one after the other, so that waiting for them overlaps.
@@ -242,11 +256,7 @@ class VakModelI::ColumnMaker {
       VakCheckCoef(_variable, linear, coef);
     }
     if (hasRepeated()) addUpRepeated();
-    for (const auto& [linear, coef] : _column) {
-      if (coef == 0) continue;
-      linear->_terms.prepend(_model->_env->newTerm(_variable, coef));
-      if (_collects) _coefs.push_back({linear, _variable, coef});
-    }
+    for (const auto& [linear, coef] : _column) link(linear, coef);
     _column.clear();
   }
 
@@ -260,9 +270,14 @@ class VakModelI::ColumnMaker {
 
   void add(VakLinearI* linear, VakNum coef) { _column.push_back({linear, coef}); }
 
+  void link(VakLinearI* linear, VakNum coef) {
+    if (coef == 0) return;
+    linear->_terms.prepend(_model->_env->newTerm(_variable, coef));
+    if (_collects) _coefs.push_back({linear, _variable, coef});
+  }
+
   [[nodiscard]] bool hasRepeated() {
-    constexpr std::size_t mostCompared = 16;
-    if (_column.size() > mostCompared) {
+    if (_column.size() > MostCompared) {
       std::stable_sort(_column.begin(), _column.end(), IsBefore);
       return std::adjacent_find(_column.begin(), _column.end(), IsSame) != _column.end();
     }
@@ -356,6 +371,69 @@ T valueOr(std::span<const T> values, std::size_t i, T usual) {
 
 }  // namespace
 
+/// The entries of columns that are made in one go, whose matrix was checked.
+class VakModelI::ColumnEntries {
+ public:
+  ColumnEntries(const VakModelI* model, const VakColumns& columns)
+      : _columns(columns), _rowsDiffer(doRowsDiffer(model)) {}
+
+  [[nodiscard]] std::size_t begin(std::size_t column) const { return startOf(column); }
+  [[nodiscard]] std::size_t end(std::size_t column) const { return startOf(column + 1); }
+  [[nodiscard]] VakConstraint handle(std::size_t entry) const {
+    return _columns.rows[static_cast<std::size_t>(_columns.matrix.members[entry])];
+  }
+  [[nodiscard]] VakConstraintI* row(std::size_t entry) const { return ImplOf(handle(entry)); }
+  [[nodiscard]] VakNum coef(std::size_t entry) const { return _columns.matrix.coefs[entry]; }
+
+  /// Has a row fetched into the caches that will be needed some entries later, and the handle of
+  /// one that will be fetched then.
+  [[gnu::always_inline]] inline void fetchAfter(std::size_t entry) const {
+    const std::size_t last = _columns.matrix.members.size() - 1;
+    const int* members = _columns.matrix.members.data();
+    __builtin_prefetch(
+        &_columns.rows[static_cast<std::size_t>(members[std::min(entry + 2 * LookAhead, last)])]);
+    ColumnMaker::Prefetch(row(std::min(entry + LookAhead, last)));
+  }
+
+  /// True when these entries are known to be of different rows, all of them in the model.
+  [[nodiscard]] bool differ(std::size_t first, std::size_t end) const {
+    if (!_rowsDiffer || end - first > MostCompared) return false;
+    const int* members = _columns.matrix.members.data();
+    bool differ = true;
+    for (std::size_t i = first; i < end; ++i) {
+      for (std::size_t k = first; k < i; ++k) differ = differ && members[k] != members[i];
+    }
+    return differ;
+  }
+
+ private:
+  static VakConstraintI* ImplOf(const VakExtractable& row) {
+    return static_cast<VakConstraintI*>(row.getImpl());
+  }
+
+  [[nodiscard]] std::size_t startOf(std::size_t column) const {
+    return _columns.matrix.starts.empty()
+               ? 0
+               : static_cast<std::size_t>(_columns.matrix.starts[column]);
+  }
+
+  // Whether all rows are in the model, and none is listed twice. Their places tell them apart.
+  [[nodiscard]] bool doRowsDiffer(const VakModelI* model) const {
+    std::vector<bool> isListed(static_cast<std::size_t>(model->_constraints.size()));
+    for (const VakConstraint& handle : _columns.rows) {
+      const VakConstraintI* row = ImplOf(handle);
+      if (row == nullptr || row->_model != model) return false;
+      const auto place = static_cast<std::size_t>(row->_place);
+      if (isListed[place]) return false;
+      isListed[place] = true;
+    }
+    return true;
+  }
+
+  const VakColumns& _columns;
+  bool _rowsDiffer;  // Whether different members are different rows of the model.
+};
+
 void VakModelI::addColumns(const VakColumns& columns, std::span<VakNumVar> made) {
   const char* const operation = "VakModel::addColumns";
   const std::size_t count = columns.count;
@@ -365,26 +443,27 @@ void VakModelI::addColumns(const VakColumns& columns, std::span<VakNumVar> made)
   checkOptional(operation, count, columns.objective.size());
   checkOptional(operation, count, made.size());
   checkSparse(operation, columns.matrix, count, columns.rows.size());
-  const VakSparse& matrix = columns.matrix;
-  const auto rowOf = [&](std::size_t i) {
-    return columns.rows[static_cast<std::size_t>(matrix.members[i])];
-  };
   ColumnMaker maker(this);
+  const ColumnEntries entries(this, columns);
   for (std::size_t j = 0; j < count; ++j) {
     const VakVarKind kind = valueOr(columns.kinds, j, VakVarKind::Continuous);
     const VakNum usualUB = kind == VakVarKind::Boolean ? 1 : VakGetInfinity();
     VakModelVarI* variable =
         maker.make(kind, valueOr(columns.lbs, j, 0.0), valueOr(columns.ubs, j, usualUB));
-    maker.addObjective(valueOr(columns.objective, j, 0.0));
-    if (!matrix.starts.empty()) {
-      for (auto i = static_cast<std::size_t>(matrix.starts[j]);
-           i < static_cast<std::size_t>(matrix.starts[j + 1]); ++i) {
-        const std::size_t later = std::min(i + LookAhead, matrix.members.size() - 1);
-        ColumnMaker::Prefetch(rowOf(later).getImpl());
-        maker.addCoef(rowOf(i), matrix.coefs[i]);
+    const VakNum objective = valueOr(columns.objective, j, 0.0);
+    const std::size_t first = entries.begin(j);
+    const std::size_t end = entries.end(j);
+    if (entries.differ(first, end)) {
+      maker.putObjective(objective);
+      for (std::size_t i = first; i < end; ++i) {
+        entries.fetchAfter(i);
+        maker.put(entries.row(i), entries.coef(i));
       }
+    } else {
+      maker.addObjective(objective);
+      for (std::size_t i = first; i < end; ++i) maker.addCoef(entries.handle(i), entries.coef(i));
+      maker.finish();
     }
-    maker.finish();
     if (!made.empty()) made[j] = VakNumVar(variable);
   }
   maker.report();

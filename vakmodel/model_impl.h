@@ -173,6 +173,7 @@ class VakModelI final : public VakExtractableI {
 
  private:
   class Addition;
+  class ColumnEntries;
   class ColumnMaker;
   class Removal;
 

@@ -30,13 +30,14 @@ bool isSmallWhole(VakNum value) {
 }
 
 // The domain of these bounds from one of the environment's tables; null when there is none and the
-// table is full enough.
+// table is full enough. Most variables find theirs, which takes no memory.
 template <class Range, class Number>
 VakVarDomainI* findOrShare(VakEnvI* env, VakSharedDomainHash<Range*>& table, Number lb, Number ub) {
-  if (table._nbItems < VakModelVarI::MostSharedDomains) return env->getOrMakeSharedDomain(lb, ub);
   Range range(env, lb, ub);
   VakVarDomainI* domain = nullptr;
-  return table.find(&range, domain) == VakHashDone ? domain : nullptr;
+  if (table.find(&range, domain) == VakHashDone) return domain;
+  if (table._nbItems >= VakModelVarI::MostSharedDomains) return nullptr;
+  return env->getOrMakeSharedDomain(lb, ub);
 }
 
 // While a local environment is installed nothing is shared. The integers 0 and 1 are left out
@@ -101,24 +102,30 @@ void VakModelVarI::restore(const State& state) noexcept {
   _domain = state.domain;
 }
 
-// The usual path: bounds of its own, nobody listens, and nothing is wrong.
+// The usual path: bounds of its own, and nothing is wrong.
 void VakModelVarI::setBounds(VakNum lb, VakNum ub) {
   constexpr VakNum infinity = std::numeric_limits<VakNum>::infinity();
   const bool isSound = lb <= ub && lb < infinity && ub > -infinity;
   const bool isPlain = hasOwn() && getKind() != VakVarKind::Boolean && id != -1;
-  if (isSound && isPlain && !_env->isRemoving() && !VakHasListeners(_env)) {
+  if (!isSound || !isPlain || _env->isRemoving()) [[unlikely]] {
+    VakCheckUsable(this, _env, nullptr);
+    CheckBounds(this, getKind(), lb, ub);
+  } else if (!VakHasListeners(_env)) {
     *own() = {lb, ub};
     return;
   }
-  changeBounds(lb, ub);
+  replaceBounds(lb, ub);
 }
 
-void VakModelVarI::changeBounds(VakNum lb, VakNum ub) {
-  VakCheckUsable(this, _env, nullptr);
-  CheckBounds(this, getKind(), lb, ub);
+// The bounds are sound.
+void VakModelVarI::replaceBounds(VakNum lb, VakNum ub) {
   const State before = getState();
   if (before.lb == lb && before.ub == ub) return;
-  assign(getKind(), lb, ub);
+  if (hasOwn()) {
+    *own() = {lb, ub};
+  } else {
+    assign(getKind(), lb, ub);
+  }
   const std::array<VakModelVarI*, 1> self = {this};
   const VakUnsettledObjectsI unsettled(self);
   const VakBoundsChange change(self);

@@ -90,7 +90,7 @@ class VakModelVarI final : public VakNumVarI {
   static constexpr std::uintptr_t OwnBit = 4;
   static constexpr std::uintptr_t PointerBits = ~std::uintptr_t{7};
 
-  [[gnu::noinline]] void changeBounds(VakNum lb, VakNum ub);
+  [[gnu::noinline]] void replaceBounds(VakNum lb, VakNum ub);
   [[noreturn, gnu::cold]] static void ThrowBoolean(const VakModelVarI* var, VakNum lb, VakNum ub);
   [[nodiscard]] static std::uintptr_t ChooseDomain(VakEnvI* env, VakVarKind kind, VakNum lb,
                                                    VakNum ub);

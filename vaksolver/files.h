@@ -75,6 +75,8 @@ class VakFileError : private VakErrorText, public VakException {
 /// A new model with the variables, constraints and objective of the file, with their names; the
 /// model gets the name of the problem. An objective is made even if the file's is zero. Throws
 /// VakFileError and std::bad_alloc; the environment has no object more then.
+///
+/// Threads: confined, since it makes objects.
 [[nodiscard]] VakModel VakReadModel(VakEnv env, const char* file,
                                     VakFileFormat format = VakFileFormat::ByName);
 [[nodiscard]] VakModel VakReadModel(VakEnv env, std::string_view file,

@@ -16,7 +16,8 @@
 /// resource, as the standard says.
 ///
 /// Threads: confined, as the memory manager is; thread safe in thread-safe mode.
-/// Phases: open; giving back after the environment's end is noticed and ignored.
+/// Phases: open; giving back after the environment's end is noticed: builds with assertions stop
+///     there, others ignore it.
 /// Gives back: deallocate takes back what allocate gave, with the same size and alignment.
 class VakMemoryResource final : public std::pmr::memory_resource {
  public:

@@ -24,7 +24,8 @@
 /// Assigning a copy keeps the memory manager of the target.
 ///
 /// Threads: confined, as the memory manager is; thread safe in thread-safe mode.
-/// Phases: open; giving back after the environment's end is noticed and ignored.
+/// Phases: open; giving back after the environment's end is noticed: builds with assertions stop
+///     there, others ignore it.
 /// Gives back: deallocate takes back what allocate gave, with the same size and alignment.
 template <class T>
 class VakStdAllocator {

@@ -24,7 +24,8 @@
 /// value, never an owner. The thread rule is that of the memory manager.
 ///
 /// Threads: confined, as the memory manager is; thread safe in thread-safe mode.
-/// Phases: open; giving back after the environment's end is noticed and ignored.
+/// Phases: open; giving back after the environment's end is noticed: builds with assertions stop
+///     there, others ignore it.
 /// Gives back: deallocate takes back what allocate gave, with the same size and alignment.
 class VakStdMemory {
  public:

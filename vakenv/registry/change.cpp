@@ -29,10 +29,21 @@ void merge(Refusal& first, Refusal& later) {
   later.end();
 }
 
+// The usual case of one algorithm, which needs no walk: nobody is visited after it, whoever comes
+// or goes meanwhile. What passes on is a refusal of the class itself, as it is for several.
+template <class Tell>
+inline void tellOnly(VakAlgorithmI* algorithm, Tell tell) {
+  try {
+    tell(algorithm);
+  } catch (const Refusal& refusal) {
+    throw Refusal(refusal._algorithm, refusal._extractables);
+  }
+}
+
 // Any exception that is not a refusal passes on at once. Deliberate: a refusal that was collected
 // before is then dropped, not ended.
 template <class Tell>
-void tellAlgorithms(VakEnvI* env, Tell tell) {
+[[gnu::noinline]] void tellSeveral(VakEnvI* env, Tell tell) {
   std::optional<Refusal> first;
   {
     VakWalk<VakAlgorithmI> walk(env->_registry.algorithmWalks, env->_algorithms);
@@ -51,16 +62,25 @@ void tellAlgorithms(VakEnvI* env, Tell tell) {
   if (first.has_value()) throw Refusal(first->_algorithm, first->_extractables);
 }
 
+template <class Tell>
+inline void tellAlgorithms(VakEnvI* env, Tell tell) {
+  VakAlgorithmI* first = env->_algorithms;
+  if (first == nullptr) return;
+  if (first->next == nullptr) {
+    tellOnly(first, tell);
+  } else {
+    tellSeveral(env, tell);
+  }
+}
+
 }  // namespace
 
 void VakEnvI::change(const VakExtractableI* e, const VakChange& c) {
   if (_plugInManager->notified != nullptr) _plugInManager->apply(c, e);
-  if (_algorithms == nullptr) return;
   tellAlgorithms(this, [e, &c](VakAlgorithmI* algorithm) { algorithm->change(c, e); });
 }
 
 void VakEnvI::change(const VakChange& c) {
   if (_plugInManager->notified != nullptr) _plugInManager->apply(c, nullptr);
-  if (_algorithms == nullptr) return;
   tellAlgorithms(this, [&c](VakAlgorithmI* algorithm) { algorithm->change(c); });
 }

@@ -15,7 +15,8 @@
 /// the virtual functions is fixed.
 ///
 /// Threads: confined, as the environment is.
-/// Phases: open, between setDeleter and unsetDeleter; deleted in step 6 of the end.
+/// Phases: open, between setDeleter and unsetDeleter; deleted in step 6 of the end, or in step 11
+///     when it is installed in between.
 /// Gives back: unsetDeleter or the environment's end deletes it.
 class VakBaseDeleterI : public VakNotifiedPlugIn {
  public:

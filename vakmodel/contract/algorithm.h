@@ -81,7 +81,7 @@ class VakNoChangeDuringSearchException : public VakException {
 ///
 /// Threads: confined; told of changes on the thread that makes them.
 /// Phases: open; attached from attach() to detach() or end(); ended in step 3 of the environment's
-///     end at the latest.
+///     end, or in step 11 when a destructor that runs in between attaches it.
 /// Gives back: detach() takes back attach(); end() takes back `new`.
 class VakAlgorithmI {
  public:

@@ -14,7 +14,8 @@
 /// destroyed and forgets them. It accepts every change.
 ///
 /// Threads: confined, as the environment's copying operations are.
-/// Phases: open; ended with the algorithms in step 3 of the end.
+/// Phases: open; ended with the algorithms in step 3 of the end, or in step 11 when it is made in
+///     between.
 /// Gives back: clearSubstitutes() takes back setSubstitute(); the environment ends it.
 class VakExpanderI : public VakAlgorithmI {
  public:

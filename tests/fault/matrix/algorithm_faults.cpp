@@ -134,37 +134,37 @@ const std::vector<VakFaultOperation> _operations = {
        }};
      }},
     {"tell an algorithm of new bounds",
-     "VakModelAlgorithmI::change VakBoundsChange::VakBoundsChange "
-     "VakVariablesChange::getVariables",
+     "VakModelAlgorithmI::change VakBoundsChange::VakBoundsChange* "
+     "VakVariablesChange::getVariables*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.x.setBounds(1.5, 2.5); }); }},
-    {"tell an algorithm of a new kind", "VakModelAlgorithmI::change VakKindChange::VakKindChange",
+    {"tell an algorithm of a new kind", "VakModelAlgorithmI::change VakKindChange::VakKindChange*",
      [](VakStage& s) {
        return changing(s, [](VakModelWorld& w) { w.x.setKind(VakVarKind::Integer); });
      }},
     {"tell an algorithm of new bounds of a constraint",
-     "VakRowBoundsChange::VakRowBoundsChange VakRowBoundsChange::getConstraints",
+     "VakRowBoundsChange::VakRowBoundsChange* VakRowBoundsChange::getConstraints*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.c.setBounds(1, 2); }); }},
     {"tell an algorithm of a coefficient",
-     "VakCoefsChange::VakCoefsChange VakCoefsChange::getCoefs",
+     "VakCoefsChange::VakCoefsChange* VakCoefsChange::getCoefs*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.c.setCoef(w.z, 3); }); }},
     {"tell an algorithm of other terms",
-     "VakTermsChange::VakTermsChange VakLinearChange::getLinear",
+     "VakTermsChange::VakTermsChange* VakLinearChange::getLinear*",
      [](VakStage& s) {
        return changing(s, [](VakModelWorld& w) { w.c.setRelation(1 <= 2 * w.z + w.x <= 5); });
      }},
-    {"tell an algorithm of the sense", "VakSenseChange::VakSenseChange",
+    {"tell an algorithm of the sense", "VakSenseChange::VakSenseChange*",
      [](VakStage& s) {
        return changing(s, [](VakModelWorld& w) { w.o.setSense(VakSense::Minimize); });
      }},
-    {"tell an algorithm of the constant", "VakConstantChange::VakConstantChange",
+    {"tell an algorithm of the constant", "VakConstantChange::VakConstantChange*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.o.setConstant(9); }); }},
-    {"tell an algorithm of another objective", "VakTermsChange::VakTermsChange",
+    {"tell an algorithm of another objective", "VakTermsChange::VakTermsChange*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.o.setExpr(w.z + w.y); }); }},
     {"tell an algorithm of what joined the model",
-     "VakAddChange::VakAddChange VakAddChange::getCoefs VakMembersChange::getModel "
-     "VakMembersChange::getMembers",
+     "VakAddChange::VakAddChange* VakAddChange::getCoefs* VakMembersChange::getModel "
+     "VakMembersChange::getMembers*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.m.add(w.loose); }); }},
-    {"tell an algorithm of new columns", "VakAddChange::VakAddChange",
+    {"tell an algorithm of new columns", "VakAddChange::VakAddChange*",
      [](VakStage& s) {
        return changing(s, [](VakModelWorld& w) {
          const std::array rows = {w.c, w.d};
@@ -172,13 +172,13 @@ const std::vector<VakFaultOperation> _operations = {
          w.m.addColumn(0, 1.5, 2, rows, coefs);
        });
      }},
-    {"tell an algorithm of what left the model", "VakRemoveChange::VakRemoveChange",
+    {"tell an algorithm of what left the model", "VakRemoveChange::VakRemoveChange*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.m.remove(w.y); }); }},
-    {"tell an algorithm of a constraint that left the model", "VakRemoveChange::VakRemoveChange",
+    {"tell an algorithm of a constraint that left the model", "VakRemoveChange::VakRemoveChange*",
      [](VakStage& s) { return changing(s, [](VakModelWorld& w) { w.m.remove(w.c); }); }},
     {"tell an algorithm of the end of a variable",
-     "VakDestroyExtractable::VakDestroyExtractable VakDestroyExtractable::getExtractable "
-     "VakRemoveFromAllChange::VakRemoveFromAllChange VakRemoveFromAllChange::getExtractables",
+     "VakDestroyExtractable::VakDestroyExtractable* VakDestroyExtractable::getExtractable* "
+     "VakRemoveFromAllChange::VakRemoveFromAllChange* VakRemoveFromAllChange::getExtractables*",
      [](VakStage& s) { return removing(s, [](VakModelWorld& w) { w.y.end(); }); }},
     {"tell an algorithm of the end of a constraint", "VakModelAlgorithmI::change",
      [](VakStage& s) { return removing(s, [](VakModelWorld& w) { w.c.end(); }); }},

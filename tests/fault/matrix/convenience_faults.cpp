@@ -27,7 +27,13 @@ VakEnv makeFailingEnv() {
 struct Owners {
   VakEnvOwner first{makeFailingEnv()};
   VakEnvOwner second{makeFailingEnv()};
-  VakEnvI* taken = second.getImpl();  // What the first one is to own in the end.
+  VakEnvI* taken = second.get().getImpl();  // What the first one is to own in the end.
+
+  // Gives the second one an environment again when the first one has taken its own.
+  void refill() {
+    second.reset(makeFailingEnv());
+    taken = second.get().getImpl();
+  }
 };
 
 // Larger than what memory managers align to.
@@ -101,20 +107,22 @@ const std::vector<VakFaultOperation> _operations = {
     {"leave the scope of an owner", "VakEnvOwner::VakEnvOwner",
      [](VakStage& s) {
        auto& env = s.keep<VakEnv>(makeFailingEnv());
-       return VakScene{.act = [&env] { const VakEnvOwner owner(std::exchange(env, noEnv())); }};
+       return VakScene{.act = [&env] { const VakEnvOwner owner(std::exchange(env, noEnv())); },
+                       .prepare = [&env] { env = makeFailingEnv(); }};
      }},
     {"leave the scope of an owner by an exception", "VakEnvOwner::VakEnvOwner",
      [](VakStage& s) {
        auto& env = s.keep<VakEnv>(makeFailingEnv());
-       return VakScene{.act =
-                           [&env] {
-                             try {
-                               const VakEnvOwner owner(std::exchange(env, noEnv()));
-                               throw std::out_of_range("the user's own");
-                             } catch (const std::out_of_range&) {
-                             }
-                           },
-                       .mayAbsorb = "the exception that leaves the scope counts"};
+       return VakScene{
+           .act =
+               [&env] {
+                 try {
+                   const VakEnvOwner owner(std::exchange(env, noEnv()));
+                   throw std::out_of_range("the user's own");
+                 } catch (const std::out_of_range&) {
+                 }
+               },
+           .mayAbsorb = {{VakFaultKind::Callback, "the exception that leaves the scope counts"}}};
      }},
     {"hand an environment from owner to owner",
      "VakEnvOwner::operator= VakEnvOwner::operator_bool VakEnvOwner::get",
@@ -122,9 +130,11 @@ const std::vector<VakFaultOperation> _operations = {
        auto& owners = s.keep<Owners>();
        return VakScene{.act =
                            [&owners] {
-                             if (owners.second) owners.first = std::move(owners.second);
+                             if (!owners.second) throw std::logic_error("nobody owns");
+                             owners.first = std::move(owners.second);
                            },
                        .undo = [&owners] { owners.first.reset(); },
+                       .prepare = [&owners] { owners.refill(); },
                        .afterFailure = [&owners]() -> std::string {
                          if (owners.second) return "two owners own";
                          return owners.first.get().getImpl() == owners.taken ? "" : "nobody owns";
@@ -135,7 +145,7 @@ const std::vector<VakFaultOperation> _operations = {
        auto& owners = s.keep<Owners>();
        return VakScene{.act = [&owners] { owners.first.reset(owners.second.release()); },
                        .undo = [&owners] { owners.first.reset(); },
-                       .again = [] {},
+                       .prepare = [&owners] { owners.refill(); },
                        .afterFailure = [&owners]() -> std::string {
                          return owners.first.get().getImpl() == owners.taken ? "" : "nobody owns";
                        }};
@@ -181,10 +191,10 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) {
        return allocating(s, VakMemoryManager(&s.keep<VakUserAllocator>(s.allocator())));
      }},
-    {"fill, copy and move containers", "VakStdAllocator::allocate VakStdAllocator::deallocate",
+    {"fill, copy and move containers", "VakStdAllocator::allocate* VakStdAllocator::deallocate*",
      [](VakStage& s) { return VakScene{.act = [&s] { useContainers(s.env, s.other); }}; }},
     {"fill, copy and move containers in a user's memory manager",
-     "VakStdAllocator::allocate VakStdAllocator::deallocate",
+     "VakStdAllocator::allocate* VakStdAllocator::deallocate*",
      [](VakStage& s) {
        const VakMemoryManager manager(&s.keep<VakUserAllocator>(s.allocator()));
        return VakScene{.act = [&s, manager] { useContainers(manager, s.other); }};

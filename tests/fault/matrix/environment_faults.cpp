@@ -40,13 +40,16 @@ const std::vector<VakFaultOperation> _operations = {
     {"end an environment with everything in it", "VakEnv::end VakEnvI::end",
      [](VakStage& s) {
        fill(s.impl());
-       return VakScene{.act =
+       return VakScene{.act = [&] { s.env.end(); },
+                       .prepare =
                            [&] {
-                             // An environment whose end failed is ended all the same.
-                             if (s.env.getImpl() != nullptr) s.env.end();
+                             s.env = VakEnv();
+                             fill(s.impl());
                            },
-                       .mayKeep = "the environment is gone",
-                       .mayAbsorb = nullptr};
+                       .afterFailure = [&]() -> std::string {
+                         return s.env.getImpl() == nullptr ? "" : "the environment is there";
+                       },
+                       .mayKeep = "the environment is gone"};
      },
      VakStageKind::Unstarved},
     {"ask an environment about itself",
@@ -113,19 +116,21 @@ const std::vector<VakFaultOperation> _operations = {
        return VakScene{.act = [&] { text = s->strDup("a text that is copied"); },
                        .undo = [&] { s->strFree(text); }};
      }},
-    {"make the random generator", "VakEnv::getRandom VakEnvI::createRandom",
+    {"make the random generator", "VakEnv::getRandom VakEnvI::createRandom*",
      [](VakStage& s) { return VakScene{.act = [&] { static_cast<void>(s.env.getRandom()); }}; },
      VakStageKind::Locked},
     {"print the elapsed time", "VakEnvI::printTime",
      [](VakStage& s) {
        auto& out = s.keep<VakUserStream>();
        s->_out = &out;
-       return VakScene{.act = [&] { s->printTime(); },
-                       .again =
-                           [&] {
-                             out.clear();
-                             s->printTime();
-                           }};
+       return VakScene{.act = [&] { s->printTime(); }, .prepare = [&] { out.clear(); }};
+     }},
+    {"print an environment",
+     "operator<<(VakEnv) operator<<(VakMemoryManager) operator<<(VakTarnVersion)",
+     [](VakStage& s) {
+       auto& out = s.keep<VakUserStream>();
+       return VakScene{.act = [&] { out << s.env << s.env.getMemoryManager() << VakTarnVersion(); },
+                       .prepare = [&] { out.clear(); }};
      }},
     {"take and give back environment memory",
      "VakEnvI::allocate VakEnvI::giveBack VakAllocateIn VakFreeIn VakEnvMemory::take "

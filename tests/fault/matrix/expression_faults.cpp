@@ -118,16 +118,29 @@ const std::vector<VakFaultOperation> _operations = {
          if (!fine) throw std::logic_error("a relation");
        }};
      }},
-    {"print expressions and relations", "operator<<",
+    {"print expressions and relations",
+     "operator<<(VakExpr) operator<<(VakTerm) operator<<(VakRelation) operator<<(VakVarEquality) "
+     "operator<<(VakConstraint) operator<<(VakObjective) operator<<(VakModel) "
+     "operator<<(VakExtractable)",
      [](VakStage& s) {
        auto& w = s.keep<VakModelWorld>(s);
        auto& out = s.keep<VakUserStream>();
        return VakScene{.act =
                            [&w, &out] {
-                             out << w.x + 2 * w.y - 1;
-                             out << (1 <= w.x - w.y <= 3) << w.c << w.o << w.m;
+                             out << w.x + 2 * w.y - 1 << 2 * w.x;
+                             out << (1 <= w.x - w.y <= 3) << (w.x == w.y);
+                             out << w.c << w.o << w.m << VakExtractable(w.c.getImpl());
                            },
-                       .again = [&out] { out.clear(); }};
+                       .prepare = [&out] { out.clear(); }};
+     }},
+    {"print the words of models",
+     "operator<<(VakVarKind) operator<<(VakSense) operator<<(VakStatus)",
+     [](VakStage& s) {
+       auto& out = s.keep<VakUserStream>();
+       return VakScene{
+           .act =
+               [&out] { out << VakVarKind::Integer << VakSense::Maximize << VakStatus::Optimal; },
+           .prepare = [&out] { out.clear(); }};
      }},
     {"make a stored expression", "VakNumExpr::VakNumExpr VakNumLinExprI::Make*",
      [](VakStage& s) {
@@ -167,7 +180,8 @@ const std::vector<VakFaultOperation> _operations = {
            .undo = [&copy] { copy.end(); },
            .mayKeep = "tables of the environment keep the room they got"};
      }},
-    {"make a constraint", "VakConstraint::VakConstraint VakConstraintI::Make* VakLinear::VakLinear",
+    {"make a constraint",
+     "VakConstraint::VakConstraint VakConstraintI::Make* VakLinear::VakLinear*",
      [](VakStage& s) {
        return VakMakeObject<VakConstraint>(
            s, [](VakModelWorld& w) { return VakConstraint(w.env, 3 * w.x + w.y <= 4, "made"); });
@@ -190,7 +204,7 @@ const std::vector<VakFaultOperation> _operations = {
            s, [](VakModelWorld& w) -> VakObjective { return VakMaximize(w.env, w.x); });
      }},
     {"change the bounds of a constraint",
-     "VakConstraint::setLB VakConstraint::setUB VakConstraint::setBounds "
+     "VakConstraint::setBounds "
      "VakConstraintI::setBounds",
      [](VakStage& s) { return VakChangeModel(s, [](VakModelWorld& w) { w.c.setBounds(1, 2); }); }},
     {"change the lower bound of a constraint", "VakConstraint::setLB",
@@ -260,7 +274,7 @@ const std::vector<VakFaultOperation> _operations = {
              VakCoef{w.c, w.y, 0}, {w.d, w.z, 4}, {w.o, w.z, 5}, {w.c, w.x, 1}};
          VakSetCoefs(coefs);
        });
-       scene.mayAbsorb = "sorting does without memory when there is none";
+       scene.mayAbsorb = {VakFaultKind::Heap, "sorting does without memory when there is none"};
        return scene;
      }},
     {"change an objective", "VakObjective::setExpr VakObjectiveI::setExpr",

@@ -99,7 +99,7 @@ const std::vector<VakFaultOperation> _operations = {
                        .mayKeep = "the symbol, its buckets and the list of symbols stay"};
      }},
     {"create an object of an environment",
-     "VakEnvObjectI::VakEnvObjectI VakEnvObjectI::getMemoryManager VakCreate VakConstructIn",
+     "VakEnvObjectI::VakEnvObjectI* VakEnvObjectI::getMemoryManager VakConstructIn",
      [](VakStage& s) {
        EnvObject onStack(s.impl());
        if (!(onStack.getMemoryManager() == s.env.getMemoryManager())) {
@@ -111,7 +111,7 @@ const std::vector<VakFaultOperation> _operations = {
            .undo = [&] { delete object; }};
      }},
     {"create an object of an environment with a type",
-     "VakRttiEnvObjectI::VakRttiEnvObjectI VakRttiEnvObjectI::getMemoryManager VakCreate",
+     "VakRttiEnvObjectI::VakRttiEnvObjectI* VakRttiEnvObjectI::getMemoryManager VakCreate",
      [](VakStage& s) {
        RttiEnvObject onStack(s.impl());
        if (!(onStack.getMemoryManager() == s.env.getMemoryManager())) {
@@ -120,21 +120,21 @@ const std::vector<VakFaultOperation> _operations = {
        return sceneOf<RttiEnvObject>(s, s.env);
      }},
     {"create an object of a memory manager",
-     "VakMemoryManagerObjectI::VakMemoryManagerObjectI VakMemoryManagerObjectI::getEnv VakCreate",
+     "VakMemoryManagerObjectI::VakMemoryManagerObjectI* VakMemoryManagerObjectI::getEnv VakCreate",
      [](VakStage& s) {
        ManagerObject onStack(s.allocator());
        if (!(onStack.getEnv() == s.env)) throw std::logic_error("an environment");
        return sceneOf<ManagerObject>(s, s.env.getMemoryManager());
      }},
     {"create an object of a memory manager with a type",
-     "VakRttiMemoryManagerObjectI::VakRttiMemoryManagerObjectI "
+     "VakRttiMemoryManagerObjectI::VakRttiMemoryManagerObjectI* "
      "VakRttiMemoryManagerObjectI::getEnv VakCreate",
      [](VakStage& s) {
        RttiManagerObject onStack(s.allocator());
        if (!(onStack.getEnv() == s.env)) throw std::logic_error("an environment");
        return sceneOf<RttiManagerObject>(s, static_cast<VakGenAlloc*>(s.allocator()));
      }},
-    {"create an object in the memory of the user's allocator", "VakCreate VakConstructIn",
+    {"create an object in the memory of the user's allocator", "VakCreate",
      [](VakStage& s) {
        auto& allocator = s.keep<VakUserAllocator>(s.allocator());
        return sceneOf<ManagerObject>(s, static_cast<VakGenAlloc*>(&allocator));

@@ -43,7 +43,7 @@ VakScene copying(VakStage& s, void (*copy)(VakModelWorld& w, VakCopier& copier),
 }
 
 const std::vector<VakFaultOperation> _operations = {
-    {"make a model", "VakModel::VakModel VakModelI::VakModelI",
+    {"make a model", "VakModel::VakModel VakModelI::VakModelI*",
      [](VakStage& s) {
        return VakMakeObject<VakModel>(s, [](VakModelWorld& w) { return VakModel(w.env, "made"); });
      }},
@@ -64,7 +64,7 @@ const std::vector<VakFaultOperation> _operations = {
        scene.afterFailure = {};  // The first step may have been taken.
        return scene;
      }},
-    {"set the objective of a model", "VakModel::minimize VakModel::maximize",
+    {"set the objective of a model", "VakModel::minimize ",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) { w.m.minimize(w.z + w.y + 4); });
      }},
@@ -138,7 +138,7 @@ const std::vector<VakFaultOperation> _operations = {
          columns.matrix = {_starts, _members, _coefs};
          w.m.addColumns(columns);
        });
-       scene.mayAbsorb = "sorting does without memory when there is none";
+       scene.mayAbsorb = {VakFaultKind::Heap, "sorting does without memory when there is none"};
        return scene;
      }},
     {"add rows", "VakModel::addRows VakModelI::addRows",
@@ -353,7 +353,8 @@ const std::vector<VakFaultOperation> _operations = {
                          return w.state() == w.before ? "" : "the model was changed";
                        },
                        .mayKeep = "lists of the model keep the room they got",
-                       .mayAbsorb = "what is thrown while a change is taken back is dropped"};
+                       .mayAbsorb = {{VakFaultKind::Callback,
+                                      "what is thrown while a change is taken back is dropped"}}};
      }},
 };
 

@@ -8,10 +8,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/fault/matrix/fault_kind.h"
 #include "tests/fault/matrix/user_callback.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/env.h"
@@ -76,12 +78,20 @@ class VakStage {
   VakEnv other;
 };
 
+/// A fault that an operation does without what failed.
+struct VakAbsorbedFault {
+  VakFaultKind kind;  ///< What may fail.
+  const char* why;    ///< How it succeeds nevertheless.
+};
+
 /// What was set up on a stage.
 struct VakScene {
   std::function<void()> act;        ///< Runs the operation.
   std::function<void()> undo = {};  ///< Gives back what act() made; nothing by default.
-  /// Runs the operation anew after a failure; act() by default.
-  std::function<void()> again = {};
+  /// Sets up once more, after a failure, what act() needs to be run anew; nothing by default.
+  std::function<void()> prepare = {};
+  /// Does, after act() was run anew, what the failed run left undone; nothing by default.
+  std::function<void()> complete = {};
   /// Says what is wrong after a failure that the deep check does not see; nothing by default.
   std::function<std::string()> afterFailure = {};
   /// Says what is wrong after success; nothing by default.
@@ -89,10 +99,10 @@ struct VakScene {
   /// Why a failure may leave memory in use that was not in use before. What it leaves has to be
   /// used or given back by the next success.
   const char* mayKeep = nullptr;
-  /// Why act() may succeed although something failed in it.
-  const char* mayAbsorb = nullptr;
-  /// Why act() may throw something else than what failed in it.
-  const char* mayTranslate = nullptr;
+  /// What may fail in act() although it succeeds; nothing by default.
+  std::optional<VakAbsorbedFault> mayAbsorb = {};
+  /// Heap blocks that the process keeps for ever each time the scene is set up and succeeds.
+  long processKeeps = 0;
 };
 
 struct VakFaultOperation {

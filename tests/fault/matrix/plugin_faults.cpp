@@ -182,7 +182,8 @@ const std::vector<VakFaultOperation> _operations = {
                                     ? ""
                                     : "an algorithm was left out";
                        },
-                       .mayAbsorb = "what is thrown while a change is taken back is dropped"};
+                       .mayAbsorb = {{VakFaultKind::Callback,
+                                      "what is thrown while a change is taken back is dropped"}}};
      }},
 };
 

@@ -8,10 +8,6 @@ namespace {
 constexpr const char* Construction =
     "A construction that fails releases the embedded members, and with them the pool; the service "
     "objects of steps that were over stay on the heap.";
-constexpr const char* LifeCell =
-    "Where the life of an environment is noted can be read for ever, so it is never given back; "
-    "the "
-    "next environment has it, also when nothing fails.";
 constexpr const char* SetClone =
     "What was cloned so far stays in the environment's memory when a copy fails; makeDeepCopy "
     "leaves nothing.";
@@ -22,33 +18,32 @@ constexpr const char* Refusal =
     "dropped with its array.";
 
 constexpr VakPrescribedLeak _leaks[] = {
-    {"create an environment", VakFaultKind::Heap, Construction},
-    {"create an environment", VakFaultKind::Pool, Construction},
-    {"own a new environment", VakFaultKind::Heap, Construction},
-    {"own a new environment", VakFaultKind::Pool, Construction},
-    {"note the life of an environment when no cell is free", VakFaultKind::Heap, LifeCell},
-    {"note the life of an environment when no cell is free", VakFaultKind::Pool, LifeCell},
-    {"note the life of an environment when no cell is free", VakFaultKind::Callback, LifeCell},
-    {"clone a property set", VakFaultKind::Heap, SetClone},
-    {"clone a property set", VakFaultKind::Pool, SetClone},
-    {"clone a property set", VakFaultKind::Callback, SetClone},
-    {"end a plug-in manager whose plug-ins fail", VakFaultKind::Callback, Destructor},
-    {"destroy destroyables that fail", VakFaultKind::Callback, Destructor},
-    {"create and delete an extractable in thread-safe mode", VakFaultKind::Callback, Destructor},
-    {"use and release expressions", VakFaultKind::Callback, Destructor},
-    {"remove a deleter that fails", VakFaultKind::Callback, Destructor},
-    {"report a change that several algorithms refuse", VakFaultKind::Callback, Refusal},
-    {"report a change that algorithms refuse which run out of memory", VakFaultKind::Pool, Refusal},
-    {"report a change that algorithms refuse which run out of memory", VakFaultKind::Callback,
+    {"create an environment", VakFaultKind::Heap, 0, 7, Construction},
+    {"create an environment", VakFaultKind::Pool, 0, 8, Construction},
+    {"own a new environment", VakFaultKind::Heap, 0, 7, Construction},
+    {"own a new environment", VakFaultKind::Pool, 0, 8, Construction},
+    {"clone a property set", VakFaultKind::Pool, 152, 0, SetClone},
+    {"clone a property set", VakFaultKind::Callback, 24, 0, SetClone},
+    {"end a plug-in manager whose plug-ins fail", VakFaultKind::Callback, 24, 0, Destructor},
+    {"destroy destroyables that fail", VakFaultKind::Callback, 24, 0, Destructor},
+    {"create and delete an extractable in thread-safe mode", VakFaultKind::Callback, 136, 0,
+     Destructor},
+    {"use and release expressions", VakFaultKind::Callback, 112, 0, Destructor},
+    {"remove a deleter that fails", VakFaultKind::Callback, 48, 0, Destructor},
+    {"report a change that several algorithms refuse", VakFaultKind::Callback, 320, 0, Refusal},
+    {"report a change that algorithms refuse which run out of memory", VakFaultKind::Pool, 192, 0,
      Refusal},
+    {"report a change that algorithms refuse which run out of memory", VakFaultKind::Callback, 192,
+     0, Refusal},
 };
 
 }  // namespace
 
 std::span<const VakPrescribedLeak> VakGetPrescribedLeaks() { return _leaks; }
 
-bool VakIsPrescribedLeak(const char* operation, VakFaultKind kind) {
-  return std::ranges::any_of(_leaks, [&](const VakPrescribedLeak& leak) {
-    return leak.kind == kind && std::string_view(leak.operation) == operation;
+const VakPrescribedLeak* VakFindPrescribedLeak(const char* operation, VakFaultKind kind) {
+  const auto* leak = std::ranges::find_if(_leaks, [&](const VakPrescribedLeak& one) {
+    return one.kind == kind && std::string_view(one.operation) == operation;
   });
+  return leak == std::end(_leaks) ? nullptr : leak;
 }

@@ -49,9 +49,9 @@ std::string checkSet(VakNamedPropertySet set, VakInt size) {
 
 const std::vector<VakFaultOperation> _operations = {
     {"make an integer property",
-     "VakTypedNamedProperty::VakTypedNamedProperty* VakNamedProperty::VakNamedProperty "
+     "VakTypedNamedProperty::VakTypedNamedProperty* VakNamedProperty::VakNamedProperty* "
      "VakTypedNamedProperty::getValue VakNamedIntPropertyI::VakNamedIntPropertyI* "
-     "VakPreNamedPropertyI::VakPreNamedPropertyI VakNamedPropertyI::VakNamedPropertyI "
+     "VakPreNamedPropertyI::VakPreNamedPropertyI* VakNamedPropertyI::VakNamedPropertyI* "
      "VakNamedIntPropertyI::getValue VakNamedProperty::end",
      [](VakStage& s) { return makeProperty<VakNamedIntProperty>(s, 3L); }},
     {"make a numeric property",
@@ -116,7 +116,9 @@ const std::vector<VakFaultOperation> _operations = {
     {"display properties",
      "VakNamedProperty::display VakNamedProperty::getName VakNamedProperty::getImpl "
      "VakNamedProperty::requireImpl "
-     "VakNamedProperty::operator== VakNamedProperty::as operator<< VakNamedPropertyI::display "
+     "VakNamedProperty::operator== VakNamedProperty::as VakNamedPropertySet::all "
+     "operator<<(VakNamedProperty) "
+     "operator<<(VakNamedPropertySet) VakNamedPropertyI::display "
      "VakNamedPropertyI::getName VakPreNamedPropertyI::getName VakNamedIntPropertyI::display "
      "VakNamedNumPropertyI::display VakNamedAnyPropertyI::display VakNamedStringPropertyI::display",
      [](VakStage& s) {
@@ -136,12 +138,13 @@ const std::vector<VakFaultOperation> _operations = {
                                if (!fine) throw std::logic_error("an answer");
                                static_cast<void>(property.as<VakNamedIntProperty>());
                              }
+                             out << set;
                            },
-                       .again = [&out] { out.clear(); }};
+                       .prepare = [&out] { out.clear(); }};
      }},
     {"make a property set",
      "VakNamedPropertySet::VakNamedPropertySet "
-     "VakNamedPropertySetI::VakNamedPropertySetI VakNamedPropertySet::end",
+     "VakNamedPropertySetI::VakNamedPropertySetI* VakNamedPropertySet::end",
      [](VakStage& s) {
        auto& set = s.keep<VakNamedPropertySet>();
        return VakScene{.act = [&] { set = VakNamedPropertySet(s.env.getMemoryManager()); },
@@ -205,7 +208,7 @@ const std::vector<VakFaultOperation> _operations = {
      "VakNamedPropertySet::getImpl VakNamedPropertySet::operator== "
      "VakNamedPropertySet::hasProperty VakNamedPropertySet::getProperty "
      "VakNamedPropertySet::removeProperty VakNamedPropertySet::removeAllProperties "
-     "VakNamedPropertySet::all VakNamedPropertySetI::getElem VakNamedPropertySetI::getProperty "
+     "VakNamedPropertySetI::getElem VakNamedPropertySetI::getProperty "
      "VakNamedPropertySetI::removeProperty VakNamedPropertySetI::remove "
      "VakNamedPropertySetI::removeAllProperties VakNamedPropertySetI::isConsistent "
      "VakReadProperty VakAsPropertyKind",
@@ -259,7 +262,7 @@ const std::vector<VakFaultOperation> _operations = {
                                wrong.print(out);
                              }
                            },
-                       .again = [&] { out.clear(); }};
+                       .prepare = [&] { out.clear(); }};
      }},
 };
 

@@ -121,11 +121,7 @@ VakScene addCopies(VakStage& s) {
                 clearOwner(owner);
                 set.end();
               },
-          .again =
-              [owner, &set] {
-                owner->removeAllProperties();
-                owner->addProperties(set.getImpl());
-              },
+          .prepare = [owner] { owner->removeAllProperties(); },
           .afterFailure = [owner]() -> std::string {
             const VakNamedPropertySetI* added = owner->getProperties();
             return added == nullptr || added->isConsistent() ? "" : "the set";
@@ -292,13 +288,12 @@ const std::vector<VakFaultOperation> _operations = {
                              s.env.setName(nullptr);
                              s.env.removeAllProperties();
                            },
-                       .again =
-                           [&s, &made, use] {
+                       .prepare =
+                           [&s, &made] {
                              // What was made and could not be handed over is still ours.
                              if (made.set.getImpl() != nullptr) made.set.end();
                              if (made.shared.getImpl() != nullptr) made.shared.end();
                              s.env.removeAllProperties();
-                             use();
                            },
                        .mayKeep = "everything that was set before stays"};
      }},

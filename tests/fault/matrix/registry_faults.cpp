@@ -73,12 +73,10 @@ const std::vector<VakFaultOperation> _operations = {
                            [&] {
                              for (VakUserDestroyable* d : made) delete d;
                            },
-                       .again =
+                       .prepare =
                            [&] {
-                             for (VakUserDestroyable*& d : made) {
-                               if (d == nullptr) d = VakCreate<VakUserDestroyable>(s.impl());
-                             }
-                             if (!s->_destroyables->has(made[0])) s->_destroyables->add(made[0]);
+                             if (made[0] == nullptr || s->_destroyables->has(made[0])) return;
+                             s->_destroyables->add(made[0]);
                            },
                        .afterFailure = [&]() -> std::string {
                          VakInt count = 0;
@@ -107,7 +105,7 @@ const std::vector<VakFaultOperation> _operations = {
                        .undo = [&] { list.reset(); }};
      }},
     {"create an extractable",
-     "VakExtractableI::VakExtractableI VakEnvI::init VakEnvI::finit VakExtractableI::unregister "
+     "VakExtractableI::VakExtractableI VakExtractableI::unregister "
      "VakExtractableI::IsHidden",
      [](VakStage& s) {
        s->_typedLists.switchOn(s.impl());
@@ -135,7 +133,7 @@ const std::vector<VakFaultOperation> _operations = {
                          return node->id == -1 ? "" : "the object has an identifier";
                        }};
      }},
-    {"create and delete an extractable in thread-safe mode", "VakEnvI::init VakEnvI::finit",
+    {"create and delete an extractable in thread-safe mode", "VakEnvI::init* VakEnvI::finit*",
      [](VakStage& s) {
        auto& node = s.keep<VakUserNode*>(nullptr);
        return VakScene{.act =
@@ -148,7 +146,7 @@ const std::vector<VakFaultOperation> _operations = {
      },
      VakStageKind::ThreadSafe},
     {"create an extractable that removals find in thread-safe mode",
-     "VakExtractableI::enterSlot VakEnvI::init",
+     "VakExtractableI::enterSlot VakEnvI::init*",
      [](VakStage& s) {
        auto& node = s.keep<SlottedNode*>(nullptr);
        return VakScene{.act = [&] { node = VakCreate<SlottedNode>(s.impl()); },
@@ -172,7 +170,7 @@ const std::vector<VakFaultOperation> _operations = {
        auto& node = s.keep<VakUserNode*>(VakCreate<VakUserNode>(s.impl()));
        return VakScene{.act = [&] { s->finit(node); },
                        .undo = [&] { delete node; },
-                       .again = [] {},
+                       .prepare = [&] { s->init(node); },
                        .afterFailure = [&]() -> std::string {
                          return node->id == -1 ? "" : "the object is registered";
                        }};
@@ -193,22 +191,24 @@ const std::vector<VakFaultOperation> _operations = {
                            [&] {
                              algorithm = VakAlgorithm(new VakUserAlgorithm(s.impl()));
                              VakAlgorithmI* impl = algorithm.getImpl();
+                             bool fine = algorithm == VakAlgorithm(impl);
                              impl->detach();
-                             if (impl->isAttached()) throw std::logic_error("attached");
+                             fine = fine && !impl->isAttached();
                              impl->attach();
                              s->removeAlgorithm(impl);
                              s->addAlgorithm(impl);
+                             if (!fine) throw std::logic_error("an answer");
                            },
                        .undo = [&] { algorithm.end(); }};
      }},
     {"make the model evaluator of an algorithm",
-     "VakAlgorithmI::makeModelEvaluator VakModelEvaluatorI::VakModelEvaluatorI",
+     "VakAlgorithmI::makeModelEvaluator VakModelEvaluatorI::VakModelEvaluatorI*",
      [](VakStage& s) {
        auto* algorithm = new VakUserAlgorithm(s.impl());
        return VakScene{.act = [algorithm] { algorithm->makeModelEvaluator(); }};
      }},
     {"make the environment's evaluator",
-     "VakEnvI::getExpander VakEnvI::getModelEvaluator VakExpanderI::VakExpanderI",
+     "VakEnvI::getModelEvaluator VakModelEvaluatorI::VakModelEvaluatorI*",
      [](VakStage& s) {
        return VakScene{.act = [&] { static_cast<void>(s->getModelEvaluator()); }};
      }},
@@ -247,10 +247,9 @@ const std::vector<VakFaultOperation> _operations = {
                            [&algorithms] {
                              for (auto* algorithm : algorithms) algorithm->end();
                            },
-                       .again =
-                           [&algorithms, report] {
+                       .prepare =
+                           [&algorithms] {
                              for (auto* algorithm : algorithms) algorithm->prepare();
-                             report();
                            },
                        .mayKeep = "arrays of refusals that were not thrown are held"};
      }},
@@ -303,12 +302,7 @@ const std::vector<VakFaultOperation> _operations = {
                              if (!fine) throw std::logic_error("an answer");
                            },
                        .undo = [&] { s->unlockCloning(); },
-                       .again =
-                           [&] {
-                             s->unlockCloning();
-                             for (VakUserNode* node : nodes) s->setClone(node, node);
-                             s->_cloneManager->setMaxId(100);
-                           },
+                       .prepare = [&] { s->unlockCloning(); },
                        .mayKeep = Tables};
      }},
     {"copy what refers to others",
@@ -319,11 +313,7 @@ const std::vector<VakFaultOperation> _operations = {
        const VakInt originals = s->_idManager->_size;
        return VakScene{.act = [&s, net] { static_cast<void>(s->getClone(net.top)); },
                        .undo = [&s, originals] { deleteFrom(s.impl(), originals); },
-                       .again =
-                           [&s, net, originals] {
-                             deleteFrom(s.impl(), originals);
-                             static_cast<void>(s->getClone(net.top));
-                           },
+                       .prepare = [&s, originals] { deleteFrom(s.impl(), originals); },
                        .afterFailure = [&s]() -> std::string {
                          return s->isCloningLocked() == 0 ? "" : "cloning is locked";
                        },
@@ -335,15 +325,12 @@ const std::vector<VakFaultOperation> _operations = {
        return VakScene{
            .act = [&s, net] { static_cast<void>(s.other.getImpl()->getClone(net.top)); },
            .undo = [&s] { deleteFrom(s.other.getImpl(), 0); },
-           .again =
-               [&s, net] {
-                 deleteFrom(s.other.getImpl(), 0);
-                 static_cast<void>(s.other.getImpl()->getClone(net.top));
-               },
+           .prepare = [&s] { deleteFrom(s.other.getImpl(), 0); },
            .mayKeep = "copies that were made before stay in the environment"};
      }},
     {"substitute while copying",
-     "VakEnvI::substitute VakCloneManager::pushExpander* VakExpanderI::setSubstitute "
+     "VakEnvI::substitute VakEnvI::getExpander VakExpanderI::VakExpanderI* "
+     "VakCloneManager::pushExpander* VakExpanderI::setSubstitute "
      "VakExpanderI::substitute VakExpanderI::clearSubstitutes VakExpanderI::change",
      [](VakStage& s) {
        const Net net(s.impl());
@@ -468,14 +455,16 @@ const std::vector<VakFaultOperation> _operations = {
          fine = fine && roll.getSize() == 36 && !roll.hasStruck();
          if (!fine) throw std::logic_error("the roll");
        };
-       return VakScene{.act = list,
-                       .undo =
-                           [&listed] {
-                             listed.roll.clear();
-                             listed.mirror.end();
-                           },
-                       .mayKeep = "entries that were added before stay",
-                       .mayAbsorb = "a roll without memory for an index walks over its entries"};
+       return VakScene{
+           .act = list,
+           .undo =
+               [&listed] {
+                 listed.roll.clear();
+                 listed.mirror.end();
+               },
+           .mayKeep = "entries that were added before stay",
+           .mayAbsorb = {
+               {VakFaultKind::Heap, "a roll without memory for an index walks over its entries"}}};
      }},
     {"forget an extractable", "VakRegistryState::forget VakRegistryState::CallRoll::CallRoll",
      [](VakStage& s) {

@@ -125,11 +125,7 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) {
        auto& w = s.keep<World>(s.impl());
        return VakScene{.act = [&w] { removeAndDestroy(w, w.x); },
-                       .again =
-                           [&w] {
-                             removeAndDestroy(w, w.x);
-                             removeAndDestroy(w, nullptr);
-                           },
+                       .complete = [&w] { removeAndDestroy(w, nullptr); },
                        .afterFailure = [&w] { return w.checkVisible(); },
                        .afterSuccess = [&w]() -> std::string {
                          if (w.x != nullptr || w.onX != nullptr || w.nested != nullptr) {
@@ -157,11 +153,7 @@ const std::vector<VakFaultOperation> _operations = {
          array.end();
        };
        return VakScene{.act = remove,
-                       .again =
-                           [&w, remove] {
-                             remove();
-                             removeAndDestroy(w, nullptr);
-                           },
+                       .complete = [&w] { removeAndDestroy(w, nullptr); },
                        .afterFailure = [&w] { return w.checkVisible(); },
                        .afterSuccess = [&w]() -> std::string {
                          for (const VakUserNode* node : {w.x, w.y, w.onX, w.onBoth, w.onY}) {
@@ -194,10 +186,9 @@ const std::vector<VakFaultOperation> _operations = {
        auto& w = s.keep<World>(s.impl());
        auto* nesting = VakCreate<Nesting>(s.impl(), w);
        return VakScene{.act = [&w] { removeAndDestroy(w, w.x); },
-                       .again =
-                           [&w, nesting] {
-                             nesting->isNested = w.model == nullptr;
-                             removeAndDestroy(w, w.x);
+                       .prepare = [&w, nesting] { nesting->isNested = w.model == nullptr; },
+                       .complete =
+                           [&w] {
                              if (w.model != nullptr) removeAndDestroy(w, w.model);
                              removeAndDestroy(w, nullptr);
                            },
@@ -222,11 +213,7 @@ const std::vector<VakFaultOperation> _operations = {
        auto& w = s.keep<World>(s.impl());
        VakCreate<Asking>(s.impl(), expr);
        return VakScene{.act = [&w] { removeAndDestroy(w, w.x); },
-                       .again =
-                           [&w] {
-                             removeAndDestroy(w, w.x);
-                             removeAndDestroy(w, nullptr);
-                           },
+                       .complete = [&w] { removeAndDestroy(w, nullptr); },
                        .mayKeep = Partly};
      }},
     {"install, use and remove a deleter",

@@ -29,11 +29,7 @@ VakScene dumping(VakStage& s, void (*dump)(VakModelWorld& w, std::ostream& out))
   w.m.add(VakNumVar(s.env, 0, 1, VakVarKind::Boolean, "a \"quoted\" name of a variable"));
   w.before = w.state();
   return {.act = [&w, &out, dump] { dump(w, out); },
-          .again =
-              [&w, &out, dump] {
-                out.clear();
-                dump(w, out);
-              },
+          .prepare = [&out] { out.clear(); },
           .afterFailure = [&w]() -> std::string {
             return w.state() == w.before ? "" : "the model was changed";
           }};
@@ -75,15 +71,11 @@ const std::vector<VakFaultOperation> _operations = {
                                     : "the difference";
                        }};
      }},
-    {"write a report as a table", "VakMemoryReport::VakMemoryReport",
+    {"write a report as a table", "operator<<(VakMemoryReport)",
      [](VakStage& s) {
        auto& reports = s.keep<Reports>(s);
        return VakScene{.act = [&reports] { reports.out << reports.after; },
-                       .again =
-                           [&reports] {
-                             reports.out.clear();
-                             reports.out << reports.after;
-                           }};
+                       .prepare = [&reports] { reports.out.clear(); }};
      }},
     {"write a report as JSON", "VakMemoryReport::toJson",
      [](VakStage& s) {

@@ -34,7 +34,7 @@ VakScene solvingAgain(VakStage& s, bool isInteger, void (*change)(VakSolverWorld
           .afterFailure = [&w] { return w.checkSolution(); },
           .afterSuccess = [&w] { return w.compareWithAnotherSolver(); },
           .mayKeep = "a change that was made before stays",
-          .mayAbsorb = "sorting does without memory when there is none"};
+          .mayAbsorb = {{VakFaultKind::Heap, "sorting does without memory when there is none"}}};
 }
 
 void changeNothing(VakSolverWorld& /*w*/) {}

@@ -1,7 +1,6 @@
 // Writes docs/fault-matrix.md: drives every operation with every fault, with the memory pool and
-// without it, and prints what came of it. Ends with 1 when a point was not survived.
+// without it, and prints what came of it. Ends with 1 when there was a defect.
 
-#include <algorithm>
 #include <iostream>
 
 #include "tests/fault/matrix/groups.h"
@@ -26,12 +25,14 @@ in new environments, until it succeeded without reaching the request that was to
 Memory failed twice at each point: for that request alone, and for that request and all that follow. A point is
 survived if
 
-1. the exception of the failure comes out, and no other;
+1. the exception of the failure comes out, and no other; a few operations succeed instead, which do without what
+   failed, each at one kind of failure only;
 2. the deep check of every environment finds nothing, and no walk, removal, lock or watch is left over;
 3. no memory is lost: what is in use is what was in use before, or what the operation says that it keeps;
-4. the same operation then succeeds;
+4. the same operation then succeeds, once what it consumed is there again;
 5. when it is taken back, exactly as much memory is in use as when nothing fails;
-6. when the environments have ended, every heap block is given back.
+6. when the environments have ended, every heap block is given back. Only the places where lives of environments
+   are noted stay, since they can be read for ever: of these there are exactly as many more as were taken.
 
 The cells say how many points were survived out of how many were tried with the memory pool, and behind the
 bar whether all were survived without it; how many there are without the pool depends on the addresses that
@@ -71,24 +72,25 @@ void printHead(const std::string& first) {
   std::cout << "| " << first << " | heap | pool | callback |\n|---|---|---|---|\n";
 }
 
-// Whether all counted points were survived.
-bool isSound(const Counts& counts) {
-  return std::ranges::all_of(counts, [](const VakFaultCount& c) { return c.survived == c.tried; });
-}
-
 const char* nameOf(VakFaultKind kind) {
   if (kind == VakFaultKind::Heap) return "heap";
   return kind == VakFaultKind::Pool ? "pool" : "callback";
 }
 
 void printLeaks() {
-  std::cout
-      << "\n## What is left behind on purpose\n\nIn these rows, and no others, memory may be "
-         "lost at a failure of that kind; everything else\nis held to the same conditions.\n\n"
-         "| operation | kind | what and why |\n|---|---|---|\n";
+  std::cout << R"(
+## What is left behind on purpose
+
+In each of these rows, and in no others, a failure of that kind loses memory at some point, and never more than
+is said here. "Bytes" stay in use in the environment until it ends, "blocks" of the heap stay for ever. Everything
+else is held to the same conditions.
+
+| operation | kind | bytes | blocks | what and why |
+|---|---|---|---|---|
+)";
   for (const VakPrescribedLeak& leak : VakGetPrescribedLeaks()) {
-    std::cout << "| " << leak.operation << " | " << nameOf(leak.kind) << " | " << leak.reason
-              << " |\n";
+    std::cout << "| " << leak.operation << " | " << nameOf(leak.kind) << " | " << leak.mostBytes
+              << " | " << leak.mostBlocks << " | " << leak.reason << " |\n";
   }
 }
 
@@ -102,6 +104,7 @@ int main() {
   };
   std::vector<Total> totals;
   Total all{"all"};
+  bool isSound = true;
   std::cout << Introduction;
   for (const VakFaultGroup& group : VakFaultGroups()) {
     std::cout << "\n## " << group.name << "\n\n";
@@ -115,6 +118,7 @@ int main() {
       for (const VakFaultRow* row : {&pooled, &plain}) {
         for (const std::string& defect : row->defects) {
           std::cerr << operation.name << ": " << defect << "\n";
+          isSound = false;
         }
       }
       printRow(operation.name, pooled.counts, plain.counts);
@@ -130,5 +134,5 @@ int main() {
   for (const Total& total : totals) printRow(total.name, total.pooled, total.plain);
   printRow("**all**", all.pooled, all.plain);
   printLeaks();
-  return isSound(all.pooled) && isSound(all.plain) ? 0 : 1;
+  return isSound ? 0 : 1;
 }

@@ -115,7 +115,7 @@ VakScene takeFromTable(VakStage& s) {
 }
 
 const std::vector<VakFaultOperation> _operations = {
-    {"make a table of the heap", "VakHashTable::VakHashTable", makeTable<OwnedHeapTable>},
+    {"make a table of the heap", "VakHashTable::VakHashTable*", makeTable<OwnedHeapTable>},
     {"fill a table of the heap", "VakChainedTable::add VakHashItem::VakHashItem*",
      fillTable<OwnedHeapTable>},
     {"rehash a table of the heap", "VakChainedTable::reMod", rehashTable<OwnedHeapTable>},
@@ -125,7 +125,7 @@ const std::vector<VakFaultOperation> _operations = {
      useTable<OwnedHeapTable>},
     {"take a value out of a table of the heap", "VakChainedTable::take",
      takeFromTable<OwnedHeapTable>},
-    {"make a table of an environment", "VakEnvHashTable::VakEnvHashTable",
+    {"make a table of an environment", "VakEnvHashTable::VakEnvHashTable*",
      makeTable<OwnedEnvTable>},
     {"make the buckets of a table of an environment", "VakEnvHashTable::create",
      [](VakStage& s) {

@@ -45,7 +45,8 @@ const std::vector<VakFaultOperation> _operations = {
        return VakScene{.act = [&] { text = VakGetString(stream); }, .undo = [&] { delete[] text; }};
      }},
     {"throw, copy and print an exception",
-     "VakException::VakException VakException::operator= VakException::what "
+     "VakException::VakException VakException::operator= operator<<(VakException) "
+     "VakException::what "
      "VakExceptionBase::getMessage VakExceptionBase::print VakExceptionBase::end "
      "VakWrongUsage::VakWrongUsage VakWrongUsage::operator= VakMemoryException::VakMemoryException "
      "VakEmptyHandleException::VakEmptyHandleException VakNotImplemented::VakNotImplemented "
@@ -70,6 +71,7 @@ const std::vector<VakFaultOperation> _operations = {
                           &usage, &memory, &empty, &notImplemented, &notSupported, &conversion,
                           &mismatch, &aborted, &incompatible}) {
                    e->print(out);
+                   out << *e;
                    VakException copy(*e);
                    copy = *e;
                    if (copy.what() != copy.getMessage()) throw std::logic_error("what");
@@ -78,7 +80,7 @@ const std::vector<VakFaultOperation> _operations = {
                  const VakWrongUsage other("other");
                  usage = other;
                },
-           .again = [&] { out.clear(); }};
+           .prepare = [&] { out.clear(); }};
      }},
     {"round a number", "VakGetInfinity VakTrunc",
      [](VakStage& /*s*/) {

@@ -44,8 +44,8 @@ VakScene ending(VakStage& s, void (*end)(VakModelWorld& w)) {
 
 const std::vector<VakFaultOperation> _operations = {
     {"make a continuous variable",
-     "VakNumVar::VakNumVar VakExtractable::VakExtractable VakModelVarI::Make* "
-     "VakModelVarI::VakModelVarI VakModelVarI::CheckBounds* VakExtractable::end",
+     "VakNumVar::VakNumVar VakExtractable::VakExtractable* VakModelVarI::Make* "
+     "VakModelVarI::VakModelVarI* VakModelVarI::CheckBounds* ",
      [](VakStage& s) {
        return VakMakeObject<VakNumVar>(
            s, [](VakModelWorld& w) { return VakNumVar(w.env, 1.5, 2.5, "a name of some length"); });
@@ -138,7 +138,7 @@ const std::vector<VakFaultOperation> _operations = {
        }};
      }},
     {"change the bounds of a variable",
-     "VakNumVar::setLB VakNumVar::setUB VakNumVar::setBounds VakNumVar::fix "
+     "VakNumVar::setBounds "
      "VakModelVarI::setBounds",
      [](VakStage& s) {
        return VakChangeModel(s, [](VakModelWorld& w) { w.x.setBounds(1.5, 2.5); });
@@ -221,11 +221,7 @@ const std::vector<VakFaultOperation> _operations = {
                              w.x.removeAllProperties();
                              w.y.removeAllProperties();
                            },
-                       .again =
-                           [&w, use] {
-                             w.y.removeAllProperties();
-                             use();
-                           },
+                       .prepare = [&w] { w.y.removeAllProperties(); },
                        .mayKeep = "values that were given before stay"};
      }},
     {"clone a variable", "VakModelVarI::makeClone",
@@ -240,7 +236,7 @@ const std::vector<VakFaultOperation> _operations = {
      [](VakStage& s) { return ending(s, [](VakModelWorld& w) { w.y.end(); }); }},
     {"end several objects at once",
      "VakEndAll VakMakeExtractableArray* VakWithExtractableArray* "
-     "VakExtractableArray::VakExtractableArray VakExtractableArray::add",
+     "VakExtractableArray::add",
      [](VakStage& s) {
        auto& w = s.keep<VakModelWorld>(s);
        for (const VakConstraint row : {w.c, w.d, w.loose}) row.setKeptWhenEmpty(true);
@@ -271,9 +267,8 @@ const std::vector<VakFaultOperation> _operations = {
        }
        roll.add(w.o);
        return VakScene{.act = [&w] { w.m.end(); },
-                       .again =
-                           [&s, &w, &roll] {
-                             w.m.end();
+                       .complete =
+                           [&s, &roll] {
                              for (VakExtractable object : roll.living(s.impl())) object.end();
                            },
                        .afterFailure = [&w] { return w.m.check(); },

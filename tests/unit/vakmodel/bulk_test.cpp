@@ -108,6 +108,63 @@ TEST_F(Bulk, AddsUpTheCoefficientsOfARepeatedRow) {
   EXPECT_EQ(m.check(), "");
 }
 
+TEST_F(Bulk, AddsUpTheCoefficientsOfARowThatIsListedUnderTwoIndices) {
+  const std::vector<VakConstraint> twice = {rows[0], rows[1], rows[0]};
+  VakColumns columns;
+  columns.count = 3;
+  columns.rows = twice;
+  columns.matrix = {starts, members, coefs};
+  std::vector<VakNumVar> made(3);
+  m.addColumns(columns, made);
+  EXPECT_EQ(rows[0].getCoef(made[0]), 3);
+  EXPECT_EQ(rows[0].getCoef(made[2]), 9);
+  EXPECT_EQ(rows[1].getCoef(made[2]), 3);
+  EXPECT_EQ(rows[2].getTermCount(), 0);
+  EXPECT_EQ(m.check(), "");
+}
+
+TEST_F(Bulk, IgnoresListedRowsThatNoColumnUses) {
+  const VakConstraint foreign(env, 0, 1, "d");
+  const std::vector<VakConstraint> more = {rows[0], rows[1], rows[2], foreign, VakConstraint()};
+  VakColumns columns;
+  columns.count = 3;
+  columns.rows = more;
+  columns.matrix = {starts, members, coefs};
+  std::vector<VakNumVar> made(3);
+  m.addColumns(columns, made);
+  EXPECT_EQ(rows[2].getCoef(made[0]), 2);
+  EXPECT_EQ(rows[0].getCoef(made[2]), 9);
+  EXPECT_EQ(foreign.getTermCount(), 0);
+  const std::vector<int> usesEmpty = {0, 4, 1, 0, 0};
+  columns.matrix.members = usesEmpty;
+  EXPECT_THROW(m.addColumns(columns), VakEmptyHandleException);
+  EXPECT_EQ(m.getVariableCount(), 3);
+  EXPECT_EQ(m.check(), "");
+}
+
+TEST_F(Bulk, TakesColumnsOfManyEntries) {
+  std::vector<VakConstraint> many(40);
+  VakRows block;
+  block.count = many.size();
+  m.addRows(block, many);
+  std::vector<int> all;
+  for (int i = 0; i < 40; ++i) all.push_back(39 - i);
+  all.push_back(7);
+  const std::vector<VakInt> bounds = {0, 17, 41};
+  const std::vector<VakNum> ones(41, 1.0);
+  VakColumns columns;
+  columns.count = 2;
+  columns.rows = many;
+  columns.matrix = {bounds, all, ones};
+  std::vector<VakNumVar> made(2);
+  m.addColumns(columns, made);
+  EXPECT_EQ(many[39].getCoef(made[0]), 1);
+  EXPECT_EQ(many[22].getCoef(made[0]), 0);
+  EXPECT_EQ(many[22].getCoef(made[1]), 1);
+  EXPECT_EQ(many[7].getCoef(made[1]), 2);
+  EXPECT_EQ(m.check(), "");
+}
+
 TEST_F(Bulk, AddsRowsInOneChange) {
   std::vector<VakNumVar> vars = {VakNumVar(env, "x"), VakNumVar(env, "y"), VakNumVar(env, "z")};
   auto* listener = new VakModelListener(env);
