@@ -22,7 +22,8 @@
 /// In thread-safe mode (VakThreadSafeScope, VakEnv::useMTSafeAllocation, with a mutex installed
 /// before the environment is made) several threads may take and give back memory of one environment
 /// and make, change and delete objects and models of their own in it, with symbols that are there,
-/// as long as no algorithm and no notified plug-in is attached; everything else stays as it is said.
+/// as long as no algorithm and no notified plug-in is attached; everything else stays as it is
+/// said.
 ///
 /// Phases, of the life of the environment that an object belongs to:
 ///   - *any*: no environment that lives is needed;
