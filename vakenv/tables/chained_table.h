@@ -301,9 +301,8 @@ class VakChainedTable {
     }
   }
 
-  // Brings the items of later buckets near while those of bucket `b` are looked at. Chains are of
-  // two items on the whole when a table is full. Always inline: GCC takes a function that only
-  // prefetches for one without effect and drops calls.
+  // Brings the items of later buckets near; chains are of two items on the whole when a table is
+  // full. Always inline: GCC drops calls of functions that only prefetch.
   [[gnu::always_inline]] inline void lookAhead(VakInt b) const {
     const Table& table = self();
     if (b + VakHashLookahead >= table._size) return;
