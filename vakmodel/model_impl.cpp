@@ -167,10 +167,11 @@ std::string VakModelI::check(const VakMemoryInspection* pool) const {
   for (VakInt place = 0; place < _constraints.size(); ++place) {
     if (_constraints[place] == nullptr) continue;
     ++constraints;
-    const VakConstraintI* constraint = constraintAt(place);
-    if (VakIsGone(pool, constraint)) {
+    // Whether it is there is asked before the cast, which reads the object.
+    if (VakIsGone(pool, _constraints[place])) {
       return VakFaultText("the constraint at place ", place, " is free memory");
     }
+    const VakConstraintI* constraint = constraintAt(place);
     if (constraint->_place == place) continue;
     return VakFaultText("constraint ", constraint->id, " stands at place ", place,
                         " and takes itself to be at ", constraint->_place);
