@@ -48,13 +48,20 @@ class VakRecursiveEnvMutex final : public VakBaseEnvMutex {
 };
 
 /// Installs `mutex`, which stays the caller's. Environments that exist already stay unlocked.
+///
+/// Threads: confined: no other thread may make an environment or call this, VakIsMTEnabled or
+///     VakEndMT meanwhile.
 void VakInitMT(VakBaseEnvMutex* mutex);
 
 /// True while a mutex is installed.
+///
+/// Threads: read-shared: not while another thread installs or uninstalls one.
 [[nodiscard]] bool VakIsMTEnabled();
 
 /// Uninstalls the mutex. Existing environments keep their copy of the pointer. The mutex is deleted
 /// only if VakEnvI::DeleteMutex was set, which the library itself never does.
+///
+/// Threads: confined, as VakInitMT.
 void VakEndMT();
 
 /// Holds the mutex that a pointer names, or nothing when it is null, for the life of a scope.
