@@ -66,5 +66,6 @@ VakMemoryDefectHandler VakSetMemoryDefectHandler(VakMemoryDefectHandler handler)
 
 /// Chooses the stream to which ending environments write what was left in them, a line for each
 /// type; null for none. std::cerr at first. Returns the stream chosen before. Does nothing outside
-/// the checked build. The stream must outlive the environments; any thread may call it.
+/// the checked build. The stream chosen before is not written to any more when this returns. Any
+/// thread may call it, but not the stream itself while it is written to.
 std::ostream* VakSetLeftoverStream(std::ostream* stream);

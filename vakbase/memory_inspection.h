@@ -61,3 +61,9 @@ class VakMemoryInspection {
   std::vector<Span> _free;  ///< Free elements, and what is left of the slab; in order at the end.
   std::string _broken;      ///< What was found broken; empty for nothing.
 };
+
+/// True when `pool` is given and knows `address` as free memory: whatever a check was about to read
+/// there is gone.
+[[nodiscard]] inline bool VakIsGone(const VakMemoryInspection* pool, const void* address) {
+  return pool != nullptr && pool->isFree(address);
+}

@@ -14,6 +14,7 @@ std::ostream* VakSetLeftoverStream(std::ostream* /*stream*/) { return nullptr; }
 #include <cxxabi.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -62,12 +63,17 @@ struct Record {
 template <class K, class V>
 using Table = std::map<K, V, std::less<K>, Malloc<std::pair<const K, V>>>;
 using Page = Table<const void*, Record>;
+using Text = std::basic_string<char, std::char_traits<char>, Malloc<char>>;
 
 // Never destroyed, since environments may end after everything else.
 struct Book {
   std::mutex lock;
   Table<const VakMemory*, Page> pages;
   VakMemoryDefectHandler handler = nullptr;
+  // Held while the stream is written to or exchanged, so that two environments that end at the same
+  // time write one after the other, and whoever exchanged the stream may free the old one. Taken
+  // before `lock`, never after it: writing runs the program's code, which may need `lock`.
+  std::mutex leftoversLock;
   std::ostream* leftovers = &std::cerr;
 };
 
@@ -95,6 +101,50 @@ Found find(Book& book, const void* element) {
     if (entry->second.isLive) return found;
   }
   return found;
+}
+
+Text nameOf(const std::type_info* type) {
+  if (type == nullptr) return "no known type";
+  int status = 0;
+  char* name = abi::__cxa_demangle(type->name(), nullptr, nullptr, &status);
+  Text text = name != nullptr ? name : type->name();
+  std::free(name);
+  return text;
+}
+
+void appendNumber(Text& text, long number) {
+  char digits[24];  // more than a number of 64 bits has
+  text.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
+}
+
+// The list of what is in use in a pool; an empty text for nothing.
+Text listLeftovers(Book& book, const VakMemory* pool) {
+  struct Amount {
+    long elements = 0;
+    long bytes = 0;  // asked for
+  };
+  Table<Text, Amount> types;
+  {
+    const Lock lock(book.lock);
+    const auto page = book.pages.find(pool);
+    if (page == book.pages.end()) return {};
+    for (const auto& [start, record] : page->second) {
+      if (!record.isLive) continue;
+      Amount& amount = types[nameOf(record.type)];
+      ++amount.elements;
+      amount.bytes += record.size;
+    }
+  }
+  if (types.empty()) return {};
+  Text text = "Vak: left when the environment ended:\n";
+  for (const auto& [name, amount] : types) {
+    text += "  ";
+    appendNumber(text, amount.elements);
+    text += " of " + name + ", ";
+    appendNumber(text, amount.bytes);
+    text += " bytes\n";
+  }
+  return text;
 }
 
 std::string describe(const void* element, const Found& found) {
@@ -175,7 +225,7 @@ VakMemoryDefectHandler VakSetMemoryDefectHandler(VakMemoryDefectHandler handler)
 }
 
 std::ostream* VakSetLeftoverStream(std::ostream* stream) {
-  const Lock lock(theBook().lock);
+  const Lock lock(theBook().leftoversLock);
   return std::exchange(theBook().leftovers, stream);
 }
 
@@ -331,34 +381,23 @@ std::string VakMemoryLedger::Check(const VakMemory* pool) {
   return "";
 }
 
-void VakMemoryLedger::WriteLeftovers(const VakMemory* pool) {
-  std::ostream* out = nullptr;
-  {
-    const Lock lock(theBook().lock);
-    out = theBook().leftovers;
+// The list goes out in one piece. Deliberate: a stream that throws loses it, for this is the last
+// step of an environment's end, which has nobody to tell.
+void VakMemoryLedger::WriteLeftovers(const VakMemory* pool) noexcept {
+  Book& book = theBook();
+  const Lock lock(book.leftoversLock);
+  if (book.leftovers == nullptr) return;
+  const Text text = listLeftovers(book, pool);
+  if (text.empty()) return;
+  try {
+    book.leftovers->write(text.data(), static_cast<std::streamsize>(text.size()));
+    book.leftovers->flush();
+  } catch (...) {
   }
-  if (out == nullptr) return;
-  std::map<std::string, std::pair<long, long>> types;  // by name: elements, and bytes asked for
-  for (const Element& element : GetElements(pool)) {
-    auto& [count, bytes] = types[GetTypeName(element.type)];
-    ++count;
-    bytes += element.size;
-  }
-  if (types.empty()) return;
-  *out << "Vak: left when the environment ended:\n";
-  for (const auto& [name, amount] : types) {
-    *out << "  " << amount.first << " of " << name << ", " << amount.second << " bytes\n";
-  }
-  out->flush();
 }
 
 std::string VakMemoryLedger::GetTypeName(const std::type_info* type) {
-  if (type == nullptr) return "no known type";
-  int status = 0;
-  char* name = abi::__cxa_demangle(type->name(), nullptr, nullptr, &status);
-  std::string text = name != nullptr ? name : type->name();
-  std::free(name);
-  return text;
+  return std::string(nameOf(type));
 }
 
 #endif

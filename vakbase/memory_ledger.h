@@ -61,8 +61,9 @@ class VakMemoryLedger {
   /// where it was given back, else what is hurt.
   [[nodiscard]] static std::string Check(const VakMemory* pool);
   /// Writes what is in use in `pool` to the stream of VakSetLeftoverStream, under a heading, if
-  /// there is anything.
-  static void WriteLeftovers(const VakMemory* pool);
+  /// there is anything. Nobody else writes there or exchanges the stream meanwhile. What the stream
+  /// throws is lost with the list.
+  static void WriteLeftovers(const VakMemory* pool) noexcept;
   /// The name of a type as a program writes it.
   [[nodiscard]] static std::string GetTypeName(const std::type_info* type);
 };

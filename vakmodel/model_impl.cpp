@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/core/create.h"
 #include "vakmodel/annotations.h"
 #include "vakmodel/object_text.h"
@@ -147,11 +148,15 @@ VakExtractableI* VakModelI::makeClone(VakEnvI* env) const {
 std::string VakModelI::check(const VakMemoryInspection* pool) const {
   VakInt variables = 0;
   for (VakInt place = 0; place < _variables.size(); ++place) {
-    if (_variables[place] == nullptr) continue;
+    const VakExtractableI* variable = _variables[place];
+    if (variable == nullptr) continue;
     ++variables;
-    const VakInt known = _placeOf[_variables[place]->id];
+    if (VakIsGone(pool, variable)) {
+      return VakFaultText("the variable at place ", place, " is free memory");
+    }
+    const VakInt known = _placeOf[variable->id];
     if (known == place + 1) continue;
-    return VakFaultText("variable ", _variables[place]->id, " stands at place ", place,
+    return VakFaultText("variable ", variable->id, " stands at place ", place,
                         " and is looked for at ", known - 1);
   }
   if (variables != _variables.count()) {
@@ -162,6 +167,10 @@ std::string VakModelI::check(const VakMemoryInspection* pool) const {
   for (VakInt place = 0; place < _constraints.size(); ++place) {
     if (_constraints[place] == nullptr) continue;
     ++constraints;
+    // Whether it is there is asked before the cast, which reads the object.
+    if (VakIsGone(pool, _constraints[place])) {
+      return VakFaultText("the constraint at place ", place, " is free memory");
+    }
     const VakConstraintI* constraint = constraintAt(place);
     if (constraint->_place == place) continue;
     return VakFaultText("constraint ", constraint->id, " stands at place ", place,
@@ -171,6 +180,7 @@ std::string VakModelI::check(const VakMemoryInspection* pool) const {
     return VakFaultText("there are ", constraints, " constraints of the ", _constraints.count(),
                         " counted");
   }
+  if (VakIsGone(pool, _objective)) return "the objective is free memory";
   std::string fault;
   forEachLinear([&](const VakLinearI* linear) {
     if (fault.empty()) fault = checkTerms(linear, pool);

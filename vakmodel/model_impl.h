@@ -160,8 +160,8 @@ class VakModelI final : public VakExtractableI {
 
   void removeHidden(VakInt mode) override;
   [[nodiscard]] VakExtractableI* makeClone(VakEnvI* env) const override;
-  /// An empty text if the invariant holds and, with `pool`, no term is free memory, else what is
-  /// broken.
+  /// An empty text if the invariant holds and, with `pool`, no object of the model and no term is
+  /// free memory, else what is broken.
   [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
   /// The objects by their places; those that were taken out have left null.

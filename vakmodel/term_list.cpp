@@ -90,10 +90,13 @@ void VakTermListI::addTo(VakExpr& expr) const {
 std::string VakTermListI::check(const VakMemoryInspection* pool) const {
   std::unordered_set<const VakNumVarI*> seen;
   for (const VakNumLinExprTermI* term = _first; term != nullptr; term = term->next) {
-    if (pool != nullptr && pool->isFree(term)) {
+    if (VakIsGone(pool, term)) {
       return VakFaultText("term ", seen.size(), " is free memory");
     }
     const void* var = term->var;
+    if (var == nullptr || VakIsGone(pool, var)) {
+      return VakFaultText("variable ", var, " is free memory");
+    }
     if (term->coef == 0) return VakFaultText("the coefficient of variable ", var, " is 0");
     if (!seen.insert(term->var).second) return VakFaultText("variable ", var, " occurs twice");
     if (std::less<>()(_highest, term->var)) {

@@ -72,8 +72,8 @@ class VakTermListI {
   [[nodiscard]] VakNum evaluate(const VakModelEvaluatorI& point) const;
   /// Appends the terms to `expr`.
   void addTo(VakExpr& expr) const;
-  /// An empty text if the invariant holds and, with `pool`, no term is free memory, else what is
-  /// broken.
+  /// An empty text if the invariant holds and, with `pool`, neither terms nor their variables are
+  /// free memory, else what is broken.
   [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
  private:

@@ -5,6 +5,8 @@
 
 #include "vakbase/fault_text.h"
 #include "vakbase/memory.h"
+#include "vakbase/memory_inspection.h"
+#include "vakenv/tables/item_check.h"
 
 namespace {
 
@@ -97,8 +99,28 @@ VakInt VakSymbolTable::getMemoryUsage() const {
   return bytes + _table._nbItems * elementBytes(sizeof(Item));
 }
 
-std::string VakSymbolTable::check() const {
-  std::string broken = VakNameFault("names", _table.check());
+// Whether table, list and symbols are there at all; hashing and comparing reads names.
+std::string VakSymbolTable::checkMemory(const VakMemoryInspection* pool) const {
+  const auto visit = [pool](const auto* item) -> std::string {
+    const void* name = item->_key;
+    if (name != nullptr && !VakIsGone(pool, name)) return "";
+    return VakFaultText("name ", name, " is free memory");
+  };
+  std::string broken = VakNameFault("names", VakCheckItems(_table, pool, visit));
+  if (!broken.empty()) return broken;
+  if (VakIsGone(pool, _encoder._symbols)) return "the list of symbols is free memory";
+  for (VakInt code = 0; code < getSize(); ++code) {
+    const VakSymbolI* symbol = getSymbols()[static_cast<std::size_t>(code)];
+    if (symbol == nullptr || VakIsGone(pool, symbol)) {
+      return VakFaultText("the symbol at number ", code, " is free memory");
+    }
+  }
+  return "";
+}
+
+std::string VakSymbolTable::check(const VakMemoryInspection* pool) const {
+  std::string broken = checkMemory(pool);
+  if (broken.empty()) broken = VakNameFault("names", _table.check());
   if (!broken.empty()) return broken;
   if (_table._nbItems != getSize()) {
     return VakFaultText(getSize(), " symbols have numbers, ", _table._nbItems, " have names");

@@ -114,8 +114,9 @@ class VakSymbolTable : public VakEnvObjectI {
   }
 
   /// An empty text if hash table and encoder hold the same symbols, each under its name and its
-  /// number, else what is broken. Costs time in the characters of all names.
-  [[nodiscard]] std::string check() const;
+  /// number, and with `pool` nothing of them is free memory, else what is broken. Costs time in the
+  /// characters of all names.
+  [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
   /// The bucket of a name among `size`; every character counts. `size` must be positive.
   [[nodiscard]] static VakInt HashName(const char* name, VakInt size);
@@ -127,6 +128,7 @@ class VakSymbolTable : public VakEnvObjectI {
  private:
   VakSymbolI* makeSymbol(const char* name);
   void giveBackSymbol(VakSymbolI* symbol);
+  [[nodiscard]] std::string checkMemory(const VakMemoryInspection* pool) const;
 
   VakSymbolEncoder _encoder;  ///< The symbols by number; the list through which they are owned.
 };

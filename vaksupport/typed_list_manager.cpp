@@ -9,6 +9,7 @@
 #include "vakenv/memory/env_object.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/tables/env_hash_table.h"
+#include "vakenv/tables/item_check.h"
 #include "vakmodel/contract/extractable.h"
 
 namespace {
@@ -151,15 +152,19 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
   }
 
   [[nodiscard]] std::string check(const VakIdManager* ids, const VakMemoryInspection* pool) const {
-    std::string broken = VakNameFault("index", _index.check());
-    if (broken.empty()) broken = VakNameFault("classes", _classes.check());
+    std::string broken = VakNameFault("index", checkTable(_index, pool));
+    if (broken.empty()) broken = VakNameFault("classes", checkTable(_classes, pool));
     if (broken.empty()) broken = checkChain(_waiting, nullptr, ids, pool);
     if (!broken.empty()) return broken;
     VakInt entries = _waiting.length;
     VakInt classes = 0;
     for (const ClassList* list = _lastClass; list != nullptr; list = list->earlier) {
+      ++classes;
+      if (VakIsGone(pool, list)) {
+        return VakFaultText("the list of class number ", classes, " is free memory");
+      }
       ClassList* indexed = nullptr;
-      if (++classes > _classes._nbItems || _classes.find(list->type, indexed) != VakHashDone ||
+      if (classes > _classes._nbItems || _classes.find(list->type, indexed) != VakHashDone ||
           indexed != list) {
         return VakFaultText("the list of class number ", classes, " is not in the index");
       }
@@ -200,13 +205,22 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
     }
   }
 
+  // Both tables go by addresses, which their hash functions do not follow.
+  template <class Table>
+  static std::string checkTable(const Table& table, const VakMemoryInspection* pool) {
+    std::string broken = VakCheckItems(table, pool, [](const auto*) { return std::string(); });
+    return broken.empty() ? table.check() : broken;
+  }
+
   std::string checkChain(const Chain& chain, const ClassList* list, const VakIdManager* ids,
                          const VakMemoryInspection* pool) const {
     const char* name = list == nullptr ? "the waiting chain" : "the chain of a class";
+    // A walk that finds every link towards the newer entry right cannot run in a circle.
     VakInt length = 0;
     const Entry* newer = nullptr;
     for (const Entry* entry = chain.newest; entry != nullptr; entry = entry->older) {
-      if (++length > _index._nbItems) return VakFaultText(name, " runs in a circle");
+      ++length;
+      if (VakIsGone(pool, entry)) return VakFaultText(name, " leads into free memory");
       const void* address = entry->e;
       Entry* indexed = nullptr;
       if (_index.find(entry->e, indexed) != VakHashDone || indexed != entry) {
@@ -215,7 +229,7 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
       if (entry->newer != newer || entry->list != list) {
         return VakFaultText(name, " has ", address, " with wrong links");
       }
-      if (pool != nullptr && pool->isFree(address)) {
+      if (VakIsGone(pool, address)) {
         return VakFaultText(name, " has ", address, ", which is free memory");
       }
       if (ids != nullptr && !IsRegistered(entry->e, *ids)) {

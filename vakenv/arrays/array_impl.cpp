@@ -7,6 +7,8 @@
 #include <cstring>
 #include <new>
 
+#include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/arrays/array_error.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/gen_alloc.h"
@@ -329,10 +331,11 @@ void VakArrayI::copyRuns(VakInt to, const VakArrayI* other, VakInt from, VakInt 
 
 // ---- Proof --------------------------------------------------------------------------------------
 
-std::string VakArrayI::check() const {
+std::string VakArrayI::check(const VakMemoryInspection* pool) const {
   if (_data == nullptr) {
     return _max == 0 && _size <= 0 ? "" : "an array without storage claims capacity or elements";
   }
+  if (VakIsGone(pool, _data)) return "the table of chunks is free memory";
   if (_shift < 0 || _shift > 31) return "the shift is out of range";
   if (_mod != chunkLength() - 1) return "the mask is not the chunk length minus 1";
   if (_max != VakInt{1} << (2 * _shift) && !(_max == 0 && _size == 0)) {
@@ -340,7 +343,9 @@ std::string VakArrayI::check() const {
   }
   if (_size > _max) return "the size exceeds the capacity";
   VakInt chunks = 0;
-  while (chunks < chunkLength() && _data[chunks] != nullptr) ++chunks;
+  for (; chunks < chunkLength() && _data[chunks] != nullptr; ++chunks) {
+    if (VakIsGone(pool, _data[chunks])) return VakFaultText("chunk ", chunks, " is free memory");
+  }
   if (_size > 0 && chunks <= (_size - 1) >> _shift) return "a chunk in use is missing";
   for (VakInt k = chunks; k < chunkLength(); ++k) {
     if (_data[k] != nullptr) return "a chunk stands behind a gap in the table";

@@ -124,8 +124,9 @@ class VakArrayI : public VakMemoryManagerObjectI {
     return ((_size + 1) & (_mod | signBit)) > 1;
   }
 
-  /// Returns an empty text if the invariant holds, else what is broken.
-  [[nodiscard]] std::string check() const;
+  /// Returns an empty text if the invariant holds and, with `pool`, neither table nor chunks are
+  /// free memory, else what is broken.
+  [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
   VakInt _max;          ///< Capacity in elements, a power of four; 0 after clear().
   VakInt _elementSize;  ///< Bytes of one element.

@@ -82,10 +82,11 @@ class VakEnvI {
 
   /// Proves the invariants of everything the environment holds: the pool with its free lists, the
   /// record, identifiers and extractables, destroyables, typed lists, algorithms, plug-ins, the
-  /// running removal, clones, symbols, shared domains, properties, mark arrays. Returns an empty
-  /// text if all hold; else a line for each structure that is broken, which names it and what is
-  /// wrong with which value. When the pool is broken, that is the only line, for what lies in it
-  /// cannot be trusted.
+  /// running removal, clones, symbols, shared domains, properties, mark arrays. Arrays that others
+  /// made are known to the checked build alone, which proves them too. Returns an empty text if all
+  /// hold; else a line for each structure that is broken, which names it and what is wrong with
+  /// which value. When the pool is broken, that is the only line, for what lies in it cannot be
+  /// trusted.
   ///
   /// Callable from the end of the constructor until the plug-ins are gone in end(), also from
   /// within callbacks and destructors; no other thread may use the environment meanwhile. Changes

@@ -6,6 +6,7 @@
 #include "vakbase/memory_inspection.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/domains/shared_domain_hash.h"
+#include "vakenv/tables/item_check.h"
 
 namespace {
 
@@ -15,11 +16,8 @@ bool isSame(VakNum a, VakNum b) { return a == b || (std::isnan(a) && std::isnan(
 template <class Range>
 std::string checkTable(const char* name, const VakSharedDomainHash<Range*>* table,
                        const VakMemoryInspection& pool) {
-  if (table == nullptr || table->_buckets == nullptr) return "";
-  using Item = typename VakSharedDomainHash<Range*>::Item;
-  const auto next = [](const Item* item) { return item->_next; };
-  const auto visit = [&](const Item* item) -> std::string {
-    if (pool.isFree(item)) return "a chain leads into free memory";
+  if (table == nullptr) return "";
+  const auto visit = [&](const auto* item) -> std::string {
     const void* range = item->_key;
     const void* domain = item->_value;
     if (range == nullptr || pool.isFree(range)) {
@@ -35,12 +33,9 @@ std::string checkTable(const char* name, const VakSharedDomainHash<Range*>* tabl
     return VakFaultText("range [", lb, ", ", ub, "] leads to the domain [", item->_value->getLB(),
                         ", ", item->_value->getUB(), "]");
   };
-  for (VakInt bucket = 0; bucket < table->_size; ++bucket) {
-    const Item* chain = table->_buckets[bucket];
-    std::string broken = VakNameFault(name, VakCheckChain(chain, next, visit));
-    if (!broken.empty()) return broken;
-  }
-  return VakNameFault(name, table->check());
+  std::string broken = VakCheckItems(*table, &pool, visit);
+  if (broken.empty()) broken = table->check();
+  return VakNameFault(name, broken);
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 // The deep check of an environment: asks every subsystem for its own proof, in an order in which
 // each may rely on those before it.
 
+#include <typeinfo>
+
 #include "vakbase/fault_text.h"
 #include "vakbase/memory_inspection.h"
+#include "vakbase/memory_ledger.h"
+#include "vakenv/arrays/array_impl.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakenv/plugins/plugin_manager.h"
@@ -30,6 +34,20 @@ class Findings {
   std::string _text;
 };
 
+// Every array in the pool, whoever made it. Only the checked build knows where they are.
+std::string checkArrays([[maybe_unused]] const VakMemoryInspection& pool,
+                        [[maybe_unused]] const VakMemory& memory) {
+  if constexpr (VakChecksMemory) {
+    for (const VakMemoryLedger::Element& element : VakMemoryLedger::GetElements(&memory)) {
+      if (element.type == nullptr || *element.type != typeid(VakArrayI)) continue;
+      const auto* array = static_cast<const VakArrayI*>(element.start);
+      const std::string fault = array->check(&pool);
+      if (!fault.empty()) return VakFaultText("array ", element.start, ": ", fault);
+    }
+  }
+  return "";
+}
+
 }  // namespace
 
 std::string VakEnvI::check() const {
@@ -52,10 +70,11 @@ std::string VakEnvI::check() const {
   findings.add("destroyables", checkDestroyables(pool));
   findings.add("algorithms", checkAlgorithms(pool));
   findings.add("plug-ins", _plugInManager->check(&pool));
-  findings.add("clones", _cloneManager->check());
-  findings.add("symbols", _symbolTable->check());
+  findings.add("clones", _cloneManager->check(&pool));
+  findings.add("symbols", _symbolTable->check(&pool));
   findings.add("shared domains", checkDomains(pool));
   findings.add("mark arrays", checkMarkArrays());
+  findings.add("arrays", checkArrays(pool, _memory));
   return findings.getText();
 }
 

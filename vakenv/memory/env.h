@@ -61,10 +61,10 @@ class VakEnv {
   /// The text that names the library, its version and date.
   [[nodiscard]] const char* getVersion() const;
 
-  /// Proves the invariants of everything the environment holds: an empty text if all hold, else a
-  /// line for each structure that is broken. For tests, debug builds and whoever looks for a fault;
-  /// see VakEnvI::check for what it covers and costs. Takes no memory from the environment. Throws
-  /// std::bad_alloc.
+  /// Proves the invariants of all that the environment holds, of arrays in the checked build only:
+  /// an empty text if all hold, else a line for each structure that is broken. For tests, and for
+  /// whoever looks for a fault; see VakEnvI::check for what it covers and costs. Takes no memory
+  /// from the environment. Throws std::bad_alloc.
   [[nodiscard]] std::string check() const;
 
   /// Switches thread-safe allocation on (non-zero) or off; see VakEnvI::useMTSafeAllocation.

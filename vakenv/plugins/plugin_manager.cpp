@@ -31,7 +31,7 @@ std::string checkFiled(const char* kind, const T* head, const VakEnvI* env,
   const auto next = [](const T* element) { return element->next; };
   return VakCheckChain(head, next, [&](const T* element) -> std::string {
     const void* address = element;
-    if (pool != nullptr && pool->isFree(address)) {
+    if (VakIsGone(pool, address)) {
       return VakFaultText(kind, " ", address, " is free memory");
     }
     if (element->_env == env) return "";
@@ -184,7 +184,7 @@ void VakPlugInManager::apply(const VakChange& c, const VakExtractableI* e) const
 std::string VakPlugInManager::check(const VakMemoryInspection* pool) const {
   std::unordered_set<std::string_view> names;
   const auto next = [](const auto* element) { return element->next; };
-  const auto isGone = [pool](const void* p) { return pool != nullptr && pool->isFree(p); };
+  const auto isGone = [pool](const void* p) { return VakIsGone(pool, p); };
   std::string broken = VakCheckChain(first, next, [&](const VakCell* cell) -> std::string {
     if (isGone(cell)) return "the list of cells leads into free memory";
     if (cell->name == nullptr || isGone(cell->name)) return "a cell has no name";

@@ -168,13 +168,12 @@ VakNamedPropertySetI* VakNamedPropertySetI::makeDeepCopy(VakMemoryManager manage
 std::string VakNamedPropertySetI::check(
     const VakMemoryInspection* pool,
     std::unordered_map<const VakNamedPropertyI*, VakInt>* entries) const {
-  const auto isGone = [pool](const void* p) { return pool != nullptr && pool->isFree(p); };
   const auto next = [](const PropertyList* entry) { return entry->_next; };
   const PropertyList* before = nullptr;
   return VakCheckChain(_first, next, [&](const PropertyList* entry) -> std::string {
-    if (isGone(entry)) return "the list leads into free memory";
+    if (VakIsGone(pool, entry)) return "the list leads into free memory";
     const void* property = entry->_property;
-    if (property == nullptr || isGone(property)) {
+    if (property == nullptr || VakIsGone(pool, property)) {
       return VakFaultText("property ", property, " is free memory");
     }
     if (entry->_previous != nullptr && entry->_previous != before) {

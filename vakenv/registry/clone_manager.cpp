@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/arrays/array_impl.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/create.h"
@@ -146,9 +147,11 @@ void VakCloneManager::forget(VakInt id) noexcept {
   if (id >= 0 && id < clones->_size) entry(id) = nullptr;
 }
 
-std::string VakCloneManager::check() const {
-  std::string broken = VakNameFault("table", clones->check());
-  if (broken.empty()) broken = VakNameFault("log", ids.getImpl()->check());
+std::string VakCloneManager::check(const VakMemoryInspection* pool) const {
+  if (VakIsGone(pool, clones)) return "the table is free memory";
+  if (VakIsGone(pool, ids.getImpl())) return "the log is free memory";
+  std::string broken = VakNameFault("table", clones->check(pool));
+  if (broken.empty()) broken = VakNameFault("log", ids.getImpl()->check(pool));
   if (!broken.empty()) return broken;
   std::vector<bool> isLogged(static_cast<std::size_t>(clones->_size));
   for (VakInt i = 0; i < ids.getSize(); ++i) {

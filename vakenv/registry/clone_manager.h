@@ -54,9 +54,11 @@ class VakCloneManager {
   [[nodiscard]] VakExtractableI* getClone(VakExtractableI* e);
   /// Records `c` as the copy of `e`; nothing when `e` is not registered. Throws std::bad_alloc.
   void setClone(VakExtractableI* e, VakExtractableI* c);
-  /// An empty text if the invariant holds and both tables are sound, else what is broken. Costs
-  /// time and memory, from the general heap, in the identifiers of the table.
-  [[nodiscard]] std::string check() const;
+  /// An empty text if the invariant holds, both tables are sound and, with `pool`, not free
+  /// memory, else what is broken. Deliberate: copies are not looked at, since one may be gone
+  /// before it is forgotten. Costs time and memory, from the general heap, in the identifiers of
+  /// the table.
+  [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
   /// Forgets the copy of the extractable with this identifier, which is about to be free.
   void forget(VakInt id) noexcept;
 

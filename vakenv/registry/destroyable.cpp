@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "vakbase/fault_text.h"
+#include "vakbase/memory_inspection.h"
 #include "vakenv/core/environment_impl.h"
 
 namespace {
@@ -92,17 +93,21 @@ void VakDestroyableList::destroyAll() {
   while (first != nullptr) delete first->destroyable;
 }
 
-std::string VakDestroyableList::check() const {
+std::string VakDestroyableList::check(const VakMemoryInspection* pool) const {
   const auto lock = guard();
   std::string broken = VakNameFault("table", table.check());
   if (!broken.empty()) return broken;
   VakInt elements = 0;
   const Element* newer = nullptr;
   for (const Element* e = first; e != nullptr; newer = e, e = e->next) {
+    if (VakIsGone(pool, e)) return "the list leads into free memory";
     if (++elements > table._nbItems) {
       return VakFaultText("the list holds more objects than the ", table._nbItems, " in the table");
     }
     const void* object = e->destroyable;
+    if (object == nullptr || VakIsGone(pool, object)) {
+      return VakFaultText("object ", object, " is free memory");
+    }
     if (e->prev != newer) {
       return VakFaultText("the link of object ", object, " towards its newer neighbour is wrong");
     }

@@ -73,8 +73,9 @@ class VakDestroyableList {
   /// a destructor throws, its object has left the list and another call goes on with the rest.
   void destroyAll();
 
-  /// An empty text if the invariant holds, else what is broken.
-  [[nodiscard]] std::string check() const;
+  /// An empty text if the invariant holds and, with `pool`, neither elements nor objects are free
+  /// memory, else what is broken.
+  [[nodiscard]] std::string check(const VakMemoryInspection* pool = nullptr) const;
 
   /// The address, shifted right by 5 bits, masked with `size` - 1: `size` is a power of two.
   static VakInt HashPointer(VakDestroyableI* p, VakInt size);

@@ -72,6 +72,8 @@ void VakRecycleBinI::removeFromAll() {
 
 std::string VakRecycleBinI::check(const VakMemoryInspection* pool) const {
   if (releaseMode != 0 && releaseMode != 1) return VakFaultText("release mode ", releaseMode);
+  if (VakIsGone(pool, pending.getImpl())) return "pending: the array is free memory";
+  if (VakIsGone(pool, deferred.getImpl())) return "deferred: the array is free memory";
   std::string broken = VakNameFault("destroyed", destroyed.check());
   if (!broken.empty()) return broken;
   const VakRegistryState& registry = getEnvImpl()->_registry;
@@ -84,7 +86,7 @@ std::string VakRecycleBinI::check(const VakMemoryInspection* pool) const {
 std::string VakRecycleBinI::checkList(const char* name, VakExtractableArray array,
                                       const VakExtractableRoll& roll,
                                       const VakMemoryInspection* pool) const {
-  std::string broken = VakNameFault(name, array.getImpl()->check());
+  std::string broken = VakNameFault(name, array.getImpl()->check(pool));
   if (!broken.empty() || getEnvImpl()->_recycleBin != this) return broken;
   if (array.getSize() > roll.getSize()) {
     return VakFaultText(name, ": the array has ", array.getSize(), " elements, the roll ",
@@ -98,7 +100,7 @@ std::string VakRecycleBinI::checkList(const char* name, VakExtractableArray arra
                           ", in the roll ", address);
     }
     if (address == nullptr) continue;
-    if (pool != nullptr && pool->isFree(address)) {
+    if (VakIsGone(pool, address)) {
       return VakFaultText(name, ": element ", i, ", ", address, ", is free memory");
     }
     if (!ids->isInTable(roll[i]->id)) {

@@ -34,17 +34,13 @@ std::string VakEnvI::checkExtractables(const VakMemoryInspection& pool) const {
 
 std::string VakEnvI::checkDestroyables(const VakMemoryInspection& pool) const {
   if (_destroyables == nullptr) return "";
-  std::string broken = _destroyables->check();
+  std::string broken = _destroyables->check(&pool);
   if (!broken.empty()) return broken;
   using Element = VakDestroyableList::Element;
   for (const Element* e = _destroyables->first; e != nullptr; e = e->next) {
-    const void* address = e->destroyable;
-    if (address == nullptr || pool.isFree(address)) {
-      return VakFaultText("object ", address, " is free memory");
-    }
-    if (e->destroyable->_env != this) {
-      return VakFaultText("object ", address, " belongs to another environment");
-    }
+    if (e->destroyable->_env == this) continue;
+    return VakFaultText("object ", static_cast<const void*>(e->destroyable),
+                        " belongs to another environment");
   }
   const VakInt unlisted = getUnlistedDestroyables();
   return unlisted >= 0 ? "" : VakFaultText(-unlisted, " more objects are listed than live");

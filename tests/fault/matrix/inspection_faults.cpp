@@ -51,14 +51,15 @@ const std::vector<VakFaultOperation> _operations = {
      VakStageKind::Unstarved},
     {"inspect a pool",
      "VakMemoryInspection::VakMemoryInspection VakMemoryInspection::check "
-     "VakMemoryInspection::isFree VakMemory::getGrowth VakMemory::getCompanionGrowth "
+     "VakMemoryInspection::isFree VakIsGone VakMemory::getGrowth VakMemory::getCompanionGrowth "
      "VakMemory::countFor",
      [](VakStage& s) {
        return checking(s, [](VakModelWorld& w) {
          VakMemory& memory = w.env.getImpl()->_memory;
          memory.countFor(w.env.getImpl()->_termAllocator);
          const VakMemoryInspection inspection(memory, {w.env.getImpl()->_termAllocator});
-         if (inspection.isFree(&w)) return std::string("what is not of the pool");
+         if (inspection.isFree(&w) || VakIsGone(&inspection, &w))
+           return std::string("what is not of the pool");
          if (memory.getGrowth(3)._elements < 0 || memory.getCompanionGrowth()._elements < 0) {
            return std::string("a count");
          }

@@ -255,4 +255,15 @@ TEST_F(VakAllocationStackCheck, FindsMoreBytesInUseThanTaken) {
   EXPECT_EQ(stack.check(), "more bytes are in use than were taken");
 }
 
+TEST(VakAllocationStackWithoutChunks, FindsBytesThatAreCounted) {
+  VakAllocationStack stack;
+  long* const words = reinterpret_cast<long*>(&stack);  // The current chunk and both counts.
+  for (const int count : {1, 2}) {
+    words[count] = 16;
+    EXPECT_EQ(stack.check(), "bytes without a chunk");
+    words[count] = 0;
+  }
+  EXPECT_EQ(stack.check(), "");
+}
+
 }  // namespace

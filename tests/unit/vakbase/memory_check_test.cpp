@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "vakbase/fault_text.h"
 #include "vakbase/memory.h"
 #include "vakbase/memory_inspection.h"
@@ -194,6 +196,21 @@ TEST(VakMemoryCheckOfRegions, FindsASlabThatReachesBehindItsRegion) {
                                                     "on, is no part of a region"));
   *largeHeader = largeBytes;
   *slabHeader = slabBytes;
+  EXPECT_EQ(memory.check(), "");
+}
+
+TEST(VakMemoryCheckOfRegions, FindsASlabThatIsCarvedBeyondItsEnd) {
+  VakMemory memory(1);
+  const VakMemory::Block block = memory.obtainBlock(512);
+  constexpr long blockBytes = (512 + VakGuardBytes + 63) / 64 * 64;
+  // The pool keeps privately where it carves next: behind the block it handed out last.
+  char* const carved = static_cast<char*>(block.start) + blockBytes;
+  auto** const words = reinterpret_cast<char**>(&memory);
+  char** const cursor = std::find(words, words + sizeof(memory) / sizeof(char*), carved);
+  ASSERT_NE(cursor, words + sizeof(memory) / sizeof(char*));
+  *cursor += 1L << 40;
+  EXPECT_EQ(memory.check(), "the slab is carved beyond its end");
+  *cursor = carved;
   EXPECT_EQ(memory.check(), "");
 }
 

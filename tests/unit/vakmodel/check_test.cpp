@@ -2,11 +2,11 @@
 
 #include "vakmodel/check.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <utility>
 
+#include "tests/support/broken_place.h"
 #include "tests/support/environment_mode.h"
 #include "tests/support/scoped_env.h"
 #include "vakbase/fault_text.h"
@@ -16,9 +16,9 @@
 
 namespace {
 
-using testing::StartsWith;
-
 const void* at(const void* p) { return p; }
+
+VakNumVarI* const HighestAddress = reinterpret_cast<VakNumVarI*>(~7UL);
 
 /// A model of two variables, a constraint, an objective and a stored expression beside it.
 class VakCheckModelsTest : public testing::Test {
@@ -36,12 +36,20 @@ class VakCheckModelsTest : public testing::Test {
 
   template <class T, class U>
   std::string with(T& place, U broken) {
-    const T intact = std::exchange(place, static_cast<T>(broken));
-    std::string fault = VakCheckModels(env);
-    place = intact;
-    return fault;
+    return VakCheckBroken(place, broken, [this] { return VakCheckModels(env); });
   }
   VakConstraintI* row() { return c.getImpl(); }
+  /// What is said of a fault in the terms of the constraint: by the model, and by itself.
+  std::string rowFault(const std::string& fault) {
+    return VakFaultText("VakModelI ", model.getId(), ": object ", c.getId(), ": ", fault,
+                        "\nVakConstraintI ", c.getId(), ": ", fault);
+  }
+  /// The word in which the constraint's terms keep the highest variable.
+  const void*& highest() { return reinterpret_cast<const void**>(&row()->_terms)[1]; }
+  /// The first place of a list, past its count.
+  static VakExtractableI*& place(const VakPlacesI& list) {
+    return const_cast<VakExtractableI*&>((*list.list())[0]);
+  }
 
   VakScopedEnv scoped;
   VakEnv env;
@@ -81,22 +89,43 @@ TEST_F(VakCheckModelsTest, FindsAConstraintOfAnotherModel) {
 
 TEST_F(VakCheckModelsTest, FindsACoefficientThatIsZero) {
   VakNumLinExprTermI* term = row()->_terms.first();
-  const std::string fault = VakFaultText("the coefficient of variable ", at(term->var), " is 0");
   EXPECT_EQ(with(term->coef, 0),
-            VakFaultText("VakModelI ", model.getId(), ": object ", c.getId(), ": ", fault,
-                         "\nVakConstraintI ", c.getId(), ": ", fault));
+            rowFault(VakFaultText("the coefficient of variable ", at(term->var), " is 0")));
 }
 
 TEST_F(VakCheckModelsTest, FindsATermOfAVariableThatIsNotInTheModel) {
   const VakNumVar z(env, "z");
   VakNumLinExprTermI* term = row()->_terms.first()->next;
-  EXPECT_THAT(with(term->var, z.getImpl()),
-              StartsWith(VakFaultText("VakModelI ", model.getId(), ": ")));
+  const void* intact = std::exchange(highest(), HighestAddress);
+  EXPECT_EQ(with(term->var, z.getImpl()),
+            VakFaultText("VakModelI ", model.getId(), ": variable ", z.getId(),
+                         " in a term of object ", c.getId(), " is not listed"));
+  highest() = intact;
+}
+
+TEST_F(VakCheckModelsTest, FindsAVariableAboveTheHighest) {
+  EXPECT_EQ(with(row()->_terms.first()->var, HighestAddress),
+            rowFault(VakFaultText("variable ", at(HighestAddress), " lies above the highest")));
+}
+
+TEST_F(VakCheckModelsTest, FindsAVariableThatOccursTwice) {
+  VakNumLinExprTermI* first = row()->_terms.first();
+  EXPECT_EQ(with(first->next->var, first->var),
+            rowFault(VakFaultText("variable ", at(first->var), " occurs twice")));
+}
+
+TEST_F(VakCheckModelsTest, FindsMembersThatAreMiscounted) {
+  const std::string name = VakFaultText("VakModelI ", model.getId(), ": there are ");
+  EXPECT_EQ(with(place(model.getImpl()->_variables), nullptr),
+            name + "1 variables of the 2 counted");
+  EXPECT_EQ(with(place(model.getImpl()->_constraints), nullptr),
+            name + "0 constraints of the 1 counted");
 }
 
 TEST_F(VakCheckModelsTest, FindsTermsThatRunInACircle) {
   VakNumLinExprTermI* term = row()->_terms.first();
-  EXPECT_EQ(with(term->next, term).substr(0, 11), "VakModelI 0");
+  EXPECT_EQ(with(term->next, term),
+            rowFault(VakFaultText("variable ", at(term->var), " occurs twice")));
 }
 
 TEST_F(VakCheckModelsTest, FindsTermsOfAStoredExpressionThatAreMiscounted) {
@@ -121,6 +150,34 @@ TEST(VakCheckModels, FindsATermThatWasGivenBack) {
             VakFaultText("VakNumLinExprI ", expr.getId(), ": term 1 is free memory"));
   first->next = intact;
   EXPECT_EQ(VakCheckModels(env), "");
+}
+
+TEST(VakCheckModels, FindsMembersThatWereGivenBack) {
+  VakUsePooledMemory();
+  VakScopedEnv scoped;
+  VakModel model(scoped.env, "plan");
+  const VakNumVar x(scoped.env, "x");
+  const VakConstraint c = model.add(x <= 14, "capacity");
+  model.maximize(3 * x);
+  void* gone = scoped->allocate(200);
+  scoped->giveBack(gone, 200);
+  VakModelI* impl = model.getImpl();
+  const auto withGone = [&](auto& place) {
+    using T = std::remove_reference_t<decltype(place)>;
+    return VakCheckBroken(place, static_cast<T>(gone), [&] { return VakCheckModels(scoped.env); });
+  };
+  const auto first = [](const VakPlacesI& list) -> VakExtractableI*& {
+    return const_cast<VakExtractableI*&>((*list.list())[0]);
+  };
+  const std::string name = VakFaultText("VakModelI ", model.getId(), ": ");
+  EXPECT_EQ(withGone(first(impl->_variables)), name + "the variable at place 0 is free memory");
+  EXPECT_EQ(withGone(first(impl->_constraints)), name + "the constraint at place 0 is free memory");
+  EXPECT_EQ(withGone(impl->_objective), name + "the objective is free memory");
+  const std::string fault = VakFaultText("variable ", gone, " is free memory");
+  EXPECT_EQ(withGone(c.getImpl()->_terms.first()->var),
+            VakFaultText(name, "object ", c.getId(), ": ", fault, "\nVakConstraintI ", c.getId(),
+                         ": ", fault));
+  EXPECT_EQ(VakCheckModels(scoped.env), "");
 }
 
 }  // namespace

@@ -470,7 +470,17 @@ TEST(ArrayI, CheckNamesWhatIsBroken) {
   std::swap(array->_data[1], array->_data[3]);
   array->_size = 4;
   EXPECT_EQ(array->check(), "a chunk stands behind a gap in the table");
-  EXPECT_NE(array->check(), "");
+  std::swap(array->_data[1], array->_data[3]);
+  array->_size = 5;
+  array->_shift = 32;
+  EXPECT_EQ(array->check(), "the shift is out of range");
+  array->_shift = -1;
+  EXPECT_EQ(array->check(), "the shift is out of range");
+  array->_shift = 2;
+  EXPECT_EQ(array->check(), "");
+  char** const data = std::exchange(array->_data, nullptr);
+  EXPECT_EQ(array->check(), "an array without storage claims capacity or elements");
+  array->_data = data;
 }
 
 TEST(ArrayError, IsAVakExceptionThatOnlyCarriesItsMessage) {

@@ -3,12 +3,24 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
 #include <sstream>
+#include <streambuf>
+#include <string_view>
+#include <thread>
 
+#include "tests/support/broken_place.h"
 #include "tests/support/environment_mode.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/test_algorithm.h"
 #include "vakbase/checked_memory.h"
+#include "vakbase/fault_text.h"
+#include "vakbase/memory_ledger.h"
 #include "vakenv/arrays.h"
+#include "vakenv/arrays/array_impl.h"
 #include "vakenv/environment.h"
 #include "vakenv/memory/id_manager.h"
 #include "vakmodel/contract/linear_term.h"
@@ -122,6 +134,101 @@ TEST_P(CheckedEnvironment, FindsAThreadSafeGiveBackThatIsWrong) {
   env.getImpl()->giveBack(block, 100);
   EXPECT_EQ(defects.size(), 1U);
   env.useMTSafeAllocation(0);
+}
+
+TEST_P(CheckedEnvironment, FindsABrokenArrayOfAUser) {
+  const VakNumArray array(env, 5);
+  VakArrayI* impl = array.getImpl();
+  EXPECT_EQ(env.check(), "");
+  EXPECT_EQ(VakCheckBroken(impl->_size, 17, [this] { return env.check(); }),
+            VakFaultText("arrays: array ", static_cast<const void*>(impl),
+                         ": the size exceeds the capacity"));
+}
+
+// ---- The list of what was left ------------------------------------------------------------------
+
+/// Keeps what is written, without memory of the heap, and finds out when two threads write at once.
+class SlowStream : public std::streambuf {
+ public:
+  [[nodiscard]] bool isWriting() const { return _writers != 0; }
+  [[nodiscard]] bool hadTwoWriters() const { return _hadTwoWriters; }
+  [[nodiscard]] std::string_view text() const { return {_text, _length}; }
+
+ private:
+  std::streamsize xsputn(const char* text, std::streamsize n) override {
+    if (++_writers > 1) _hadTwoWriters = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const auto length = std::min(static_cast<std::size_t>(n), sizeof(_text) - _length);
+    std::memcpy(_text + _length, text, length);
+    _length += length;
+    --_writers;
+    return n;
+  }
+
+  std::atomic<int> _writers = 0;
+  std::atomic<bool> _hadTwoWriters = false;
+  char _text[1000];
+  std::size_t _length = 0;
+};
+
+TEST_P(CheckedEnvironment, ListsWhatWasLeftWithoutTheProgramsOperatorNew) {
+  SlowStream buffer;
+  std::ostream stream(&buffer);
+  VakSetLeftoverStream(&stream);
+  const VakMemory& pool = env.getImpl()->_memory;
+  static_cast<void>(env.getImpl()->newTerm(nullptr, 1));
+  long calls = 0;
+  {
+    const VakFailingNew scarcity(1, VakFailureSpan::FromThenOn);
+    VakMemoryLedger::WriteLeftovers(&pool);
+    calls = scarcity.count();
+  }
+  EXPECT_EQ(calls, 0);
+  EXPECT_NE(buffer.text().find("\n  1 of VakNumLinExprTermI, 24 bytes\n"), std::string::npos);
+  VakSetLeftoverStream(nullptr);
+}
+
+TEST_P(CheckedEnvironment, ListsWhatTwoEnvironmentsLeftOneAfterTheOther) {
+  SlowStream buffer;
+  std::ostream stream(&buffer);
+  VakSetLeftoverStream(&stream);
+  const auto leave = [] {
+    VakEnv mine;
+    static_cast<void>(mine.getImpl()->allocate(100));
+    mine.end();
+  };
+  std::thread other(leave);
+  leave();
+  other.join();
+  VakSetLeftoverStream(nullptr);
+  EXPECT_FALSE(buffer.hadTwoWriters());
+}
+
+TEST_P(CheckedEnvironment, ExchangesTheStreamWhenNobodyWritesToIt) {
+  SlowStream buffer;
+  std::ostream stream(&buffer);
+  VakSetLeftoverStream(&stream);
+  std::thread other([] {
+    VakEnv mine;
+    static_cast<void>(mine.getImpl()->allocate(100));
+    mine.end();
+  });
+  while (!buffer.isWriting()) std::this_thread::yield();
+  EXPECT_EQ(VakSetLeftoverStream(nullptr), &stream);
+  EXPECT_FALSE(buffer.isWriting());
+  other.join();
+}
+
+TEST_P(CheckedEnvironment, EndsAlthoughTheStreamThrows) {
+  struct Throwing : std::streambuf {
+    std::streamsize xsputn(const char*, std::streamsize) override { throw 1; }
+  } buffer;
+  std::ostream stream(&buffer);
+  stream.exceptions(std::ios::badbit);
+  VakSetLeftoverStream(&stream);
+  static_cast<void>(env.getImpl()->allocate(100));
+  EXPECT_NO_THROW(env.end());
+  VakSetLeftoverStream(nullptr);
 }
 
 }  // namespace

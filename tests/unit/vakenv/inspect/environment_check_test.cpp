@@ -7,6 +7,7 @@
 #include <functional>
 #include <utility>
 
+#include "tests/support/broken_place.h"
 #include "tests/support/environment_mode.h"
 #include "tests/support/test_algorithm.h"
 #include "vakbase/fault_text.h"
@@ -75,10 +76,7 @@ class EnvironmentCheck : public testing::TestWithParam<bool> {
   /// Puts `broken` into the place of a value, returns what the check says, and mends it.
   template <class T, class U>
   std::string with(T& place, U broken) {
-    const T intact = std::exchange(place, static_cast<T>(broken));
-    std::string fault = env->check();
-    place = intact;
-    return fault;
+    return VakCheckBroken(place, broken, [this] { return env->check(); });
   }
 
   VakTestScript script;
