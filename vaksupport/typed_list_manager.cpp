@@ -152,8 +152,8 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
   }
 
   [[nodiscard]] std::string check(const VakIdManager* ids, const VakMemoryInspection* pool) const {
-    std::string broken = VakNameFault("index", checkTable(_index, pool));
-    if (broken.empty()) broken = VakNameFault("classes", checkTable(_classes, pool));
+    std::string broken = VakNameFault("index", CheckTable(_index, pool));
+    if (broken.empty()) broken = VakNameFault("classes", CheckTable(_classes, pool));
     if (broken.empty()) broken = checkChain(_waiting, nullptr, ids, pool);
     if (!broken.empty()) return broken;
     VakInt entries = _waiting.length;
@@ -207,7 +207,7 @@ class VakTypedListManager::Lists : public VakEnvObjectI {
 
   // Both tables go by addresses, which their hash functions do not follow.
   template <class Table>
-  static std::string checkTable(const Table& table, const VakMemoryInspection* pool) {
+  static std::string CheckTable(const Table& table, const VakMemoryInspection* pool) {
     std::string broken = VakCheckItems(table, pool, [](const auto*) { return std::string(); });
     return broken.empty() ? table.check() : broken;
   }
