@@ -173,6 +173,7 @@ class Builder {
   template <class Reader>
   VakModel build(const Reader& reader, const std::string& name, bool isMaximized, double sign,
                  double constant, const char* objectiveName) {
+    check(reader, constant);
     _model = VakModel(_env, name.empty() ? nullptr : name.c_str());
     try {
       addColumns(reader);
@@ -194,7 +195,9 @@ class Builder {
     if (std::isfinite(number)) return;
     throw VakFileError(_file, 0, (std::string(what) + " of " + name + " is no number").c_str());
   }
-  void requireBounds(VakNum lb, VakNum ub, const char* what, const char* name) const {
+  void requireBounds(double lower, double upper, const char* what, const char* name) const {
+    const VakNum lb = ToBound(lower);
+    const VakNum ub = ToBound(upper);
     if (lb <= ub && lb < VakGetInfinity() && ub > -VakGetInfinity()) return;
     char text[160];
     std::snprintf(text, sizeof text, "the bounds of %s %s make no sense: %.15g and %.15g", what,
@@ -202,20 +205,38 @@ class Builder {
     throw VakFileError(_file, 0, text);
   }
 
+  // Before anything is made: what a refused file had made would leave its bounds behind in the
+  // environment, which shares and keeps them.
+  template <class Reader>
+  void check(const Reader& reader, double constant) const {
+    for (int j = 0; j < reader.getNumCols(); ++j) {
+      const char* name = reader.columnName(j);
+      requireBounds(reader.getColLower()[j], reader.getColUpper()[j], "variable", name);
+      requireNumber(reader.getObjCoefficients()[j], "the objective coefficient", name);
+    }
+    const CoinPackedMatrix* matrix = reader.getMatrixByRow();
+    for (int i = 0; i < reader.getNumRows(); ++i) {
+      const char* name = reader.rowName(i);
+      requireBounds(reader.getRowLower()[i], reader.getRowUpper()[i], "constraint", name);
+      for (int k = matrix->getVectorFirst(i); k < matrix->getVectorLast(i); ++k) {
+        requireNumber(matrix->getElements()[k], "a coefficient", name);
+      }
+    }
+    requireNumber(constant, "the constant", "the objective");
+  }
+
   template <class Reader>
   void addColumns(const Reader& reader) {
     const int count = reader.getNumCols();
     _variables.reserve(static_cast<std::size_t>(count));
     for (int j = 0; j < count; ++j) {
-      const char* name = reader.columnName(j);
       const VakNum lb = ToBound(reader.getColLower()[j]);
       const VakNum ub = ToBound(reader.getColUpper()[j]);
-      requireBounds(lb, ub, "variable", name);
       const bool isBoolean = lb == 0 && ub == 1;
       const VakVarKind kind = !reader.isInteger(j) ? VakVarKind::Continuous
                               : isBoolean          ? VakVarKind::Boolean
                                                    : VakVarKind::Integer;
-      _variables.push_back(VakNumVar(_env, lb, ub, kind, name));
+      _variables.push_back(VakNumVar(_env, lb, ub, kind, reader.columnName(j)));
     }
     _model.add(_variables);
   }
@@ -229,12 +250,9 @@ class Builder {
     std::vector<int> members;
     std::vector<VakNum> coefs;
     for (int i = 0; i < reader.getNumRows(); ++i) {
-      const char* name = reader.rowName(i);
       lbs.push_back(ToBound(reader.getRowLower()[i]));
       ubs.push_back(ToBound(reader.getRowUpper()[i]));
-      requireBounds(lbs.back(), ubs.back(), "constraint", name);
       for (int k = matrix->getVectorFirst(i); k < matrix->getVectorLast(i); ++k) {
-        requireNumber(matrix->getElements()[k], "a coefficient", name);
         members.push_back(matrix->getIndices()[k]);
         coefs.push_back(matrix->getElements()[k]);
       }
@@ -261,10 +279,8 @@ class Builder {
     expr.reserve(_variables.size());
     for (std::size_t j = 0; j < _variables.size(); ++j) {
       const double coef = reader.getObjCoefficients()[j];
-      requireNumber(coef, "the objective coefficient", reader.columnName(static_cast<int>(j)));
       if (coef != 0) expr.addTerm(_variables[j], sign * coef);
     }
-    requireNumber(constant, "the constant", "the objective");
     expr.setConstant(constant + 0.0);
     _objective = VakObjective(_env, isMaximized ? VakSense::Maximize : VakSense::Minimize, expr,
                               name != nullptr && *name != '\0' ? name : nullptr);

@@ -218,6 +218,14 @@ TEST_F(Files, SayWhatIsWrongWithBounds) {
       "a.lp: the bounds of variable x make no sense: 3 and 2");
 }
 
+// The environment shares and keeps bounds, so those of variables before the fault would stay.
+TEST_F(Files, LeaveNoBoundsBehindWhenLaterOnesMakeNoSense) {
+  EXPECT_EQ(errorOf("a.lp",
+                    "Minimize\n obj: x + y\nSubject To\n c: x + y >= 1\nBounds\n 0 <= x <= 40\n"
+                    " 3 <= y <= 2\nEnd\n"),
+            "a.lp: the bounds of variable y make no sense: 3 and 2");
+}
+
 TEST_F(Files, ThatCannotBeOpenedAreSaidSo) {
   const auto reasonOf = [this](const std::string& file) -> std::string {
     try {
