@@ -326,9 +326,6 @@ VakModel readMps(VakEnv env, const char* file, const std::string& content) {
 }
 
 VakModel readLp(VakEnv env, const char* file, const std::string& content) {
-  if (content.find('\0') != std::string::npos) {
-    throw VakFileError(file, 0, "this is no text file");
-  }
   VakLpScanI scan;
   scan.run(content);
   throwFault(file, scan.getFault());
@@ -377,6 +374,9 @@ VakModel VakReadModel(VakEnv env, const char* file, VakFileFormat format) {
   if (env.getImpl() == nullptr) throw VakEmptyHandleException("VakEnv: Using empty handle");
   std::string content = readContent(file);
   if (format == VakFileFormat::ByName) format = VakGetFileFormat(file);
+  if (content.find('\0') != std::string::npos) {
+    throw VakFileError(file, 0, "this is no text file");
+  }
   if (format == VakFileFormat::ByName) {
     format = looksLikeMps(content) ? VakFileFormat::Mps : VakFileFormat::Lp;
   }

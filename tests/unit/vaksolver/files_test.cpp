@@ -212,6 +212,16 @@ TEST_F(Files, SayLineAndReasonOfBrokenLp) {
             "d.lp: two constraints have the same name, or one has that of the objective");
 }
 
+// The reader of MPS files takes them for the ends of lines that it goes on behind.
+TEST_F(Files, WithNullCharactersAreNoText) {
+  using namespace std::string_literals;
+  const std::string line = "    X1        COST               1.0   LIM1  \0\0\0   1.0"s;
+  EXPECT_EQ(errorOf("a.mps", "ROWS\n N  COST\n L  LIM1\nCOLUMNS\n" + line + "\nENDATA\n"),
+            "a.mps: this is no text file");
+  EXPECT_EQ(errorOf("a.lp", "Minimize\n obj: x\nSubject To\n c: x >= \0001\nEnd\n"s),
+            "a.lp: this is no text file");
+}
+
 TEST_F(Files, SayWhatIsWrongWithBounds) {
   EXPECT_EQ(
       errorOf("a.lp", "Minimize\n obj: x\nSubject To\n c: x >= 1\nBounds\n 3 <= x <= 2\nEnd\n"),
