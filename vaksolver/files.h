@@ -16,7 +16,8 @@
 //                        constant is what it says
 //   maximise             a file that says so gives an objective that is maximised
 //   free rows            are left out by the formats: an MPS file's free rows but for the first,
-//                        which is the objective, are not read; an LP file cannot hold any
+//                        which is the objective, are not read; in an LP file only an infinite
+//                        right-hand side makes one, and none is written
 //   ranges               are two rows in LP files, the second one with "_low" behind its name;
 //                        rows with two bounds are not read from them
 //   infinity             numbers of 1e30 and more, and in bounds the words inf and infinity

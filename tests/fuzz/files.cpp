@@ -43,9 +43,18 @@ class MemoryFile {
   std::string _name;
 };
 
+// `b` was read from a file that `a` was written to, which holds no constraints without a bound.
+// They come from LP files whose right-hand side is infinite.
 void compareModels(VakModel a, VakModel b) {
-  VAK_FUZZ_REQUIRE(a.getConstraintCount() == b.getConstraintCount());
-  VAK_FUZZ_REQUIRE(a.getTermCount() == b.getTermCount());
+  VakInt constraints = 0;
+  VakInt terms = 0;
+  for (const VakConstraint c : a.constraints()) {
+    if (std::isinf(c.getLB()) && std::isinf(c.getUB())) continue;
+    ++constraints;
+    terms += c.getTermCount();
+  }
+  VAK_FUZZ_REQUIRE(b.getConstraintCount() == constraints);
+  VAK_FUZZ_REQUIRE(b.getTermCount() == terms);
   VAK_FUZZ_REQUIRE(a.getVariableCount() == b.getVariableCount());
   const auto isClose = [](VakNum x, VakNum y) {
     return x == y || std::fabs(x - y) <= 1e-9 * std::max(std::fabs(x), std::fabs(y));
@@ -59,7 +68,8 @@ void compareModels(VakModel a, VakModel b) {
   }
 }
 
-// An MPS file holds every model that was read; its lines are wide enough for all numbers.
+// An MPS file holds every model that was read, but for free rows; its lines are wide enough for all
+// numbers.
 void writeAndReadAgain(VakEnv env, VakModel model) {
   char folder[] = "/tmp/vak-fuzz-XXXXXX";
   VAK_FUZZ_REQUIRE(mkdtemp(folder) != nullptr);
