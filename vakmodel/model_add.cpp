@@ -1,8 +1,11 @@
 // What joins a model, one by one and in bulk.
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory_resource>
 #include <vector>
 
@@ -191,13 +194,96 @@ void VakModelI::add(std::span<const VakRelation> relations, std::span<VakConstra
 
 // ---- Columns ------------------------------------------------------------------------------------
 
-/// So many entries before a row is needed it is fetched; about as long as memory takes.
-constexpr std::size_t LookAhead = 24;
 /// Up to so many entries of a column each is compared with every other; more are sorted.
 constexpr std::size_t MostCompared = 16;
 
+/// The rows that columns made in one go have coefficients in, whose matrix was checked.
+///
+/// Rows lie far apart, and every column has terms in others. So the front of the terms of each row
+/// is kept here by the index of the row, side by side, until the rows get them, one after the
+/// other: at the end, also one with an exception.
+class VakModelI::RowFronts {
+ public:
+  /// Not in use if the rows are not different ones of the model, or many more than the entries, or
+  /// if there is a deleter, which is told of every variable and might look at the rows then.
+  RowFronts(const VakModelI* model, const VakColumns& columns)
+      : _rows(columns.rows), _members(columns.matrix.members) {
+    if (model->_env->_deleter != nullptr || _members.size() < _rows.size() / 4) return;
+    if (!areDifferentRowsOf(model)) return;
+    _fronts.resize(_rows.size());
+    for (std::size_t i = 0; i < _rows.size(); ++i) _fronts[i].first = row(i)->_terms.first();
+  }
+  ~RowFronts() { handOver(); }
+  RowFronts(const RowFronts&) = delete;
+  RowFronts& operator=(const RowFronts&) = delete;
+
+  [[nodiscard]] bool areInUse() const { return !_fronts.empty(); }
+  [[nodiscard]] VakConstraintI* row(std::size_t i) const {
+    return static_cast<VakConstraintI*>(_rows[i].getImpl());
+  }
+
+  /// Begins a column of these entries and tells whether two of them are in the same row.
+  [[nodiscard]] bool beginColumn(std::size_t first, std::size_t end) {
+    ++_column;
+    bool isRepeated = false;
+    for (std::size_t i = first; i < end; ++i) {
+      __builtin_prefetch(&front(std::min(i + LookAhead, _members.size() - 1)), 1);
+      isRepeated = isRepeated || front(i).column == _column;
+      front(i).column = _column;
+    }
+    return isRepeated;
+  }
+  /// Links a term in front of those of row `i`.
+  void link(std::size_t i, VakNumLinExprTermI* term) {
+    Front& front = _fronts[i];
+    term->next = front.first;
+    front.first = term;
+    ++front.added;
+    if (std::less<>()(_highest, term->var)) _highest = term->var;
+  }
+  /// Gives the rows their terms.
+  void handOver() noexcept {
+    for (std::size_t i = 0; i < _fronts.size(); ++i) {
+      const Front& front = _fronts[i];
+      if (front.added != 0) row(i)->_terms.prependAll(front.first, front.added, _highest);
+    }
+    _fronts.clear();
+  }
+
+ private:
+  static constexpr std::size_t LookAhead = 16;  ///< Entries; about as long as memory takes.
+
+  struct Front {
+    VakNumLinExprTermI* first = nullptr;  ///< First term of the row.
+    std::int32_t added = 0;               ///< Terms in front of those that the row has got.
+    std::int32_t column = 0;              ///< The last column with an entry in the row.
+  };
+
+  [[nodiscard]] Front& front(std::size_t entry) {
+    return _fronts[static_cast<std::size_t>(_members[entry])];
+  }
+
+  // Their places tell them apart.
+  [[nodiscard]] bool areDifferentRowsOf(const VakModelI* model) const {
+    std::vector<bool> isListed(static_cast<std::size_t>(model->_constraints.size()));
+    for (std::size_t i = 0; i < _rows.size(); ++i) {
+      if (row(i) == nullptr || row(i)->_model != model) return false;
+      const auto place = static_cast<std::size_t>(row(i)->_place);
+      if (isListed[place]) return false;
+      isListed[place] = true;
+    }
+    return true;
+  }
+
+  std::span<const VakConstraint> _rows;
+  std::span<const int> _members;
+  std::vector<Front> _fronts;
+  std::int32_t _column = 0;              // Columns that were begun.
+  const VakNumVarI* _highest = nullptr;  // No variable of a new term lies above it.
+};
+
 /// Variables that are made with their coefficients in objects that are there. For each column:
-/// make(), what it gets, finish(); or make() and what is put.
+/// make(), what it gets, finish(); or make(), putObjective(), put().
 class VakModelI::ColumnMaker {
  public:
   explicit ColumnMaker(VakModelI* model)
@@ -208,8 +294,7 @@ class VakModelI::ColumnMaker {
         _column(&_memory) {}
 
   VakModelVarI* make(VakVarKind kind, VakNum lb, VakNum ub) {
-    VakModelVarI::CheckBounds(nullptr, kind, lb, ub);
-    _variable = VakModelVarI::Make(_model->_env, kind, lb, ub);
+    _variable = VakModelVarI::MakeAfter(_last, _model->_env, kind, lb, ub);
     try {
       _addition.add(_variable);
     } catch (...) {
@@ -227,25 +312,8 @@ class VakModelI::ColumnMaker {
 
   void addCoef(VakConstraint row, VakNum coef) {
     VakConstraintI* constraint = row.checked();
-    Prefetch(constraint);
+    __builtin_prefetch(&constraint->_terms, 1);
     add(constraint, coef);
-  }
-
-  /// Has a row fetched into the caches that will be needed soon; `row` may be empty.
-  /// Always inline: GCC takes a function that only prefetches for one without effect and drops
-  /// calls.
-  [[gnu::always_inline]] static inline void Prefetch(const VakConstraintI* row) {
-    if (row != nullptr) __builtin_prefetch(&row->_terms, 1);
-  }
-
-  /// Gives the column a coefficient at once in `linear`, which is of the model and has none of it
-  /// yet.
-  void put(VakLinearI* linear, VakNum coef) {
-    VakCheckCoef(_variable, linear, coef);
-    link(linear, coef);
-  }
-  void putObjective(VakNum coef) {
-    if (coef != 0) put(_addition.needObjective(), coef);
   }
 
   // The rows were looked at one after the other, so that waiting for them overlaps.
@@ -258,6 +326,24 @@ class VakModelI::ColumnMaker {
     if (hasRepeated()) addUpRepeated();
     for (const auto& [linear, coef] : _column) link(linear, coef);
     _column.clear();
+  }
+
+  /// Gives the column a coefficient in the objective at once, where it has none yet.
+  void putObjective(VakNum coef) {
+    if (coef == 0) return;
+    VakObjectiveI* objective = _addition.needObjective();
+    VakCheckCoef(_variable, objective, coef);
+    link(objective, coef);
+  }
+  /// Gives the column its entries from `first` to `end` in the rows at once, where it has none yet.
+  void put(RowFronts& rows, const VakSparse& matrix, std::size_t first, std::size_t end) {
+    if (rows.beginColumn(first, end)) [[unlikely]] {
+      putRepeated(rows, matrix, first, end);
+      return;
+    }
+    for (std::size_t i = first; i < end; ++i) {
+      put(rows, static_cast<std::size_t>(matrix.members[i]), matrix.coefs[i]);
+    }
   }
 
   void report() { _addition.report(_coefs); }
@@ -274,6 +360,25 @@ class VakModelI::ColumnMaker {
     if (coef == 0) return;
     linear->_terms.prepend(_model->_env->newTerm(_variable, coef));
     if (_collects) _coefs.push_back({linear, _variable, coef});
+  }
+
+  void put(RowFronts& rows, std::size_t row, VakNum coef) {
+    if (!std::isfinite(coef)) [[unlikely]]
+      VakCheckCoef(_variable, rows.row(row), coef);
+    if (coef == 0) return;
+    rows.link(row, _model->_env->newTerm(_variable, coef));
+    if (_collects) _coefs.push_back({rows.row(row), _variable, coef});
+  }
+
+  [[gnu::cold]] void putRepeated(RowFronts& rows, const VakSparse& matrix, std::size_t first,
+                                 std::size_t end) {
+    std::map<int, VakNum> sums;
+    for (std::size_t i = first; i < end; ++i) {
+      const int member = matrix.members[i];
+      VakCheckCoef(_variable, rows.row(static_cast<std::size_t>(member)), matrix.coefs[i]);
+      sums[member] += matrix.coefs[i];
+    }
+    for (const auto& [member, sum] : sums) put(rows, static_cast<std::size_t>(member), sum);
   }
 
   [[nodiscard]] bool hasRepeated() {
@@ -310,6 +415,7 @@ class VakModelI::ColumnMaker {
   Addition _addition;
   bool _collects;                               // Whether anybody listens who would need _coefs.
   VakModelVarI* _variable = nullptr;            // The column that is being made.
+  VakModelVarI::Last _last;                     // Its kind and bounds.
   alignas(16) std::byte _buffer[512];           // A short column needs no memory of the heap.
   std::pmr::monotonic_buffer_resource _memory;  // Of the next one.
   std::pmr::vector<Coef> _column;               // What the column gets.
@@ -364,6 +470,10 @@ void checkSparse(const char* operation, const VakSparse& matrix, std::size_t cou
   }
 }
 
+std::size_t startOf(const VakSparse& matrix, std::size_t i) {
+  return matrix.starts.empty() ? 0 : static_cast<std::size_t>(matrix.starts[i]);
+}
+
 template <class T>
 T valueOr(std::span<const T> values, std::size_t i, T usual) {
   return values.empty() ? usual : values[i];
@@ -371,101 +481,39 @@ T valueOr(std::span<const T> values, std::size_t i, T usual) {
 
 }  // namespace
 
-/// The entries of columns that are made in one go, whose matrix was checked.
-class VakModelI::ColumnEntries {
- public:
-  ColumnEntries(const VakModelI* model, const VakColumns& columns)
-      : _columns(columns), _rowsDiffer(doRowsDiffer(model)) {}
-
-  [[nodiscard]] std::size_t begin(std::size_t column) const { return startOf(column); }
-  [[nodiscard]] std::size_t end(std::size_t column) const { return startOf(column + 1); }
-  [[nodiscard]] VakConstraint handle(std::size_t entry) const {
-    return _columns.rows[static_cast<std::size_t>(_columns.matrix.members[entry])];
-  }
-  [[nodiscard]] VakConstraintI* row(std::size_t entry) const { return ImplOf(handle(entry)); }
-  [[nodiscard]] VakNum coef(std::size_t entry) const { return _columns.matrix.coefs[entry]; }
-
-  /// Has a row fetched into the caches that will be needed some entries later, and the handle of
-  /// one that will be fetched then.
-  [[gnu::always_inline]] inline void fetchAfter(std::size_t entry) const {
-    const std::size_t last = _columns.matrix.members.size() - 1;
-    const int* members = _columns.matrix.members.data();
-    __builtin_prefetch(
-        &_columns.rows[static_cast<std::size_t>(members[std::min(entry + 2 * LookAhead, last)])]);
-    ColumnMaker::Prefetch(row(std::min(entry + LookAhead, last)));
-  }
-
-  /// True when these entries are known to be of different rows, all of them in the model.
-  [[nodiscard]] bool differ(std::size_t first, std::size_t end) const {
-    if (!_rowsDiffer || end - first > MostCompared) return false;
-    const int* members = _columns.matrix.members.data();
-    bool differ = true;
-    for (std::size_t i = first; i < end; ++i) {
-      for (std::size_t k = first; k < i; ++k) differ = differ && members[k] != members[i];
-    }
-    return differ;
-  }
-
- private:
-  static VakConstraintI* ImplOf(const VakExtractable& row) {
-    return static_cast<VakConstraintI*>(row.getImpl());
-  }
-
-  [[nodiscard]] std::size_t startOf(std::size_t column) const {
-    return _columns.matrix.starts.empty()
-               ? 0
-               : static_cast<std::size_t>(_columns.matrix.starts[column]);
-  }
-
-  // Whether all rows are in the model, and none is listed twice. Their places tell them apart.
-  [[nodiscard]] bool doRowsDiffer(const VakModelI* model) const {
-    std::vector<bool> isListed(static_cast<std::size_t>(model->_constraints.size()));
-    for (const VakConstraint& handle : _columns.rows) {
-      const VakConstraintI* row = ImplOf(handle);
-      if (row == nullptr || row->_model != model) return false;
-      const auto place = static_cast<std::size_t>(row->_place);
-      if (isListed[place]) return false;
-      isListed[place] = true;
-    }
-    return true;
-  }
-
-  const VakColumns& _columns;
-  bool _rowsDiffer;  // Whether different members are different rows of the model.
-};
-
 void VakModelI::addColumns(const VakColumns& columns, std::span<VakNumVar> made) {
   const char* const operation = "VakModel::addColumns";
   const std::size_t count = columns.count;
+  const VakSparse& matrix = columns.matrix;
   checkOptional(operation, count, columns.lbs.size());
   checkOptional(operation, count, columns.ubs.size());
   checkOptional(operation, count, columns.kinds.size());
   checkOptional(operation, count, columns.objective.size());
   checkOptional(operation, count, made.size());
-  checkSparse(operation, columns.matrix, count, columns.rows.size());
+  checkSparse(operation, matrix, count, columns.rows.size());
   ColumnMaker maker(this);
-  const ColumnEntries entries(this, columns);
+  RowFronts rows(this, columns);
   for (std::size_t j = 0; j < count; ++j) {
     const VakVarKind kind = valueOr(columns.kinds, j, VakVarKind::Continuous);
     const VakNum usualUB = kind == VakVarKind::Boolean ? 1 : VakGetInfinity();
     VakModelVarI* variable =
         maker.make(kind, valueOr(columns.lbs, j, 0.0), valueOr(columns.ubs, j, usualUB));
     const VakNum objective = valueOr(columns.objective, j, 0.0);
-    const std::size_t first = entries.begin(j);
-    const std::size_t end = entries.end(j);
-    if (entries.differ(first, end)) {
+    const std::size_t first = startOf(matrix, j);
+    const std::size_t end = startOf(matrix, j + 1);
+    if (rows.areInUse()) {
       maker.putObjective(objective);
-      for (std::size_t i = first; i < end; ++i) {
-        entries.fetchAfter(i);
-        maker.put(entries.row(i), entries.coef(i));
-      }
+      maker.put(rows, matrix, first, end);
     } else {
       maker.addObjective(objective);
-      for (std::size_t i = first; i < end; ++i) maker.addCoef(entries.handle(i), entries.coef(i));
+      for (std::size_t i = first; i < end; ++i) {
+        maker.addCoef(columns.rows[static_cast<std::size_t>(matrix.members[i])], matrix.coefs[i]);
+      }
       maker.finish();
     }
     if (!made.empty()) made[j] = VakNumVar(variable);
   }
+  rows.handOver();
   maker.report();
 }
 

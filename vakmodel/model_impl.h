@@ -173,9 +173,9 @@ class VakModelI final : public VakExtractableI {
 
  private:
   class Addition;
-  class ColumnEntries;
   class ColumnMaker;
   class Removal;
+  class RowFronts;
 
   [[nodiscard]] VakConstraintI* constraintAt(VakInt place) const {
     return static_cast<VakConstraintI*>(_constraints[place]);

@@ -50,6 +50,13 @@ class VakTermListI {
     if (std::less<>()(_highest, term->var)) _highest = term->var;
     ++_size;
   }
+  /// Puts `count` terms in front, linked from `first` to the terms that are there; no variable of
+  /// theirs lies above `highest`.
+  void prependAll(VakNumLinExprTermI* first, std::int32_t count, const VakNumVarI* highest) {
+    _first = first;
+    _size += count;
+    if (std::less<>()(_highest, highest)) _highest = highest;
+  }
   /// Unlinks the first term, which must exist, and returns it.
   VakNumLinExprTermI* takeFirst() { return unlinkAfter(nullptr); }
   /// Unlinks the term behind `before`, or the first one for null, and returns it.

@@ -66,6 +66,17 @@ VakModelVarI* VakModelVarI::Make(VakEnvI* env, VakVarKind kind, VakNum lb, VakNu
   return variable;
 }
 
+VakModelVarI* VakModelVarI::MakeAfter(Last& last, VakEnvI* env, VakVarKind kind, VakNum lb,
+                                      VakNum ub) {
+  const bool isSame = kind == last.kind && lb == last.lb && ub == last.ub;
+  if (isSame && env->_localEnv == nullptr) [[likely]]
+    return VakCreate<VakModelVarI>(env, last.domain);
+  CheckBounds(nullptr, kind, lb, ub);
+  VakModelVarI* variable = Make(env, kind, lb, ub);
+  last = variable->hasOwn() ? Last() : Last{kind, lb, ub, variable->_domain};
+  return variable;
+}
+
 void VakModelVarI::ThrowBoolean(const VakModelVarI* var, VakNum lb, VakNum ub) {
   VakThrowModelError(var,
                      "The bounds of %s: %g and %g do not lie within 0 and 1, as those of a Boolean "

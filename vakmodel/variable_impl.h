@@ -45,6 +45,17 @@ class VakModelVarI final : public VakNumVarI {
   /// and what registration throws. `name` may be null.
   [[nodiscard]] static VakModelVarI* Make(VakEnvI* env, VakVarKind kind, VakNum lb, VakNum ub,
                                           const char* name = nullptr);
+  /// Kind and bounds of the last of several variables that are made one after the other.
+  struct Last {
+    VakVarKind kind = VakVarKind::Continuous;  ///< Its kind.
+    VakNum lb = 1;                             ///< Its lower bound; above `ub` before the first.
+    VakNum ub = 0;                             ///< Its upper bound.
+    std::uintptr_t domain = 0;                 ///< What it shares.
+  };
+  /// Makes a variable as Make does, which checks the bounds as CheckBounds does. What is shared is
+  /// not looked up again as long as kind and bounds are those of `last`, which they become.
+  [[nodiscard]] static VakModelVarI* MakeAfter(Last& last, VakEnvI* env, VakVarKind kind, VakNum lb,
+                                               VakNum ub);
   /// Throws VakModelError unless these are bounds for a variable of this kind. `var` is the one
   /// that is to get them, null for a new one.
   static void CheckBounds(const VakModelVarI* var, VakVarKind kind, VakNum lb, VakNum ub) {

@@ -30,6 +30,7 @@
 #include "vakenv/types/rtti.h"
 #include "vakenv/utilities/null_stream.h"
 #include "vakenv/utilities/timer.h"
+#include "vakmodel/contract/linear_term.h"
 #include "vaksupport/typed_list_manager.h"
 
 /// One environment. Created through VakEnv(), deleted through VakEnv::end().
@@ -388,3 +389,11 @@ class VakEnvI {
   // A block for this many identifiers, cleared. Throws VakMemoryException.
   static void** NewMarkArray(VakInt identifiers);
 };
+
+inline VakNumLinExprTermI* VakEnvI::newTerm(VakNumVarI* var, VakNum coef) {
+  static_assert(TermSize == sizeof(VakNumLinExprTermI));
+  void* place = _localEnv == nullptr ? _termAllocator->allocate(&_memory, TermSize)
+                                     : _localEnv->alloc(TermSize);
+  VakNameElement(place, typeid(VakNumLinExprTermI));
+  return ::new (place) VakNumLinExprTermI{var, nullptr, coef};
+}

@@ -29,15 +29,6 @@ void VakEnvI::release(VakNumExprI* e) { releaseUnlessGone(this, e); }
 
 void VakEnvI::release(VakAnyExprI* e) { releaseUnlessGone(this, e); }
 
-VakNumLinExprTermI* VakEnvI::newTerm(VakNumVarI* var, VakNum coef) {
-  constexpr auto size = static_cast<unsigned long>(TermSize);
-  static_assert(size == sizeof(VakNumLinExprTermI));
-  void* place =
-      _localEnv != nullptr ? _localEnv->alloc(size) : _termAllocator->allocate(&_memory, TermSize);
-  VakNameElement(place, typeid(VakNumLinExprTermI));
-  return ::new (place) VakNumLinExprTermI{var, nullptr, coef};
-}
-
 // A record may come from the other allocator: both hand out elements of the same size over the same
 // pool.
 void VakEnvI::recycleTerm(VakNumLinExprTermI* t) {
