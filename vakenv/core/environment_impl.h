@@ -176,6 +176,11 @@ class VakEnvI {
 
   /// Registers an extractable: identifier, typed lists, deleter. Undone when it fails half way.
   void init(VakExtractableI* e);
+  /// True when nothing but the identifiers takes part in registering an extractable, as is usual.
+  [[nodiscard]] bool registersById() const {
+    return _localEnv == nullptr && !_typedLists.isOn() && _deleter == nullptr &&
+           _recycleBin == nullptr;
+  }
   /// Unregisters an extractable; its identifier is -1 afterwards.
   void finit(VakExtractableI* e);
   /// Number of identifiers that stay booked until the end because their extractables went in

@@ -27,6 +27,18 @@ void VakIdManager::end() {
   _free = nullptr;
 }
 
+VakInt VakIdManager::bookByGrowing(VakExtractableI* e) {
+  if (_data == nullptr) {
+    startAnew();
+    return newId(e);
+  }
+  const VakInt id = _capacity - 1;
+  growData(2 * _capacity, _capacity);
+  _data[id] = e;
+  if (_size <= id) _size = id + 1;
+  return id;
+}
+
 // The counters of the ended table count no longer once there is a new one.
 void VakIdManager::startAnew() {
   growData(VakIdManagerSlots, 0);

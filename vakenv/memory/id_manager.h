@@ -40,16 +40,11 @@ class VakIdManager {
   /// Books an identifier and stores `e`, which may be null, in its slot. Throws std::bad_alloc when
   /// the table cannot grow; nothing is changed then.
   VakInt newId(VakExtractableI* e) {
-    if (_data == nullptr) [[unlikely]]
-      startAnew();
     void** slot = _free;
     const VakInt id = slot - _data;
-    if (id == _capacity - 1) [[unlikely]] {
-      growData(2 * _capacity, _capacity);
-      slot = _data + id;
-    } else {
-      _free = static_cast<void**>(*slot);
-    }
+    if (_data == nullptr || id == _capacity - 1) [[unlikely]]
+      return bookByGrowing(e);
+    _free = static_cast<void**>(*slot);
     *slot = e;
     if (_size <= id) _size = id + 1;
     return id;
@@ -105,6 +100,8 @@ class VakIdManager {
   void** _free;        ///< Head of the free list; null after end().
 
  private:
+  // Books where there is no table yet, or where it ends.
+  [[gnu::cold, gnu::noinline]] VakInt bookByGrowing(VakExtractableI* e);
   void startAnew();
   void growData(VakInt newCapacity, VakInt oldCapacity);
   // Marks the slots of the free list; an empty text, or what is broken in it.

@@ -74,7 +74,8 @@ void VakEnvI::leaveSlot(const VakExtractableI* e) {
 void VakEnvI::forgetExtractable(const VakExtractableI* e) {
   if (e->id == -1) return;
   _registry.references.drop(e->id);
-  _registry.forget(e, _recycleBin != nullptr && _recycleBin->releaseMode != 0);
+  if (!_registry.isQuiet())
+    _registry.forget(e, _recycleBin != nullptr && _recycleBin->releaseMode != 0);
   if (_localEnv == nullptr) _cloneManager->forget(e->id);
 }
 

@@ -39,6 +39,11 @@ struct VakRegistryState {
   /// Strikes `e`, whose registration ends, wherever it is listed or watched. `releasing` says that
   /// what a removal lists is being destroyed; its list then shrinks with each object.
   void forget(const VakExtractableI* e, bool releasing) noexcept;
+  /// True when nothing is listed or watched, as is usual: forget() has nothing to do then.
+  [[nodiscard]] bool isQuiet() const noexcept {
+    return watches == nullptr && callRolls == nullptr && pending.getSize() == 0 &&
+           deferred.getSize() == 0 && nested.getSize() == 0;
+  }
 
   VakWalk<VakAlgorithmI>* algorithmWalks = nullptr;  ///< Walks that tell algorithms of a change.
   VakPlugInManager::VakRunning plugIns;              ///< Walks of the plug-in manager.

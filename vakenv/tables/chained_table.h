@@ -12,6 +12,7 @@
 //   bucket   head of a chain; the hash function maps a key to the index of its bucket
 //   rehash   moving all items, uncopied, into another number of buckets
 
+#include <bit>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -32,6 +33,10 @@ inline constexpr VakInt VakHashItemsPerBucket = 2;
 /// at two thirds of the way and for the third items at one third, so that each is there when it is
 /// asked where the next one lies.
 inline constexpr VakInt VakHashLookahead = 24;
+
+/// A rehash of fewer buckets than this does not look ahead: their items lie in the caches, and
+/// asking for them costs more than it saves.
+inline constexpr VakInt VakHashFewBuckets = VakInt{1} << 16;
 
 /// More buckets than this cannot be addressed.
 inline constexpr VakInt VakHashMaxBuckets = VakInt{1} << 59;
@@ -101,40 +106,34 @@ class VakChainedTable {
   /// the table throws when memory runs out; the pair is then not in the table. Constant time,
   /// doubling apart.
   VakInt add(K key, V value) {
-    Table& table = self();
-    requireBuckets();
-    Item** bucket = table._buckets + indexOf(key, table._size);
-    if (linkOf(bucket, key) != nullptr) return VakHashPresent;
-    Item* item = table.makeItem(std::move(key), std::move(value));
-    item->_next = *bucket;
-    *bucket = item;
-    ++table._nbItems;
-    if (table._nbItems > VakHashItemsPerBucket * table._size) [[unlikely]]
-      growFor(item);
-    return VakHashDone;
+    if (hasUsualKeys()) [[likely]]
+      return addWith(usualKeys(), std::move(key), std::move(value));
+    return addByCalls(std::move(key), std::move(value));
   }
 
   /// Writes the value of `key` to `value`: VakHashDone, or VakHashNotFound, which leaves `value` as
   /// it is. Throws VakWrongUsage ("Hash function returned bad index"). Constant time.
   [[nodiscard]] VakInt find(K key, V& value) const {
-    const Table& table = self();
-    if (table._buckets == nullptr) return VakHashNotFound;
-    Item** link = linkOf(table._buckets + indexOf(key, table._size), key);
-    if (link == nullptr) return VakHashNotFound;
-    value = (*link)->_value;
-    return VakHashDone;
+    if (hasUsualKeys()) [[likely]]
+      return findWith(usualKeys(), std::move(key), value);
+    return findByCalls(std::move(key), value);
   }
 
   /// Unlinks and frees the item of `key`: VakHashDone, or VakHashNotFound. Makes the buckets if
   /// there are none; never takes buckets away. Throws what add() throws. Constant time.
   VakInt remove(K key) {
-    return removeItem(std::move(key), [](V&&) {});
+    if (hasUsualKeys()) [[likely]]
+      return removeWith(usualKeys(), std::move(key), [](V&&) {});
+    return removeByCalls(std::move(key));
   }
 
   /// As remove(), and writes the value that was there to `value`, which stays as it is when there
   /// was none.
   VakInt take(K key, V& value) {
-    return removeItem(std::move(key), [&value](V&& taken) { value = std::move(taken); });
+    const auto use = [&value](V&& taken) { value = std::move(taken); };
+    if (hasUsualKeys()) [[likely]]
+      return removeWith(usualKeys(), std::move(key), use);
+    return removeWith(calledKeys(), std::move(key), use);
   }
 
   /// Rehashes into `newSize` buckets, in these steps:
@@ -143,18 +142,13 @@ class VakChainedTable {
   /// 3. push the items onto the new chains, old bucket by old bucket in chain order, so that chains
   ///    come out reversed;
   /// 4. give the old buckets back and take over the new ones with their number.
-  /// Throws what add() throws; the table is then as before. Two hash calls an item.
+  /// Throws what add() throws; the table is then as before. Two hash calls an item, none if the
+  /// table hashes addresses and doubles.
   void reMod(VakInt newSize) {
     Table& table = self();
     Item** fresh = table.takeBuckets(newSize);
     if (table._buckets != nullptr) {
-      try {
-        checkIndices(newSize);
-        moveItems(fresh, newSize);
-      } catch (...) {
-        table.giveBuckets(fresh, newSize);
-        throw;
-      }
+      fill(fresh, newSize);
       table.giveBuckets(table._buckets, table._size);
     }
     table._buckets = fresh;
@@ -220,58 +214,118 @@ class VakChainedTable {
     throw VakWrongUsage("Hash function returned bad index");
   }
 
+  // Hashes and compares keys as VakHashAddress and VakCompareAddresses do, without calling them.
+  struct AddressKeys {
+    static VakInt Hash(K key, VakInt size) { return VakHashAddress<K>(key, size); }
+    static bool AreEqual(K a, K b) { return a == b; }
+  };
+
+  // Hashes and compares keys by the functions of the caller.
+  struct CalledKeys {
+    HashFunction _hash;
+    CompareFunction _compare;
+
+    VakInt Hash(const K& key, VakInt size) const { return _hash(key, size); }
+    bool AreEqual(const K& a, const K& b) const { return _compare(a, b) != 0; }
+  };
+
   [[nodiscard]] bool hashesAddresses() const {
     if constexpr (std::is_pointer_v<K>) return self()._hash == &VakHashAddress<K>;
     return false;
   }
 
-  [[nodiscard]] VakInt hashOf(K key, VakInt size) const {
+  [[nodiscard]] CalledKeys calledKeys() const { return {self()._hash, self()._compare}; }
+
+  // What the inline paths hash and compare with, and whether it does what the functions of the
+  // table do.
+  [[nodiscard]] auto usualKeys() const {
+    if constexpr (std::is_pointer_v<K>) return AddressKeys();
+    if constexpr (!std::is_pointer_v<K>) return calledKeys();
+  }
+  [[nodiscard]] bool hasUsualKeys() const {
     if constexpr (std::is_pointer_v<K>) {
-      if (hashesAddresses()) return VakHashAddress<K>(key, size);
+      return hashesAddresses() && self()._compare == &VakCompareAddresses<K>;
     }
-    return self()._hash(key, size);
+    return true;
   }
 
   // One comparison rules out negative indices too.
-  VakInt indexOf(K key, VakInt size) const {
-    const VakInt index = hashOf(key, size);
+  template <class Keys>
+  static VakInt IndexOf(Keys keys, const K& key, VakInt size) {
+    const VakInt index = keys.Hash(key, size);
     if (static_cast<unsigned long>(index) >= static_cast<unsigned long>(size)) [[unlikely]] {
       ThrowBadIndex();
     }
     return index;
   }
-
-  // The bucket or link that holds the item of `key`, so that it can be taken out; null if none.
-  Item** linkOf(Item** link, K key) const {
-    const CompareFunction compare = self()._compare;
+  VakInt indexOf(const K& key, VakInt size) const {
     if constexpr (std::is_pointer_v<K>) {
-      if (compare == &VakCompareAddresses<K>) {
-        return FirstLink(link, [key](K other) { return other == key; });
-      }
+      if (hashesAddresses()) return IndexOf(AddressKeys(), key, size);
     }
-    return FirstLink(link, [&](const K& other) { return compare(other, key) != 0; });
+    return IndexOf(calledKeys(), key, size);
   }
 
-  template <class IsEqual>
-  static Item** FirstLink(Item** link, IsEqual isEqual) {
-    for (; *link != nullptr; link = &(*link)->_next) {
-      if (isEqual((*link)->_key)) return link;
-    }
-    return nullptr;
+  template <class Keys>
+  Item** bucketOf(Keys keys, const K& key) const {
+    return self()._buckets + IndexOf(keys, key, self()._size);
   }
 
-  template <class Use>
-  VakInt removeItem(K key, Use use) {
+  // The bucket or link that holds the item of `key`, so that it can be taken out, else the last
+  // one, which holds null.
+  template <class Keys>
+  static Item** LinkOf(Keys keys, Item** link, const K& key) {
+    while (*link != nullptr && !keys.AreEqual((*link)->_key, key)) link = &(*link)->_next;
+    return link;
+  }
+
+  template <class Keys>
+  VakInt addWith(Keys keys, K key, V value) {
     Table& table = self();
     requireBuckets();
-    Item** link = linkOf(table._buckets + indexOf(key, table._size), key);
-    if (link == nullptr) return VakHashNotFound;
+    Item** bucket = bucketOf(keys, key);
+    if (*LinkOf(keys, bucket, key) != nullptr) return VakHashPresent;
+    Item* item = table.makeItem(std::move(key), std::move(value));
+    item->_next = *bucket;
+    *bucket = item;
+    ++table._nbItems;
+    if (table._nbItems > VakHashItemsPerBucket * table._size) [[unlikely]]
+      growFor(item);
+    return VakHashDone;
+  }
+
+  template <class Keys>
+  VakInt findWith(Keys keys, K key, V& value) const {
+    if (self()._buckets == nullptr) [[unlikely]]
+      return VakHashNotFound;
+    const Item* item = *LinkOf(keys, bucketOf(keys, key), key);
+    if (item == nullptr) return VakHashNotFound;
+    value = item->_value;
+    return VakHashDone;
+  }
+
+  template <class Keys, class Use>
+  VakInt removeWith(Keys keys, K key, Use use) {
+    Table& table = self();
+    requireBuckets();
+    Item** link = LinkOf(keys, bucketOf(keys, key), key);
     Item* item = *link;
+    if (item == nullptr) return VakHashNotFound;
     use(std::move(item->_value));
     *link = item->_next;
     table.giveItem(item);
     --table._nbItems;
     return VakHashDone;
+  }
+
+  // Apart from the usual path, which then calls nothing and needs fewer registers.
+  [[gnu::noinline]] VakInt addByCalls(K key, V value) {
+    return addWith(calledKeys(), std::move(key), std::move(value));
+  }
+  [[gnu::noinline]] VakInt findByCalls(K key, V& value) const {
+    return findWith(calledKeys(), std::move(key), value);
+  }
+  [[gnu::noinline]] VakInt removeByCalls(K key) {
+    return removeWith(calledKeys(), std::move(key), [](V&&) {});
   }
 
   [[nodiscard]] bool hasEqualKeys(const Item* chain) const {
@@ -303,10 +357,7 @@ class VakChainedTable {
 
   // Brings the items of later buckets near; chains are of two items on the whole when a table is
   // full. Always inline: GCC drops calls of functions that only prefetch.
-  [[gnu::always_inline]] inline void lookAhead(VakInt b) const {
-    const Table& table = self();
-    if (b + VakHashLookahead >= table._size) return;
-    Item* const* later = table._buckets + b;
+  [[gnu::always_inline]] static inline void LookAhead(Item* const* later) {
     __builtin_prefetch(later[VakHashLookahead]);
     const Item* second = later[2 * VakHashLookahead / 3];
     if (second != nullptr) __builtin_prefetch(second->_next);
@@ -314,11 +365,53 @@ class VakChainedTable {
     if (third != nullptr && third->_next != nullptr) __builtin_prefetch(third->_next->_next);
   }
 
+  // Moves all items into `fresh`. The usual rehash doubles a table of addresses: one more bit of
+  // each then counts.
+  void fill(Item** fresh, VakInt newSize) {
+    if constexpr (std::is_pointer_v<K>) {
+      const auto size = static_cast<unsigned long>(self()._size);
+      const bool doubles = static_cast<unsigned long>(newSize) == 2 * size;
+      if (doubles && hashesAddresses() && std::has_single_bit(size)) return splitBuckets(fresh);
+    }
+    try {
+      checkIndices(newSize);
+      moveItems(fresh, newSize);
+    } catch (...) {
+      self().giveBuckets(fresh, newSize);
+      throw;
+    }
+  }
+
+  // Does what moveItems() does for such a table, where no function can fail.
+  void splitBuckets(Item** fresh) {
+    const Table& table = self();
+    const VakInt size = table._size;
+    Item** const old = table._buckets;
+    const VakInt far = endOfLookahead();
+    for (VakInt b = 0; b < size; ++b) {
+      if (b < far) LookAhead(old + b);
+      for (Item* item = old[b]; item != nullptr;) {
+        Item* next = item->_next;
+        Item** bucket = fresh + AddressKeys::Hash(item->_key, 2 * size);
+        item->_next = *bucket;
+        *bucket = item;
+        item = next;
+      }
+    }
+  }
+
+  // The first bucket from which on a rehash does not look ahead.
+  [[nodiscard]] VakInt endOfLookahead() const {
+    const VakInt size = self()._size;
+    return size < VakHashFewBuckets ? 0 : size - VakHashLookahead;
+  }
+
   void checkIndices(VakInt newSize) const {
     const Table& table = self();
     if (hashesAddresses() && newSize > 0) return;  // it gives no others
+    const VakInt far = endOfLookahead();
     for (VakInt b = 0; b < table._size; ++b) {
-      lookAhead(b);
+      if (b < far) LookAhead(table._buckets + b);
       for (const Item* item = table._buckets[b]; item != nullptr; item = item->_next) {
         static_cast<void>(indexOf(item->_key, newSize));
       }
@@ -330,8 +423,9 @@ class VakChainedTable {
   void moveItems(Item** fresh, VakInt newSize) {
     Table& table = self();
     try {
+      const VakInt far = endOfLookahead();
       for (VakInt b = 0; b < table._size; ++b) {
-        lookAhead(b);
+        if (b < far) LookAhead(table._buckets + b);
         while (Item* item = table._buckets[b]) {
           const VakInt index = indexOf(item->_key, newSize);
           table._buckets[b] = item->_next;

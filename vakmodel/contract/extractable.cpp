@@ -5,8 +5,13 @@
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
 
+// The usual part of init() is done here, for a model is made of as many calls as it has objects.
 VakExtractableI::VakExtractableI(VakEnvI* env) : VakExtensibleRttiEnvObjectI(env), id(-1) {
-  env->init(this);
+  if (env->registersById()) [[likely]] {
+    id = env->_idManager->newId(this);
+  } else {
+    env->init(this);
+  }
 }
 
 VakExtractableI::~VakExtractableI() noexcept(false) {
@@ -24,8 +29,7 @@ bool VakExtractableI::IsHidden(const VakExtractableI* e) {
   return ids->isInTable(e->id) && ids->isHidden(e->id);
 }
 
-void VakExtractableI::enterSlot() {
-  if (_env->_localEnv == nullptr) return;
+void VakExtractableI::enterEmptySlot() {
   const std::scoped_lock lock(_env->_registry.slotsLock);
   const VakIdManager* ids = _env->_idManager;
   if (ids->isInTable(id) && ids->_data[id] == nullptr) ids->_data[id] = this;

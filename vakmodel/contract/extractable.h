@@ -4,6 +4,7 @@
 // constraints, objectives and models.
 
 #include "vakenv/fwd.h"
+#include "vakenv/memory/env_memory.h"
 #include "vakenv/properties/extensible_object.h"
 
 /// A modelling object, registered with its environment under an identifier. Like the environment it
@@ -61,7 +62,13 @@ class VakExtractableI : public VakExtensibleRttiEnvObjectI {
   /// Lets removals find the object although it is made while a local environment is installed,
   /// whose booking leaves its slot null. For constructors of classes whose objects refer to others
   /// or are referred to.
-  void enterSlot();
+  void enterSlot() {
+    if (VakHasLocalEnv(_env)) [[unlikely]]
+      enterEmptySlot();
+  }
 
   VakInt id;  ///< Index of the object's slot in the identifier table; -1 while not registered.
+
+ private:
+  void enterEmptySlot();
 };

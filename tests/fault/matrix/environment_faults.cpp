@@ -156,13 +156,16 @@ const std::vector<VakFaultOperation> _operations = {
      }},
     {"take and give back environment memory in thread-safe mode",
      "VakEnvI::allocate VakEnvI::giveBack VakMTSafeLocalEnvI::alloc* VakMTSafeLocalEnvI::free* "
-     "VakLocalEnvI::alloc* VakLocalEnvI::free*",
+     "VakLocalEnvI::alloc* VakLocalEnvI::free* VakAllocateLocally VakFreeLocally",
      [](VakStage& s) {
        auto& block = s.keep<void*>(nullptr);
        return VakScene{.act =
                            [&] {
                              if (block == nullptr) block = s->allocate(40);
                              s->giveBack(block, 40);
+                             block = nullptr;
+                             block = VakAllocateLocally(s.impl(), 40);
+                             VakFreeLocally(s.impl(), block, 40);
                              block = nullptr;
                            },
                        .mayKeep = "a block that could not be given back is held"};
