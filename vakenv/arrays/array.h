@@ -57,7 +57,7 @@ class VakArray {
   VakArray(VakEnv env, VakInt n) : VakArray(env.getMemoryManager(), n) {}
   /// A new array of `n` zero elements in the memory of `m`, which is not empty.
   VakArray(VakMemoryManager m, VakInt n)
-      : _impl(VakCreate<VakArrayI>(m, n, static_cast<VakInt>(sizeof(T)))) {
+      : _impl(VakArrayI::Make(m.getImpl(), n, static_cast<VakInt>(sizeof(T)))) {
     static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 16);
   }
 
@@ -104,13 +104,20 @@ class VakArray {
   /// std::bad_alloc; see VakArrayI::grow for what is left then.
   void add(const T x) const {
     assert(_impl != nullptr);
-    if (!_impl->isAppendWithinChunk()) [[unlikely]] {
-      AddAtEdge(_impl, x);
-      return;
+    // Everything is read before the branch, the size is stored behind it, and the geometry is named
+    // there once more: a loop of appends then carries all of it in registers.
+    VakArrayI* const array = _impl;
+    const VakInt next = array->_size + 1;
+    const VakInt slot = next & array->_mod;
+    const VakInt shift = array->_shift;
+    char** const table = array->_data;
+    if (VakArrayI::IsWithinChunk(next, slot)) [[likely]] {
+      reinterpret_cast<T*>(table[next >> shift])[slot - 1] = x;
+    } else {
+      AddAtEdge(array, x);
     }
-    const VakInt size = _impl->_size;
-    _impl->_size = size + 1;
-    (*this)[size] = x;
+    array->_size = next;
+    array->keepGeometryInRegisters();
   }
 
   /// Appends all elements of `other`, which may be this array.
@@ -194,12 +201,11 @@ class VakArray {
  private:
   [[nodiscard]] bool hasStorage() const { return _impl != nullptr && _impl->_data != nullptr; }
 
-  // Appends at the beginning or the end of a chunk, which may have to be made first. Static, so
-  // that the handle of a caller's loop stays in a register.
+  // Stores at the beginning or the end of a chunk, which may have to be made first; the size is the
+  // caller's to count. Static, so that the handle of a caller's loop stays in a register.
   [[gnu::noinline]] static void AddAtEdge(VakArrayI* array, const T x) {
     const VakInt size = array->_size;
     array->growAhead(size + 1);
-    array->_size = size + 1;
     if (size >= 0) VakArray{array}.data(size) = x;
   }
 

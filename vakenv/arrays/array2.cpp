@@ -36,8 +36,6 @@ bool hasRow(VakArray<Row> table, Row a) {
 
 }  // namespace
 
-VakNumArray2::VakNumArray2(VakEnv env, VakInt n) : VakArray(env, n) {}
-
 VakNumArray2::VakNumArray2(VakEnv env, VakInt n, VakNumArray row) : VakArray(env, n) { add(row); }
 
 bool VakNumArray2::equal(VakNumArray a, VakNumArray b) { return areEqual(a, b); }
@@ -45,8 +43,6 @@ bool VakNumArray2::equal(VakNumArray a, VakNumArray b) { return areEqual(a, b); 
 bool VakNumArray2::contains(VakNumArray a) const { return equalsTable<VakNumArray>(*this, a); }
 
 bool VakNumArray2::containsRow(VakNumArray a) const { return hasRow<VakNumArray>(*this, a); }
-
-VakIntArray2::VakIntArray2(VakEnv env, VakInt n) : VakArray(env, n) {}
 
 VakIntArray2::VakIntArray2(VakEnv env, VakInt n, VakIntArray row) : VakArray(env, n) { add(row); }
 

@@ -22,7 +22,7 @@ class VakNumArray2 : public VakArray<VakNumArray> {
   /// A handle on an existing array of rows; null makes an empty handle.
   explicit VakNumArray2(VakArrayI* impl) : VakArray(impl) {}
   /// `n` rows that are empty handles, in the environment's memory.
-  VakNumArray2(VakEnv env, VakInt n);
+  VakNumArray2(VakEnv env, VakInt n) : VakArray(env, n) {}
   /// Deliberate: `n` rows that are empty handles and then `row`, so `n` + 1 rows. `n` is not
   /// checked.
   VakNumArray2(VakEnv env, VakInt n, VakNumArray row);
@@ -63,7 +63,7 @@ class VakIntArray2 : public VakArray<VakIntArray> {
   /// A handle on an existing array of rows; null makes an empty handle.
   explicit VakIntArray2(VakArrayI* impl) : VakArray(impl) {}
   /// `n` rows that are empty handles, in the environment's memory.
-  VakIntArray2(VakEnv env, VakInt n);
+  VakIntArray2(VakEnv env, VakInt n) : VakArray(env, n) {}
   /// Deliberate: `n` rows that are empty handles and then `row`, so `n` + 1 rows. `n` is not
   /// checked.
   VakIntArray2(VakEnv env, VakInt n, VakIntArray row);

@@ -11,6 +11,7 @@
 #include "vakbase/memory_inspection.h"
 #include "vakenv/arrays/array_error.h"
 #include "vakenv/core/environment_impl.h"
+#include "vakenv/memory/create.h"
 #include "vakenv/memory/gen_alloc.h"
 #include "vakenv/memory/tarn_alloc.h"
 
@@ -90,6 +91,10 @@ VakArrayI::VakArrayI(VakGenAlloc* alloc, VakArrayI* other)
 }
 
 VakArrayI::VakArrayI(VakEnvI* env, VakArrayI* other) : VakArrayI(env->_allocator, other) {}
+
+VakArrayI* VakArrayI::Make(VakGenAlloc* alloc, VakInt size, VakInt elementSize) {
+  return VakCreate<VakArrayI>(alloc, size, elementSize);
+}
 
 VakArrayI::~VakArrayI() noexcept(false) { clear(); }
 

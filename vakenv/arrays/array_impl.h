@@ -61,6 +61,10 @@ class VakArrayI : public VakMemoryManagerObjectI {
   /// The same in the memory of an environment.
   VakArrayI(VakEnvI* env, VakArrayI* other);
 
+  /// A new array in the memory of `alloc`, as the first constructor makes it. A function beside the
+  /// handles, so that their constructors are inline and the compiler keeps a handle in a register.
+  [[nodiscard]] static VakArrayI* Make(VakGenAlloc* alloc, VakInt size, VakInt elementSize);
+
   /// Gives all storage back.
   ~VakArrayI() noexcept(false) override;
 
@@ -117,12 +121,18 @@ class VakArrayI : public VakMemoryManagerObjectI {
   void copyElements(VakInt to, const VakArrayI* other, VakInt from, VakInt n);
 
   /// True when the next append stays within the chunk of the last element and one element short of
-  /// its end, which is when growAhead() would find nothing to do. One comparison: the sign bit in
-  /// the mask makes every negative size fail.
+  /// its end, which is when growAhead() would find nothing to do.
   [[nodiscard]] bool isAppendWithinChunk() const {
-    constexpr VakInt signBit = static_cast<VakInt>(1UL << 63);
-    return ((_size + 1) & (_mod | signBit)) > 1;
+    return IsWithinChunk(_size + 1, (_size + 1) & _mod);
   }
+
+  /// The same for the size after the append and its slot within a chunk: the slot before it is then
+  /// the place of the new element, in the same chunk. No negative size passes.
+  [[nodiscard]] static bool IsWithinChunk(VakInt next, VakInt slot) { return next > 0 && slot > 1; }
+
+  /// Makes the compiler hold the geometry in registers at this place. Whoever has just read it
+  /// loses nothing, and whoever reads it next need not go to memory.
+  void keepGeometryInRegisters() const { asm volatile("" : : "r"(_mod), "r"(_shift), "r"(_data)); }
 
   /// Returns an empty text if the invariant holds and, with `pool`, neither table nor chunks are
   /// free memory, else what is broken.

@@ -5,8 +5,6 @@
 #include "vakbase/exception.h"
 #include "vakenv/arrays/value_list.h"
 
-VakBoolArray::VakBoolArray(VakEnv env, VakInt n) : VakArray(env, n) {}
-
 VakBoolArray::VakBoolArray(VakEnv env, VakInt n, VakBool v) : VakArray(env, 0) {
   if (n != 1) throw VakWrongUsage("VakBoolArray::VakBoolArray: n != 1");
   add(v);

@@ -24,7 +24,7 @@ class VakBoolArray : public VakArray<VakBool> {
   /// A handle on an existing array of integers; null makes an empty handle.
   explicit VakBoolArray(VakArrayI* impl) : VakArray(impl) {}
   /// `n` zeros in the environment's memory.
-  VakBoolArray(VakEnv env, VakInt n);
+  VakBoolArray(VakEnv env, VakInt n) : VakArray(env, n) {}
   /// The one value `v`. Throws VakWrongUsage ("VakBoolArray::VakBoolArray: n != 1") unless `n`
   /// is 1.
   VakBoolArray(VakEnv env, VakInt n, VakBool v);

@@ -14,10 +14,6 @@ constexpr const char* TooFew = "VakIntArray::VakIntArray: n must be >= 2";
 
 }  // namespace
 
-VakIntArray::VakIntArray(VakEnv env, VakInt n) : VakArray(env, n) {}
-
-VakIntArray::VakIntArray(VakMemoryManager m, VakInt n) : VakArray(m, n) {}
-
 VakIntArray::VakIntArray(VakEnv env, VakInt n, VakInt v) : VakArray(env, 0) {
   if (n != 1) throw VakWrongUsage("VakIntArray::VakIntArray: n != 1");
   add(v);

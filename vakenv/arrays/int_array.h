@@ -24,9 +24,9 @@ class VakIntArray : public VakArray<VakInt> {
   /// A handle on an existing array of integers; null makes an empty handle.
   explicit VakIntArray(VakArrayI* impl) : VakArray(impl) {}
   /// `n` zeros in the environment's memory.
-  VakIntArray(VakEnv env, VakInt n);
+  VakIntArray(VakEnv env, VakInt n) : VakArray(env, n) {}
   /// `n` zeros in the memory of `m`.
-  VakIntArray(VakMemoryManager m, VakInt n);
+  VakIntArray(VakMemoryManager m, VakInt n) : VakArray(m, n) {}
   /// The one value `v`. Throws VakWrongUsage ("VakIntArray::VakIntArray: n != 1") unless `n` is 1.
   VakIntArray(VakEnv env, VakInt n, VakInt v);
   /// `n` values, all of type VakInt. This and the next throw VakWrongUsage

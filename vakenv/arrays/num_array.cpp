@@ -23,10 +23,6 @@ bool isIntegral(VakNum x) {
 
 }  // namespace
 
-VakNumArray::VakNumArray(VakEnv env, VakInt n) : VakArray(env, n) {}
-
-VakNumArray::VakNumArray(VakMemoryManager m, VakInt n) : VakArray(m, n) {}
-
 VakNumArray::VakNumArray(VakEnv env, VakInt n, VakNum v) : VakArray(env, 0) {
   if (n != 1) throw VakWrongUsage("VakNumArray::VakNumArray: n != 1");
   add(v);

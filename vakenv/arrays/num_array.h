@@ -24,9 +24,9 @@ class VakNumArray : public VakArray<VakNum> {
   /// A handle on an existing array of numeric values; null makes an empty handle.
   explicit VakNumArray(VakArrayI* impl) : VakArray(impl) {}
   /// `n` zeros in the environment's memory.
-  VakNumArray(VakEnv env, VakInt n);
+  VakNumArray(VakEnv env, VakInt n) : VakArray(env, n) {}
   /// `n` zeros in the memory of `m`.
-  VakNumArray(VakMemoryManager m, VakInt n);
+  VakNumArray(VakMemoryManager m, VakInt n) : VakArray(m, n) {}
   /// The one value `v`. Throws VakWrongUsage ("VakNumArray::VakNumArray: n != 1") unless `n` is 1.
   VakNumArray(VakEnv env, VakInt n, VakNum v);
   /// `n` values, all of type VakNum. This and the next two throw VakWrongUsage

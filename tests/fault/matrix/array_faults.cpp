@@ -106,7 +106,7 @@ constexpr const char* Cleared =
     "an array that ran out of memory half way is as after clear(), or has grown";
 
 const std::vector<VakFaultOperation> _operations = {
-    {"make an array of numbers", "VakNumArray::VakNumArray VakArray::VakArray* ",
+    {"make an array of numbers", "VakNumArray::VakNumArray VakArray::VakArray* VakArrayI::Make*",
      [](VakStage& s) {
        return making<VakNumArray>(s, [](VakStage& stage) { return VakNumArray(stage.env, 300); });
      }},
@@ -181,7 +181,8 @@ const std::vector<VakFaultOperation> _operations = {
            .undo = [&copy] { delete copy; }};
      }},
     {"add elements one by one",
-     "VakArray::add VakArrayI::growAhead* VakArrayI::isAppendWithinChunk*",
+     "VakArray::add VakArrayI::growAhead* VakArrayI::isAppendWithinChunk* "
+     "VakArrayI::IsWithinChunk* VakArrayI::keepGeometryInRegisters*",
      [](VakStage& s) {
        auto& array = s.keep<VakIntArray>(s.env, 0);
        return VakScene{.act =

@@ -120,12 +120,13 @@ const std::vector<VakFaultOperation> _operations = {
     {"ask an object for its type",
      "VakRtti::getTypeIndex VakRtti::getTypeInfo VakRtti::isType VakRtti::getRttiTypeName "
      "VakRtti::getExtractableSize VakRtti::GetBaseTypeInfo VakRtti::GetTypeInfo "
-     "VakRtti::GetTypeIndex VakGetBaseTypeInfo VakKeepDistinct",
+     "VakRtti::GetTypeIndex VakGetBaseTypeInfo VakKeepDistinct VakAnswerAtOnce*",
      [](VakStage& s) {
        VakExtractableI* node = VakCreate<VakUserNode>(s.impl());
        return VakScene{.act = [node] {
          const VakRtti& object = *node;
          bool fine = object.isType(VakRtti::GetTypeInfo()) == 1 && VakRtti::GetTypeIndex() == 0;
+         fine = fine && object.isType(VakExtractableI::GetTypeInfo()) == 1;
          fine = fine && VakRtti::GetBaseTypeInfo() == nullptr;
          fine = fine && VakGetBaseTypeInfo(object.getTypeInfo()) == VakExtractableI::GetTypeInfo();
          fine = fine && object.getTypeIndex() >= 0 && object.getExtractableSize() > 0;
