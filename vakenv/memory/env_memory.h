@@ -7,6 +7,7 @@
 
 /// `size` bytes of the environment's memory: through its local environment when one is installed,
 /// else from the size class; null for 0. Throws std::bad_alloc.
+/// Gives back: VakFreeIn.
 [[nodiscard]] void* VakAllocateIn(VakEnvI* env, unsigned long size);
 
 /// Gives back what VakAllocateIn returned for the same `size`; null and 0 are ignored.
