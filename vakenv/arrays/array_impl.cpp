@@ -203,10 +203,14 @@ VakInt VakArrayI::freeStorage(char** table, VakInt shift) const {
   return chunks;
 }
 
-// Counts storage that somebody else took from the memory manager.
+// Counts storage that somebody else took from the memory manager. Numbers that do not agree tell
+// nothing of it, and it is left alone.
 void VakArrayI::countStorage() const {
-  const auto chunks = std::count_if(_data, _data + chunkLength(),
-                                    [](const char* chunk) { return chunk != nullptr; });
+  constexpr VakInt longestShift = 31;
+  if (_shift < 0 || _shift > longestShift || _mod != chunkLength() - 1) return;
+  if (environmentOf(*_memoryManager) == nullptr) return;
+  char* const none = nullptr;
+  const auto chunks = std::find(_data, _data + chunkLength(), none) - _data;
   count(_memoryManager, 1, storageBytes(chunks, _shift));
 }
 

@@ -263,6 +263,17 @@ TEST_P(VakMemoryReportTest, CountsStorageThatAnArrayTakesOver) {
   EXPECT_EQ(report().arrays, before.arrays);
 }
 
+TEST_P(VakMemoryReportTest, LeavesStorageAloneWhoseNumbersDoNotAgree) {
+  const VakMemoryReport before = report();
+  char* table[1] = {nullptr};
+  auto* array = VakCreate<VakArrayI>(scoped->env.getMemoryManager(), 11L, 12L, 13L, 14L, 15L,
+                                     static_cast<char**>(table));
+  EXPECT_EQ(report().arrays, before.arrays);
+  array->_data = nullptr;
+  delete array;
+  EXPECT_EQ(report().arrays, before.arrays);
+}
+
 /// A memory manager that counts what goes through it.
 class Detour : public VakTarnAlloc {
   VAK_RTTI(Detour, VakTarnAlloc);
