@@ -24,7 +24,15 @@ import re
 import sys
 
 from offences import report
-from public_functions import declarations, drop_templates, function_name, headers, public_functions, skip_balanced, strip
+from public_functions import (
+    declarations_with_places,
+    drop_templates,
+    function_name,
+    headers,
+    public_functions,
+    skip_balanced,
+    strip,
+)
 
 DEFINITION = re.compile(r"^(?:class|struct) (\w+)((?:::\w+|<)?)[^;]*$")
 ROOT_OF_EXCEPTIONS = "VakException"
@@ -130,7 +138,7 @@ def find_free_functions(text):
     """Quadruples of name, what stands before it, parameters and comment of the free functions of a header."""
     lines = text.split("\n")
     bare = strip(text)
-    for head, _, start in declarations(bare):
+    for head, _, start in declarations_with_places(bare):
         declaration = drop_templates(head)
         name = None if NO_FUNCTION.match(declaration) else function_name(declaration)
         place = name and re.search(re.escape(name).replace("operator", r"operator\s*") + r"\s*\(", declaration)

@@ -80,7 +80,7 @@ def drop_templates(declaration):
     return declaration
 
 
-def declarations(body):
+def declarations_with_places(body):
     """Splits a scope into (head, inner body or None, where the head starts)."""
     start = index = 0
     while index < len(body):
@@ -97,6 +97,11 @@ def declarations(body):
             start = index = end + (rest.end() if rest else 0)
         else:
             index += 1
+
+
+def declarations(body):
+    """Splits a scope into (head, inner body or None)."""
+    return ((head, inner) for head, inner, _ in declarations_with_places(body))
 
 
 def function_name(head):
@@ -122,7 +127,7 @@ def last_parameter_type(head):
 
 def collect(body, scope, functions, hidden, public=True):
     """Adds the functions of a scope; `hidden` are the private classes, which may be defined elsewhere."""
-    for head, inner, _ in declarations(body):
+    for head, inner in declarations(body):
         while True:
             label = re.match(r"\s*(public|private|protected)\s*:", head)
             if not label:
