@@ -19,6 +19,8 @@ import sys
 from pathlib import Path
 
 CONTRACT = re.compile(r"^(\s*)/// (Threads|Phases|Gives back): (.*)$")
+# What free functions say on one line.
+TWO_CONTRACTS = re.compile(r"^(\s*)/// (Threads: .*?\.) (Phases: .*)$", re.MULTILINE)
 # A line of a comment, with a header's name in it.
 HEADER_NAME = re.compile(r"(/// {0,3}[^ ].*?)<([a-z_]+)>")
 SPECIALISATION = re.compile(r"(?:^///.*\n)*^template <[^\n]*>\n[^;\n]*\bstd::ranges::[^;]*;\n", re.MULTILINE)
@@ -187,6 +189,7 @@ def main(arguments):
         sys.stdout.write(convert_page(path, text))
         return
     text = SPECIALISATION.sub("", text)
+    text = TWO_CONTRACTS.sub(r"\1/// \2\n\1/// \3", text)
     lines = convert_contracts(repeat_comments(convert_head(text.split("\n"))))
     sys.stdout.write("\n".join(HEADER_NAME.sub(r"\1\\<\2\\>", line) for line in lines))
 

@@ -32,15 +32,24 @@ def headers(root):
                 yield lists.parent / word
 
 
+def blank(text):
+    """White space as long as the text, with its line breaks."""
+    return re.sub(r"[^\n]", " ", text)
+
+
 def strip(text):
-    """The text without comments, texts, preprocessor lines, attributes and stamps."""
-    text = re.sub(r"/\*.*?\*/", " ", text, flags=re.DOTALL)
-    text = re.sub(r"//[^\n]*", " ", text)
-    text = re.sub(r'"(?:\\.|[^"\\])*"', '""', text)
-    text = re.sub(r"'(?:\\.|[^'\\])'", "0", text)
-    text = re.sub(r"^[ \t]*#(?:.*\\\n)*.*$", " ", text, flags=re.MULTILINE)
-    text = re.sub(r"\[\[.*?\]\]", " ", text, flags=re.DOTALL)
-    return re.sub(r"\bVAK_RTTI\w*\([^)]*\);?", " public: ", text)
+    """The text without comments, texts, preprocessor lines, attributes and stamps, as long as it was."""
+
+    def blank_match(match):
+        return blank(match[0])
+
+    text = re.sub(r"/\*.*?\*/", blank_match, text, flags=re.DOTALL)
+    text = re.sub(r"//[^\n]*", blank_match, text)
+    text = re.sub(r'"((?:\\.|[^"\\])*)"', lambda match: f'"{blank(match[1])}"', text)
+    text = re.sub(r"'(?:\\.|[^'\\])'", lambda match: "0".ljust(len(match[0])), text)
+    text = re.sub(r"^[ \t]*#(?:.*\\\n)*.*$", blank_match, text, flags=re.MULTILINE)
+    text = re.sub(r"\[\[.*?\]\]", blank_match, text, flags=re.DOTALL)
+    return re.sub(r"\bVAK_RTTI\w*\([^)]*\);?", lambda match: " public: ".ljust(len(match[0])), text)
 
 
 def skip_balanced(text, start, opening, closing):
@@ -71,23 +80,28 @@ def drop_templates(declaration):
     return declaration
 
 
-def declarations(body):
-    """Splits a scope into (head, inner body or None)."""
+def declarations_with_places(body):
+    """Splits a scope into (head, inner body or None, where the head starts)."""
     start = index = 0
     while index < len(body):
         character = body[index]
         if character == "(":
             index = skip_balanced(body, index, "(", ")")
         elif character == ";":
-            yield body[start:index], None
+            yield body[start:index], None, start
             start = index = index + 1
         elif character == "{":
             end = skip_balanced(body, index, "{", "}")
-            yield body[start:index], body[index + 1 : end - 1]
+            yield body[start:index], body[index + 1 : end - 1], start
             rest = re.match(r"\s*;", body[end:])
             start = index = end + (rest.end() if rest else 0)
         else:
             index += 1
+
+
+def declarations(body):
+    """Splits a scope into (head, inner body or None)."""
+    return ((head, inner) for head, inner, _ in declarations_with_places(body))
 
 
 def function_name(head):

@@ -62,10 +62,12 @@ using VakMemoryDefectHandler = void (*)(const VakMemoryDefect& defect);
 /// default, which writes the text to std::cerr and aborts. When a handler returns, memory that was
 /// given back wrongly stays where it is, still handed out, and the program goes on. Does nothing
 /// outside the checked build. Any thread may call it.
+/// Threads: thread safe. Phases: any.
 VakMemoryDefectHandler VakSetMemoryDefectHandler(VakMemoryDefectHandler handler);
 
 /// Chooses the stream to which ending environments write what was left in them, a line for each
 /// type; null for none. std::cerr at first. Returns the stream chosen before. Does nothing outside
 /// the checked build. The stream chosen before is not written to any more when this returns. Any
 /// thread may call it, but not the stream itself while it is written to.
+/// Threads: thread safe. Phases: any.
 std::ostream* VakSetLeftoverStream(std::ostream* stream);

@@ -9,6 +9,7 @@
 
 /// Returns the parts one after the other as a stream writes them, whatever locale the program has
 /// chosen; pointers as addresses. Throws std::bad_alloc.
+/// Threads: thread safe. Phases: any.
 template <class... Parts>
 [[nodiscard]] std::string VakFaultText(const Parts&... parts) {
   std::ostringstream text;
@@ -19,6 +20,7 @@ template <class... Parts>
 }
 
 /// Puts the name of a structure before what is broken in it; nothing before an empty text.
+/// Threads: thread safe. Phases: any.
 [[nodiscard]] inline std::string VakNameFault(const char* structure, const std::string& fault) {
   return fault.empty() ? fault : structure + (": " + fault);
 }
@@ -26,6 +28,7 @@ template <class... Parts>
 /// Walks a list from `first` on, asking `visit` what is broken in each element before `next` gives
 /// the one after it. Returns the first text that is not empty, or that the list runs in a circle,
 /// or an empty text. Visits no element of a circle more than a few times, and takes no memory.
+/// Threads: read-shared, as the list is. Phases: any.
 template <class T, class Next, class Visit>
 [[nodiscard]] std::string VakCheckChain(const T* first, Next next, Visit visit) {
   const T* mark = nullptr;

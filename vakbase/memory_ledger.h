@@ -21,6 +21,7 @@ class VakMemory;
 ///
 /// Threads: thread safe.
 /// Phases: any.
+/// Gives back: GiveBack() strikes what Take() entered.
 class VakMemoryLedger {
  public:
   /// An element that is in use.
@@ -69,6 +70,7 @@ class VakMemoryLedger {
 };
 
 /// Notes in the checked build what was made in memory of a pool, for lists of what is left.
+/// Threads: thread safe. Phases: any.
 inline void VakNameElement([[maybe_unused]] const void* element,
                            [[maybe_unused]] const std::type_info& type) {
   if constexpr (VakChecksMemory) VakMemoryLedger::Name(element, type);

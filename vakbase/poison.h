@@ -41,21 +41,25 @@ inline constexpr bool VakIsSanitized = false;
 inline constexpr bool VakPoisonsMemory = true;
 
 /// Makes every access to the `size` bytes at `start` an error until the poison is lifted.
+/// Threads: confined, as the memory is. Phases: any.
 inline void VakPoison(const volatile void* start, unsigned long size) {
   __asan_poison_memory_region(start, size);
 }
 
 /// Makes the `size` bytes at `start` usable again; they keep their contents.
+/// Threads: confined, as the memory is. Phases: any.
 inline void VakUnpoison(const volatile void* start, unsigned long size) {
   __asan_unpoison_memory_region(start, size);
 }
 
 /// Reads the byte at `address`, so that the sanitizer reports it if it is poisoned.
+/// Threads: read-shared, as the memory is. Phases: any.
 inline void VakTouch(const volatile void* address) {
   static_cast<void>(*static_cast<const volatile char*>(address));
 }
 
 /// Tells whether the byte at `address` is poisoned.
+/// Threads: read-shared, as the memory is. Phases: any.
 [[nodiscard]] inline bool VakIsPoisoned(const volatile void* address) {
   return __asan_address_is_poisoned(address) != 0;
 }
@@ -63,6 +67,7 @@ inline void VakTouch(const volatile void* address) {
 #else
 
 /// Without the address sanitizer there is no poison, and these cost nothing.
+/// Threads: thread safe. Phases: any.
 inline constexpr bool VakPoisonsMemory = false;
 inline void VakPoison(const volatile void*, unsigned long) {}
 inline void VakUnpoison(const volatile void*, unsigned long) {}

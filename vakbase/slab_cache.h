@@ -17,13 +17,16 @@
 
 /// Gives everything that waits back to the heap and returns its bytes. May be called at any time by
 /// any thread; environments that live are not touched.
+/// Threads: thread safe. Phases: any.
 VakInt VakEmptySlabCache() noexcept;
 
 /// Returns the bytes that wait. Any thread may call it.
+/// Threads: thread safe. Phases: any.
 [[nodiscard]] VakInt VakGetSlabCacheUsage() noexcept;
 
 /// Lets at most `bytes` bytes wait from now on, and empties the cache if more do; 0 or a negative
 /// number switches it off. Any thread may call it. A process begins with 128 MiB.
+/// Threads: thread safe. Phases: any.
 void VakSetSlabCacheLimit(VakInt bytes) noexcept;
 
 /// Obtains and gives back the regions of all pools of the process. Every function may be called by
@@ -33,6 +36,7 @@ void VakSetSlabCacheLimit(VakInt bytes) noexcept;
 ///
 /// Threads: thread safe.
 /// Phases: any.
+/// Gives back: GiveBack() takes back what Take() returned, with the same size.
 class VakSlabCache {
  public:
   /// Smaller regions do not wait: the heap keeps such memory itself.

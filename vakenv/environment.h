@@ -7,8 +7,7 @@
 /// The comment of every class says in up to three lines who may use it, when, and what is owed for
 /// what it hands out. A function whose own comment says more or otherwise is an exception. A free
 /// function has the contract of the class of its first argument that has one, as what it does is
-/// reading or changing that; one without such an argument is thread safe and may be called in any
-/// phase.
+/// reading or changing that; one without such an argument says its own, mostly on one line.
 ///
 /// Threads:
 ///   - *thread safe*: any thread, at any time;
@@ -33,7 +32,8 @@
 ///   - *ending*: while end() runs, in the step that is named.
 ///
 /// Gives back: which call takes back what was handed out. Where the line is missing nothing is
-/// owed.
+/// owed: every class whose functions hand out or take back has it, and every free function that
+/// hands out what is of no class.
 
 #include "vakbase/exception.h"
 #include "vakbase/globals.h"

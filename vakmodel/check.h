@@ -16,4 +16,5 @@
 /// VakEmptyHandleException ("VakEnv: Using empty handle") for an empty handle.
 ///
 /// Threads: confined, since even reading by others may cache what it looks at.
+/// Phases: open.
 [[nodiscard]] std::string VakCheckModels(VakEnv env);

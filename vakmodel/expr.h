@@ -133,6 +133,7 @@ concept VakLinearOperands =
     (VakNumber<std::remove_cvref_t<A>> && VakLinearPart<std::remove_cvref_t<B>>);
 
 /// An operand as an expression; one that is an expression already and no longer needed is moved.
+/// Threads: read-shared, as the operand is. Phases: open.
 template <class T>
 [[nodiscard]] VakExpr VakMakeExpr(T&& operand) {
   if constexpr (VakNumber<std::remove_cvref_t<T>>) {
@@ -144,6 +145,7 @@ template <class T>
 
 /// The sum of two numbers, variables, terms or expressions, of which one is no number. What is
 /// about to go is built upon, not copied. Throws std::bad_alloc.
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakExpr operator+(A&& a, B&& b) {
@@ -157,6 +159,7 @@ requires VakLinearOperands<A, B>
 }
 
 /// The difference, as the sum.
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakExpr operator-(A&& a, B&& b) {
@@ -170,6 +173,7 @@ requires VakLinearOperands<A, B>
 }
 
 /// A number times a variable or a term is a term, times an expression an expression.
+/// Threads: read-shared, as the operands are. Phases: open.
 template <VakNumber N, class B>
 requires VakLinearPart<std::remove_cvref_t<B>>
 [[nodiscard]] auto operator*(N factor, B&& b) {
@@ -190,6 +194,7 @@ requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] auto operator*(A&& a, N factor) { return factor * std::forward<A>(a); }
 
 /// A variable or a term through a number is a term, an expression through a number an expression.
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class A, VakNumber N>
 requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] auto operator/(A&& a, N divisor) {
@@ -207,10 +212,12 @@ requires VakLinearPart<std::remove_cvref_t<A>>
 }
 
 /// With all signs changed: a term of a variable or a term, an expression of an expression.
+/// Threads: read-shared, as the operand is. Phases: open.
 template <class A>
 requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] auto operator-(A&& a) { return -1.0 * std::forward<A>(a); }
 /// As it is, as an expression.
+/// Threads: read-shared, as the operand is. Phases: open.
 template <class A>
 requires VakLinearPart<std::remove_cvref_t<A>>
 [[nodiscard]] VakExpr operator+(A&& a) { return VakMakeExpr(std::forward<A>(a)); }
@@ -219,6 +226,7 @@ requires VakLinearPart<std::remove_cvref_t<A>>
 
 /// The number of elements of an array handle of the library, 0 for an empty one, or of a range of
 /// the language.
+/// Threads: read-shared, as the container is. Phases: any, as long as the container.
 template <class C>
 [[nodiscard]] std::size_t VakCountOf(const C& container) {
   if constexpr (requires { container.getImpl()->_size; }) {
@@ -229,9 +237,11 @@ template <class C>
 }
 
 /// Throws VakModelError, since two arrays that belong together have different sizes.
+/// Threads: thread safe. Phases: any.
 [[noreturn]] void VakThrowSizeMismatch(const char* operation, std::size_t a, std::size_t b);
 
 /// The sum of a range of variables, terms or expressions.
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class C>
 [[nodiscard]] VakExpr VakSum(const C& operands) {
   VakExpr sum;
@@ -241,6 +251,7 @@ template <class C>
 }
 /// The sum of what `part` gives for each element, as in
 /// VakSum(plants, [&](int p) { return cost[p] * x[p]; }).
+/// Threads: read-shared, as the elements and `part` are. Phases: open.
 template <class C, class F>
 [[nodiscard]] VakExpr VakSum(const C& elements, F part) {
   VakExpr sum;
@@ -250,6 +261,7 @@ template <class C, class F>
 
 /// The sum of the products of a range of numbers and a range of variables, which must be equally
 /// long (VakModelError otherwise).
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class Coefs, class Vars>
 [[nodiscard]] VakExpr VakScalProd(const Coefs& coefs, const Vars& vars) {
   if (VakCountOf(coefs) != VakCountOf(vars)) {

@@ -153,6 +153,8 @@ void VakRemoveAllFromAll(VakExtractableArray array);
 
 /// The objects of a range of handles as an array in the environment of the first one, for the
 /// caller to end; an empty handle when there are none.
+/// Threads: confined, since it makes an array. Phases: open.
+/// Gives back: end() of the array.
 template <std::ranges::input_range R>
 [[nodiscard]] VakExtractableArray VakMakeExtractableArray(const R& handles) {
   VakExtractableArray array;
@@ -171,6 +173,7 @@ template <std::ranges::input_range R>
 
 /// Calls `action` with the objects of a range of handles as an array that lives as long as the
 /// call.
+/// Threads: confined, since it makes an array. Phases: open.
 template <std::ranges::input_range R, class Action>
 void VakWithExtractableArray(const R& handles, Action action) {
   struct Guard {
@@ -181,11 +184,13 @@ void VakWithExtractableArray(const R& handles, Action action) {
 }
 
 /// Ends all objects of a range of handles, as in VakEndAll(model.variables()), in one removal.
+/// Threads: confined. Phases: open.
 template <std::ranges::input_range R>
 void VakEndAll(const R& handles) {
   VakWithExtractableArray(handles, [](VakExtractableArray array) { VakEndAll(array); });
 }
 /// Takes all objects of a range of handles out of everything in one removal; they live on.
+/// Threads: confined. Phases: open.
 template <std::ranges::input_range R>
 void VakRemoveAllFromAll(const R& handles) {
   VakWithExtractableArray(handles, [](VakExtractableArray array) { VakRemoveAllFromAll(array); });

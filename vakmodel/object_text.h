@@ -29,6 +29,7 @@ class VakObjectText {
 /// What an object is, as in "variable"; of static lifetime.
 [[nodiscard]] const char* VakGetKindText(const VakExtractableI* object);
 /// Lets a sentence begin with a capital also when it begins with the kind of an object.
+/// Threads: confined, as the text is. Phases: any.
 void VakCapitalize(char* text);
 
 /// Throws VakModelError about `object`, which may be null, with a text formatted as by printf.
@@ -72,4 +73,5 @@ inline void VakCheckCoef(const VakExtractableI* object, const VakExtractableI* u
 /// Throws VakModelError unless the constant of `user`, or of a new `what`, is finite.
 void VakCheckConstant(const VakExtractableI* user, const char* what, VakNum constant);
 /// Throws VakModelError unless two things that belong together are equally many.
+/// Threads: thread safe. Phases: any.
 void VakCheckSizes(const char* operation, std::size_t a, std::size_t b);

@@ -73,6 +73,7 @@ class VakMaximize : public VakObjective {
 };
 
 /// Writes "minimize" or "maximize".
+/// Threads: confined, as the stream is. Phases: any.
 std::ostream& operator<<(std::ostream& out, VakSense sense);
 /// Writes it as in "minimize cost: 3 x + 2 y"; an empty handle as (empty).
 std::ostream& operator<<(std::ostream& out, VakObjective objective);

@@ -34,8 +34,10 @@ enum class VakRefState : unsigned char {
 };
 
 /// The state in words, as in "object gone"; of static lifetime.
+/// Threads: thread safe. Phases: any.
 [[nodiscard]] const char* VakGetRefStateName(VakRefState state);
 /// Writes the state in words.
+/// Threads: confined, as the stream is. Phases: any.
 std::ostream& operator<<(std::ostream& out, VakRefState state);
 
 /// A reference was used whose object cannot be: the text names the object and what became of it.

@@ -63,6 +63,7 @@ std::ostream& operator<<(std::ostream& out, VakVarEquality equality);
 
 /// Compares two numbers, variables, terms or expressions, of which one is no number, as in
 /// "2 * x <= y + 3".
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakRelation operator<=(A&& a, B&& b) {
@@ -70,6 +71,7 @@ requires VakLinearOperands<A, B>
                                   VakNumber<std::remove_cvref_t<A>>);
 }
 /// The same from the other side.
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class A, class B>
 requires VakLinearOperands<A, B>
 [[nodiscard]] VakRelation operator>=(A&& a, B&& b) {
@@ -78,6 +80,7 @@ requires VakLinearOperands<A, B>
                                      VakNumber<std::remove_cvref_t<A>>);
 }
 /// Two variables have an operator of their own, which can also be read as a truth value.
+/// Threads: read-shared, as the operands are. Phases: open.
 template <class A, class B>
 requires(VakLinearOperands<A, B> && !(std::derived_from<std::remove_cvref_t<A>, VakNumVar> &&
                                       std::derived_from<std::remove_cvref_t<B>, VakNumVar>))

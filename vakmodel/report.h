@@ -27,4 +27,5 @@ inline void VakReport(VakEnvI* env, const VakExtractableI* e, const VakChange& c
 /// being told.
 void VakReportAgain(VakEnvI* env, const VakExtractableI* e, const VakChange& change) noexcept;
 /// True while that goes on in this thread: who refuses now has not got the state back.
+/// Threads: thread safe. Phases: any.
 [[nodiscard]] bool VakIsReportingAgain() noexcept;

@@ -21,6 +21,8 @@ enum class VakStatus : unsigned char {
 };
 
 /// The status in words, as in "infeasible or unbounded"; of static lifetime.
+/// Threads: thread safe. Phases: any.
 [[nodiscard]] const char* VakGetStatusName(VakStatus status);
 /// Writes the status in words.
+/// Threads: confined, as the stream is. Phases: any.
 std::ostream& operator<<(std::ostream& out, VakStatus status);

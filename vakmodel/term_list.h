@@ -98,6 +98,7 @@ static_assert(sizeof(VakTermListI) == 24);
 ///
 /// Threads: read-shared, as the object that it belongs to.
 /// Phases: open, as long as that object.
+/// Gives back: the destructor gives the terms back.
 struct VakOwnTermsI : VakTermListI {
   explicit VakOwnTermsI(VakEnvI* e) : env(e) {}
   ~VakOwnTermsI() { clear(env); }

@@ -17,8 +17,10 @@
 class VakVarEquality;
 
 /// The kind in words, as in "Boolean"; of static lifetime.
+/// Threads: thread safe. Phases: any.
 [[nodiscard]] const char* VakGetKindName(VakVarKind kind);
 /// Writes the kind in words.
+/// Threads: confined, as the stream is. Phases: any.
 std::ostream& operator<<(std::ostream& out, VakVarKind kind);
 
 /// Handle of a variable; see VakExtractable.

@@ -78,6 +78,7 @@ class VakFileError : private VakErrorText, public VakException {
 /// VakFileError and std::bad_alloc; the environment has no object more then.
 ///
 /// Threads: confined, since it makes objects.
+/// Phases: open.
 [[nodiscard]] VakModel VakReadModel(VakEnv env, const char* file,
                                     VakFileFormat format = VakFileFormat::ByName);
 [[nodiscard]] VakModel VakReadModel(VakEnv env, std::string_view file,

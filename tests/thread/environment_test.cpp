@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "tests/support/scoped_env.h"
+#include "vakenv/arrays.h"
 #include "vakenv/core/create.h"
+#include "vakenv/inspect/memory_report.h"
 #include "vakenv/memory/env_object.h"
 #include "vakenv/memory/memory_manager_object.h"
 #include "vakenv/registry/destroyable.h"
@@ -119,6 +121,27 @@ TEST(SharedEnvironment, ServesTextsAndBlocksToAllThreads) {
   });
   EXPECT_EQ(mistakes, 0);
   EXPECT_EQ(env->getMemoryUsage(), usage);
+}
+
+TEST(SharedEnvironment, CountsTheArraysOfAllThreads) {
+  const InstalledMutex mutex;
+  const VakScopedEnv env;
+  env->useMTSafeAllocation(1);
+  const VakMemoryReport before(env.env);
+  std::vector<VakNumArray> kept(Threads, VakNumArray(static_cast<VakArrayI*>(nullptr)));
+  runInThreads([&](int number) {
+    for (int round = 0; round < Rounds; ++round) {
+      VakNumArray array(env.env, round);
+      for (int i = 0; i < 20; ++i) array.add(i);
+      array.end();
+    }
+    kept[static_cast<std::size_t>(number)] = VakNumArray(env.env, 100);
+  });
+  const VakMemoryReport difference = VakMemoryReport(env.env) - before;
+  EXPECT_EQ(difference.arrays.count, Threads);
+  EXPECT_EQ(difference.arrays.bytes, difference.inUse);
+  for (VakNumArray& array : kept) array.end();
+  EXPECT_EQ(VakMemoryReport(env.env).arrays, before.arrays);
 }
 
 TEST(SharedEnvironment, BooksEveryIdentifierOnce) {

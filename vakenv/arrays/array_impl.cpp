@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 #include <new>
+#include <typeinfo>
 
 #include "vakbase/fault_text.h"
 #include "vakbase/memory_inspection.h"
@@ -28,6 +29,62 @@ VakInt addCounts(VakInt a, VakInt b) {
   VakInt sum = 0;
   if (__builtin_add_overflow(a, b, &sum)) throw std::bad_alloc();
   return sum;
+}
+
+// The environment whose own memory manager this is, else null. One of a class derived from that has
+// its own ways.
+VakEnvI* environmentOf(const VakGenAlloc& manager) {
+  if (&typeid(manager) != &typeid(VakTarnAlloc)) return nullptr;
+  return static_cast<const VakTarnAlloc&>(manager).env;
+}
+
+// A table is a power of two of words, and so are the chunks of most arrays: what serves a request
+// of such a size is as large as it.
+static_assert([] {
+  for (VakInt bytes = sizeof(char*); bytes < VakMemory::LargestSize; bytes *= 2) {
+    if (VakMemory::getElementSize(VakMemory::getIndex(bytes)) != bytes) return false;
+  }
+  return true;
+}());
+
+// Bytes of the element that serves a request of another size.
+[[gnu::noinline]] VakInt roundedBytes(unsigned long bytes) {
+  if (bytes == 0) return 0;
+  return VakMemory::getElementSize(VakMemory::getIndex(static_cast<VakInt>(bytes)));
+}
+
+// Bytes of the element that serves a request.
+VakInt elementBytes(unsigned long bytes) {
+  const bool isPower = (bytes & (bytes - 1)) == 0 && bytes >= sizeof(char*);
+  return isPower ? static_cast<VakInt>(bytes) : roundedBytes(bytes);
+}
+
+// Where the storage of an array comes from. What the memory manager of an environment does is done
+// here without a virtual call, which is worth it for many chunks.
+class Source {
+ public:
+  explicit Source(const VakGenAlloc* manager) : _manager(manager), _env(environmentOf(*manager)) {}
+
+  [[nodiscard]] void* take(unsigned long bytes) const {
+    return _env != nullptr ? _env->allocate(bytes) : _manager->alloc(bytes);
+  }
+  void giveBack(void* storage, unsigned long bytes) const {
+    if (_env == nullptr) {
+      _manager->free(storage, bytes);
+    } else if (bytes != 0) {
+      _env->giveBack(storage, bytes);
+    }
+  }
+
+ private:
+  const VakGenAlloc* _manager;
+  VakEnvI* _env;  // Null for a manager of no environment.
+};
+
+// Counts storage that an array got, or lost: tables, and the bytes of tables and chunks.
+void count(const VakGenAlloc* manager, VakInt tables, VakInt bytes) {
+  VakEnvI* env = environmentOf(*manager);
+  if (env != nullptr) env->_arrayTally.count(tables, bytes, env->_localEnv != nullptr);
 }
 
 // Moves a run, which may overlap its old place. Removing at the front moves one element from chunk
@@ -70,7 +127,9 @@ VakArrayI::VakArrayI(VakGenAlloc* alloc, VakInt max, VakInt size, VakInt mod, Va
       _size(size),
       _mod(mod),
       _shift(shift),
-      _data(data) {}
+      _data(data) {
+  if (data != nullptr) countStorage();
+}
 
 VakArrayI::VakArrayI(VakEnvI* env, VakInt max, VakInt size, VakInt mod, VakInt shift,
                      VakInt elementSize, char** data)
@@ -122,6 +181,11 @@ unsigned long VakArrayI::chunkBytes(VakInt shift) const {
   return static_cast<unsigned long>(_elementSize) << shift;
 }
 
+// Bytes of the elements that serve a table of 2^`shift` pointers with so many chunks.
+VakInt VakArrayI::storageBytes(VakInt chunks, VakInt shift) const {
+  return static_cast<VakInt>(tableBytes(shift)) + chunks * elementBytes(chunkBytes(shift));
+}
+
 // A table of 2^`shift` null pointers.
 char** VakArrayI::allocTable(VakInt shift) const {
   auto** table = static_cast<char**>(_memoryManager->alloc(tableBytes(shift)));
@@ -129,31 +193,46 @@ char** VakArrayI::allocTable(VakInt shift) const {
   return table;
 }
 
-char* VakArrayI::allocChunk(VakInt shift) const {
-  return static_cast<char*>(_memoryManager->alloc(chunkBytes(shift)));
-}
-
-// Gives back a table of 2^`shift` pointers and every chunk in it.
-void VakArrayI::freeStorage(char** table, VakInt shift) const {
+// Gives back a table of 2^`shift` pointers and every chunk in it; returns how many those were.
+VakInt VakArrayI::freeStorage(char** table, VakInt shift) const {
+  const Source source(_memoryManager);
   const unsigned long bytes = chunkBytes(shift);
   const VakInt length = VakInt{1} << shift;
+  VakInt chunks = 0;
   for (VakInt k = 0; k < length; ++k) {
-    if (table[k] != nullptr) _memoryManager->free(table[k], bytes);
+    if (table[k] == nullptr) continue;
+    source.giveBack(table[k], bytes);
+    ++chunks;
   }
-  _memoryManager->free(table, tableBytes(shift));
+  source.giveBack(table, tableBytes(shift));
+  return chunks;
+}
+
+// Counts storage that somebody else took from the memory manager. Numbers that do not agree tell
+// nothing of it, and it is left alone.
+void VakArrayI::countStorage() const {
+  constexpr VakInt longestShift = 31;
+  if (_shift < 0 || _shift > longestShift || _mod != chunkLength() - 1) return;
+  if (environmentOf(*_memoryManager) == nullptr) return;
+  char* const none = nullptr;
+  const auto chunks = std::find(_data, _data + chunkLength(), none) - _data;
+  count(_memoryManager, 1, storageBytes(chunks, _shift));
 }
 
 void VakArrayI::allocData(VakInt n) {
   requireAddressable(n, _shift);
   char** table = allocTable(_shift);
+  const Source source(_memoryManager);
+  const unsigned long bytes = chunkBytes(_shift);
   const VakInt chunks = ((std::max(n, VakInt{1}) - 1) >> _shift) + 1;
   try {
-    for (VakInt k = 0; k < chunks; ++k) table[k] = allocChunk(_shift);
+    for (VakInt k = 0; k < chunks; ++k) table[k] = static_cast<char*>(source.take(bytes));
   } catch (...) {
     freeStorage(table, _shift);
     throw;
   }
   _data = table;
+  count(_memoryManager, 1, storageBytes(chunks, _shift));
 }
 
 void VakArrayI::zeroData() {
@@ -165,7 +244,8 @@ void VakArrayI::zeroData() {
 
 void VakArrayI::clear() {
   if (_data == nullptr) return;
-  freeStorage(_data, _shift);
+  const VakInt chunks = freeStorage(_data, _shift);
+  count(_memoryManager, -1, -storageBytes(chunks, _shift));
   _data = nullptr;
   _size = 0;
   _max = 0;
@@ -202,17 +282,19 @@ void VakArrayI::growWithinCapacity(VakInt n) {
 // Allocates the missing chunks from `first` on, in steps of 1 or -1, up to but without `end`; gives
 // them back if one of them cannot be had, so that no hole stays in the table.
 void VakArrayI::allocChunks(VakInt first, VakInt end, VakInt step) {
+  const unsigned long bytes = chunkBytes(_shift);
   VakInt k = first;
   try {
-    for (; k != end; k += step) _data[k] = allocChunk(_shift);
+    for (; k != end; k += step) _data[k] = static_cast<char*>(_memoryManager->alloc(bytes));
   } catch (...) {
     while (k != first) {
       k -= step;
-      _memoryManager->free(_data[k], chunkBytes(_shift));
+      _memoryManager->free(_data[k], bytes);
       _data[k] = nullptr;
     }
     throw;
   }
+  count(_memoryManager, 0, (end - first) * step * elementBytes(bytes));
 }
 
 // 1. The new geometry, in locals: the old one describes the old storage until that is gone.
@@ -234,8 +316,10 @@ void VakArrayI::growCapacity(VakInt n) {
   }
   requireAddressable(n, shift);
   char** table = allocTable(shift);
-  const VakInt filled = moveChunks(table, shift);
-  if (_data != nullptr) freeStorage(_data, _shift);
+  const auto [filled, moved] = moveChunks(table, shift);
+  VakInt gained = storageBytes(filled, shift);
+  if (_data != nullptr) gained -= storageBytes(moved + freeStorage(_data, _shift), _shift);
+  count(_memoryManager, _data != nullptr ? 0 : 1, gained);
   _data = table;
   _max = max;
   _shift = shift;
@@ -245,17 +329,18 @@ void VakArrayI::growCapacity(VakInt n) {
 }
 
 // Moves the elements in use into chunks of 2^`shift` elements, entered in `table`; returns how many
-// those are. If memory runs out the new storage goes back, and the array is cleared if a part of
-// the old storage is already gone.
-VakInt VakArrayI::moveChunks(char** table, VakInt shift) {
+// those are, and how many old ones were given back. If memory runs out the new storage goes back,
+// and the array is cleared if a part of the old storage is already gone.
+VakArrayI::Moved VakArrayI::moveChunks(char** table, VakInt shift) {
   const VakInt oldLength = _data != nullptr ? chunkLength() : 0;
   const VakInt length = VakInt{1} << shift;
   const unsigned long oldBytes = chunkBytes(_shift);
+  const unsigned long bytes = chunkBytes(shift);
   VakInt filled = 0;
   VakInt moved = 0;
   try {
     for (VakInt placed = 0; placed < _size; placed += length) {
-      char* to = table[filled] = allocChunk(shift);
+      char* to = table[filled] = static_cast<char*>(_memoryManager->alloc(bytes));
       ++filled;
       for (VakInt room = length; room >= oldLength && moved < oldLength && _data[moved] != nullptr;
            room -= oldLength) {
@@ -267,10 +352,11 @@ VakInt VakArrayI::moveChunks(char** table, VakInt shift) {
     }
   } catch (...) {
     freeStorage(table, shift);
+    count(_memoryManager, 0, -moved * elementBytes(oldBytes));
     if (moved > 0) clear();
     throw;
   }
-  return filled;
+  return {filled, moved};
 }
 
 // ---- Editing ------------------------------------------------------------------------------------

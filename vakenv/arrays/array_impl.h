@@ -48,7 +48,7 @@ class VakArrayI : public VakMemoryManagerObjectI {
   VakArrayI(VakEnvI* env, VakInt size, VakInt elementSize);
 
   /// Takes over `data` and its chunks, which must come from `alloc` and agree with the numbers:
-  /// nothing is checked or allocated.
+  /// nothing is checked or allocated. In an environment the chunks are counted.
   VakArrayI(VakGenAlloc* alloc, VakInt max, VakInt size, VakInt mod, VakInt shift,
             VakInt elementSize, char** data);
   /// The same in the memory of an environment.
@@ -146,15 +146,21 @@ class VakArrayI : public VakMemoryManagerObjectI {
   char** _data;         ///< The table, owned with its chunks; null when there is no storage.
 
  private:
+  // Chunks that growing filled, and old ones that it emptied and gave back.
+  struct Moved {
+    VakInt filled;
+    VakInt emptied;
+  };
   [[nodiscard]] VakInt chunkLength() const { return VakInt{1} << _shift; }
   void requireAddressable(VakInt n, VakInt shift) const;
   [[nodiscard]] unsigned long chunkBytes(VakInt shift) const;
   [[nodiscard]] char** allocTable(VakInt shift) const;
-  [[nodiscard]] char* allocChunk(VakInt shift) const;
-  void freeStorage(char** table, VakInt shift) const;
+  VakInt freeStorage(char** table, VakInt shift) const;
+  void countStorage() const;
+  [[nodiscard]] VakInt storageBytes(VakInt chunks, VakInt shift) const;
   void growWithinCapacity(VakInt n);
   void growCapacity(VakInt n);
-  VakInt moveChunks(char** table, VakInt shift);
+  Moved moveChunks(char** table, VakInt shift);
   void allocChunks(VakInt first, VakInt end, VakInt step);
   void copyRuns(VakInt to, const VakArrayI* other, VakInt from, VakInt n, VakInt longestRun);
 };

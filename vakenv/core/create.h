@@ -28,6 +28,7 @@ struct VakEnvMemory {
 /// allocator for a class that holds a memory manager. Deleted with `delete`, or with the
 /// environment if it registers itself there, which is why the result may be ignored. Throws
 /// std::bad_alloc and whatever the constructor throws.
+/// Gives back: `delete`, or the environment's end.
 template <class T, class... Args>
 T* VakCreate(VakEnvI* env, Args&&... args) {
   if constexpr (std::is_constructible_v<T, VakEnvI*, Args...>) {
@@ -38,6 +39,7 @@ T* VakCreate(VakEnvI* env, Args&&... args) {
 }
 
 /// The same for a handle; an empty one throws VakEmptyHandleException "VakEnv: Using empty handle".
+/// Gives back: `delete`, or the environment's end.
 template <class T, class... Args>
 T* VakCreate(VakEnv env, Args&&... args) {
   if (env.getImpl() == nullptr) throw VakEmptyHandleException("VakEnv: Using empty handle");

@@ -22,6 +22,7 @@
 
 #include "vakbase/fixed_size_allocator.h"
 #include "vakbase/memory.h"
+#include "vakenv/arrays/array_tally.h"
 #include "vakenv/core/local_env.h"
 #include "vakenv/core/multithreading.h"
 #include "vakenv/fwd.h"
@@ -83,8 +84,9 @@ class VakEnvI {
 
   /// Proves the invariants of everything the environment holds: the pool with its free lists, the
   /// record, identifiers and extractables, destroyables, typed lists, algorithms, plug-ins, the
-  /// running removal, clones, symbols, shared domains, properties, mark arrays. Arrays that others
-  /// made are known to the checked build alone, which proves them too. Returns an empty text if all
+  /// running removal, clones, symbols, shared domains, properties, mark arrays, the counts of
+  /// arrays. Where arrays are that others made is known to the checked build alone, which proves
+  /// each of them, and the counts by them. Returns an empty text if all
   /// hold; else a line for each structure that is broken, which names it and what is wrong with
   /// which value. When the pool is broken, that is the only line, for what lies in it cannot be
   /// trusted.
@@ -351,6 +353,7 @@ class VakEnvI {
   VakInt _endedSteps = 0;      ///< Steps of end() that are done: 0 while alive, 16 when ended.
   VakRegistryState _registry;  ///< Walks, lists of the running removal, locks of thread-safe mode.
   VakEnvLifeNote _life;        ///< For those who may outlive the environment and have to notice.
+  VakArrayTally _arrayTally;   ///< What arrays hold in the memory of this environment.
 
  private:
   void makeServices();

@@ -51,17 +51,21 @@ class VakRecursiveEnvMutex final : public VakBaseEnvMutex {
 ///
 /// Threads: confined: no other thread may make an environment or call this, VakIsMTEnabled or
 ///     VakEndMT meanwhile.
+/// Phases: any.
+/// Gives back: VakEndMT.
 void VakInitMT(VakBaseEnvMutex* mutex);
 
 /// True while a mutex is installed.
 ///
 /// Threads: read-shared: not while another thread installs or uninstalls one.
+/// Phases: any.
 [[nodiscard]] bool VakIsMTEnabled();
 
 /// Uninstalls the mutex. Existing environments keep their copy of the pointer. The mutex is deleted
 /// only if VakEnvI::DeleteMutex was set, which the library itself never does.
 ///
 /// Threads: confined, as VakInitMT.
+/// Phases: any.
 void VakEndMT();
 
 /// Holds the mutex that a pointer names, or nothing when it is null, for the life of a scope.

@@ -9,6 +9,7 @@
 #include "vakenv/arrays/array_impl.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/memory/id_manager.h"
+#include "vakenv/memory/tarn_alloc.h"
 #include "vakenv/plugins/plugin_manager.h"
 #include "vakenv/registry/clone_manager.h"
 #include "vakenv/registry/recycle_bin.h"
@@ -34,15 +35,31 @@ class Findings {
   std::string _text;
 };
 
+// What arrays hold by the counts: each has a table, and a table takes a word at least.
+std::string checkTally(const VakArrayTally& tally) {
+  constexpr auto smallestTable = static_cast<VakInt>(sizeof(char*));
+  const VakInt tables = tally.getTables();
+  const VakInt bytes = tally.getBytes();
+  if (tables >= 0 && bytes >= tables * smallestTable) return "";
+  return VakFaultText("the counts are ", bytes, " bytes of ", tables, " tables");
+}
+
 // Every array in the pool, whoever made it. Only the checked build knows where they are.
 std::string checkArrays([[maybe_unused]] const VakMemoryInspection& pool,
-                        [[maybe_unused]] const VakMemory& memory) {
+                        [[maybe_unused]] const VakEnvI& env) {
   if constexpr (VakChecksMemory) {
-    for (const VakMemoryLedger::Element& element : VakMemoryLedger::GetElements(&memory)) {
+    VakInt tables = 0;
+    for (const VakMemoryLedger::Element& element : VakMemoryLedger::GetElements(&env._memory)) {
       if (element.type == nullptr || *element.type != typeid(VakArrayI)) continue;
       const auto* array = static_cast<const VakArrayI*>(element.start);
       const std::string fault = array->check(&pool);
       if (!fault.empty()) return VakFaultText("array ", element.start, ": ", fault);
+      if (array->_memoryManager == env._allocator && array->_data != nullptr) ++tables;
+    }
+    // Arrays that do not lie in the pool themselves may have storage there as well.
+    if (tables > env._arrayTally.getTables()) {
+      return VakFaultText(tables, " have storage, but ", env._arrayTally.getTables(),
+                          " are counted");
     }
   }
   return "";
@@ -74,7 +91,8 @@ std::string VakEnvI::check() const {
   findings.add("symbols", _symbolTable->check(&pool));
   findings.add("shared domains", checkDomains(pool));
   findings.add("mark arrays", checkMarkArrays());
-  findings.add("arrays", checkArrays(pool, _memory));
+  const std::string tally = checkTally(_arrayTally);
+  findings.add("arrays", tally.empty() ? checkArrays(pool, *this) : tally);
   return findings.getText();
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <typeinfo>
 
 #include "vakbase/memory_ledger.h"
 #include "vakenv/arrays/array_impl.h"
@@ -73,28 +72,18 @@ std::vector<Type> listTypes(const VakEnvI* env, VakMemoryReport::Amount& identif
   return listOf(amounts);
 }
 
+VakMemoryReport::Amount describeArrays(const VakArrayTally& tally) {
+  const VakInt arrays = tally.getTables();
+  return {arrays, arrays * elementBytes(sizeof(VakArrayI)) + tally.getBytes()};
+}
+
 // What the book of the checked build knows, where there is one. Kept from the compiler elsewhere: a
 // build without optimisation would link what is never called.
 #ifdef VAK_CHECKED_MEMORY
-// An array with its table and its chunks.
-VakInt arrayBytes(const VakArrayI* array) {
-  VakInt bytes = elementBytes(sizeof(VakArrayI));
-  if (array->_data == nullptr) return bytes;
-  const VakInt length = array->_mod + 1;
-  bytes += elementBytes(length * static_cast<VakInt>(sizeof(char*)));
-  for (VakInt k = 0; k < length && array->_data[k] != nullptr; ++k) {
-    bytes += elementBytes(length * array->_elementSize);
-  }
-  return bytes;
-}
-
 void describeElements(const VakEnvI* env, VakMemoryReport& report) {
   Amounts amounts;
   for (const VakMemoryLedger::Element& element : VakMemoryLedger::GetElements(&env->_memory)) {
     count(amounts, VakMemoryLedger::GetTypeName(element.type), element.elementSize);
-    if (element.type == nullptr || *element.type != typeid(VakArrayI)) continue;
-    ++report.arrays.count;
-    report.arrays.bytes += arrayBytes(static_cast<const VakArrayI*>(element.start));
   }
   report.made = listOf(amounts);
 }
@@ -156,6 +145,7 @@ VakMemoryReport::VakMemoryReport(VakEnv handle) {
   terms = describe(*env->_termAllocator, memory.getCompanionGrowth());
   types = listTypes(env, identifiers);
   symbols = {env->_symbolTable->getSize(), env->_symbolTable->getMemoryUsage()};
+  arrays = describeArrays(env->_arrayTally);
   describeElements(env, *this);
   inUse = env->getMemoryUsage();
   obtained = env->getTotalMemoryUsage();

@@ -65,7 +65,7 @@ struct VakMemoryReport {
   explicit VakMemoryReport(VakEnv handle);
 
   bool isPooled = false;   ///< Memory came from the pool; false with VAK_NO_MEMORY_MANAGER.
-  bool isChecked = false;  ///< The checked build, which alone knows `arrays` and `made`.
+  bool isChecked = false;  ///< The checked build, which alone knows `made`.
 
   std::vector<SizeClass> classes;  ///< Those ever used, by element size; without the pool of terms.
   SizeClass terms;                 ///< The pool of the terms of expressions.
@@ -73,9 +73,10 @@ struct VakMemoryReport {
                             ///< keep beside themselves is not in here.
   Amount identifiers;       ///< Identifiers in use, and the bytes of the whole table.
   Amount symbols;           ///< Symbols, and the bytes of their names and tables.
-  Amount arrays;            ///< Arrays with their chunks; 0 outside the checked build.
-  std::vector<Type> made;   ///< All elements in use, by what was made in them; empty outside the
-                            ///< checked build.
+  Amount arrays;  ///< Arrays that have storage from the environment's own memory manager, and the
+                  ///< bytes of array objects, tables and chunks. One that was cleared holds none.
+  std::vector<Type> made;  ///< All elements in use, by what was made in them; empty outside the
+                           ///< checked build.
 
   VakInt inUse = 0;      ///< Bytes of live elements: VakEnv::getMemoryUsage.
   VakInt obtained = 0;   ///< Bytes obtained from the heap: VakEnv::getTotalMemoryUsage.

@@ -136,7 +136,7 @@ std::ostream& operator<<(std::ostream& out, const VakMemoryReport& report) {
   table.heading("held by the environment", {"count", "bytes"});
   table.line("  identifiers", {report.identifiers.count, report.identifiers.bytes});
   table.line("  symbols", {report.symbols.count, report.symbols.bytes});
-  if (report.isChecked) table.line("  arrays", {report.arrays.count, report.arrays.bytes});
+  table.line("  arrays", {report.arrays.count, report.arrays.bytes});
   table.typeLines("everything in use", report.made);
   table.heading("total", {"bytes"});
   table.line("  in use", {report.inUse});
@@ -154,7 +154,7 @@ std::string VakMemoryReport::toJson() const {
       .raw("types", ::toJson(types))
       .raw("identifiers", ::toJson(identifiers))
       .raw("symbols", ::toJson(symbols))
-      .raw("arrays", isChecked ? ::toJson(arrays) : "null")
+      .raw("arrays", ::toJson(arrays))
       .raw("made", isChecked ? ::toJson(made) : "null")
       .member("inUse", inUse)
       .member("obtained", obtained)

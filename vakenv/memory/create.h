@@ -19,6 +19,8 @@
 
 /// Takes `size` bytes from `memory` (anything with `take` and `giveBack`) and constructs a T from
 /// `args` in them; gives the bytes back if the construction throws.
+/// Threads: confined, as the memory is. Phases: any, as long as the memory serves.
+/// Gives back: `delete`.
 template <class T, class Memory, class... Args>
 [[nodiscard]] T* VakConstructIn(Memory memory, Args&&... args) {
   static_assert(alignof(T) <= 16, "the library's memory is aligned to 16 bytes at most");
@@ -47,12 +49,14 @@ struct VakManagerMemory {
 
 /// A new T in the memory of `allocator`, constructed from (`allocator`, `args`...). Deleted with
 /// `delete`. Throws std::bad_alloc and whatever the constructor throws.
+/// Gives back: `delete`.
 template <class T, class... Args>
 [[nodiscard]] T* VakCreate(VakGenAlloc* allocator, Args&&... args) {
   return VakConstructIn<T>(VakManagerMemory{allocator}, allocator, std::forward<Args>(args)...);
 }
 
 /// The same for the handle of a memory manager.
+/// Gives back: `delete`.
 template <class T, class... Args>
 [[nodiscard]] T* VakCreate(VakMemoryManager manager, Args&&... args) {
   return VakCreate<T>(manager.getImpl(), std::forward<Args>(args)...);

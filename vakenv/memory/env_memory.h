@@ -34,6 +34,7 @@ void VakFreeLocally(VakEnvI* env, void* p, unsigned long size);
 /// `size` bytes of the environment's memory: through its local environment when one is installed,
 /// else from the size class; null for 0. Throws std::bad_alloc. With a constant size this is a
 /// free-list pop.
+/// Gives back: VakFreeIn.
 [[nodiscard]] inline void* VakAllocateIn(VakEnvI* env, unsigned long size) {
   if (VakHasLocalEnv(env)) [[unlikely]]
     return VakAllocateLocally(env, size);

@@ -14,6 +14,7 @@
 ///
 /// Threads: confined; made for one operation.
 /// Phases: open, for the length of one operation.
+/// Gives back: end() takes back the extension that writing made.
 class VakExtensionSlot {
  public:
   /// Neither is owned; both have to outlive this.

@@ -151,8 +151,10 @@ std::ostream& operator<<(std::ostream& out, VakNamedPropertySet set);
 // exception that is thrown.
 
 /// Throws VakNamedPropertySet::NotPresent with a copy of `name`, which is cut when it is long.
+/// Threads: thread safe. Phases: any.
 [[noreturn]] void VakThrowNotPresent(std::string_view name);
 /// Throws VakNamedPropertySet::BadType with a copy of `name`, which is cut when it is long.
+/// Threads: thread safe. Phases: any.
 [[noreturn]] void VakThrowBadType(std::string_view name);
 
 /// A property of the name exists but is of another kind:

@@ -41,6 +41,7 @@ template <class Kind>
 
 /// Fills `result` with a handle on the owner's property of this name. Throws
 /// VakNamedPropertySet::NotPresent when there is none, BadType when it is of another kind.
+/// Threads: read-shared, as the owner is. Phases: open, as long as the owner.
 template <class Kind, class Owner>
 void VakGetPropertyI(const char* name, const Owner* owner, Kind& result) {
   result = VakAsPropertyKind<Kind>(name, owner->getProperty(name));
@@ -48,6 +49,7 @@ void VakGetPropertyI(const char* name, const Owner* owner, Kind& result) {
 
 /// Fills `value` with the value of the owner's property of this name; a text is the property's own
 /// copy. Throws as VakGetPropertyI does.
+/// Threads: read-shared, as the owner is. Phases: open, as long as the owner.
 template <class Kind, class Owner>
 void VakGetPropertyValueI(const char* name, const Owner* owner,
                           typename Kind::EmbeddedType& value) {
@@ -59,6 +61,7 @@ void VakGetPropertyValueI(const char* name, const Owner* owner,
 /// Gives the owner's property of this name a new value, or makes the property in the owner's
 /// allocator and adds it. Throws BadType when the property is of another kind, and what addProperty
 /// of the owner throws; a fresh property is deleted then.
+/// Threads: confined, as the owner is. Phases: open, as long as the owner.
 template <class Kind, class Owner>
 void VakSetPropertyValueI(const char* name, Owner* owner, typename Kind::EmbeddedType value) {
   const VakNamedPropertySetI* set = owner->getProperties();
@@ -77,6 +80,7 @@ void VakSetPropertyValueI(const char* name, Owner* owner, typename Kind::Embedde
 }
 
 /// The same for a name of a known length, which is copied only when a property is made.
+/// Threads: confined, as the owner is. Phases: open, as long as the owner.
 template <class Kind, class Owner>
 void VakSetPropertyValueI(std::string_view name, Owner* owner, typename Kind::EmbeddedType value) {
   const VakNamedPropertySetI* set = owner->getProperties();
@@ -117,6 +121,7 @@ struct VakPropertyKindOf<void*> {
 
 /// The value of the property of this name, a `const char*` or a std::string_view, of whatever has
 /// getProperty(name).
+/// Threads: read-shared, as the source is. Phases: open, as long as the source.
 template <class T, class Source, class Name>
 [[nodiscard]] typename VakPropertyKindOf<T>::Kind::EmbeddedType VakReadProperty(
     const Source& source, Name name) {
@@ -129,6 +134,7 @@ template <class T, class Source, class Name>
 }
 
 /// The same, or `fallback` when there is no property of this name.
+/// Threads: read-shared, as the source is. Phases: open, as long as the source.
 template <class T, class Source, class Name>
 [[nodiscard]] typename VakPropertyKindOf<T>::Kind::EmbeddedType VakReadProperty(
     const Source& source, Name name, T fallback) {

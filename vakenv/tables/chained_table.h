@@ -44,6 +44,7 @@ inline constexpr VakInt VakHashMaxBuckets = VakInt{1} << 59;
 /// What tables of objects by their address hash and compare with. The number of buckets must be a
 /// power of two, which doubling keeps. Both tables recognise these two functions and then work
 /// without calling them.
+/// Threads: thread safe. Phases: any.
 template <class K>
 [[nodiscard]] VakInt VakHashAddress(K key, VakInt size) {
   constexpr int uselessBits = 5;  // objects are rarely closer together than 32 bytes
@@ -92,6 +93,7 @@ class VakHashItem {
 /// functions must answer the same for the same arguments and must not change the table.
 /// Threads: read-shared, as the table that derives from it.
 /// Phases: any, as long as the memory of that table serves.
+/// Gives back: end() takes back items and buckets; keys and values are the caller's.
 template <class Table, class K, class V>
 class VakChainedTable {
  public:

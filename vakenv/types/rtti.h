@@ -23,10 +23,12 @@ using VakTypeInfo = void (*)();
 
 /// The type info of the declared parent of the class that `type` stands for; null for the root.
 /// `type` must not be null.
+/// Threads: thread safe. Phases: any.
 [[nodiscard]] VakTypeInfo VakGetBaseTypeInfo(VakTypeInfo type);
 
 /// Keeps two functions with equal bodies apart even when a linker folds identical code: the
 /// function that calls this refers to `word`, which no other class shares.
+/// Threads: thread safe. Phases: any.
 inline void VakKeepDistinct(const VakInt& word) { asm volatile("" : : "r"(&word)); }
 
 /// The answer 1 of isType, behind a branch of its own: compilers would otherwise compare all levels

@@ -225,7 +225,8 @@ const std::vector<VakFaultOperation> _operations = {
                        .afterSuccess = [&] { return checkCounting(array); },
                        .mayKeep = Cleared};
      }},
-    {"grow an array past its capacity", "VakArrayI::grow VakArrayI::getSize VakArrayI::element",
+    {"grow an array past its capacity",
+     "VakArrayI::grow VakArrayTally::count* VakArrayI::getSize VakArrayI::element",
      [](VakStage& s) {
        auto& array = s.keep<VakIntArray>(makeCounting(s, 64));
        return VakScene{.act = [&] { array.getImpl()->grow(5000); },

@@ -39,7 +39,8 @@ const std::vector<VakFaultOperation> _operations = {
     {"report the memory of an environment",
      "VakMemoryReport::VakMemoryReport VakMemoryReport::operator== "
      "VakMemoryReport::Amount::operator== VakMemoryReport::SizeClass::operator== "
-     "VakMemoryReport::Type::operator== VakMemory::getHighWater VakSymbolTable::getMemoryUsage",
+     "VakMemoryReport::Type::operator== VakMemory::getHighWater VakSymbolTable::getMemoryUsage "
+     "VakArrayTally::getTables VakArrayTally::getBytes",
      [](VakStage& s) {
        auto& w = s.keep<VakModelWorld>(s);
        w.env.makeSymbol("flow");
@@ -54,6 +55,8 @@ const std::vector<VakFaultOperation> _operations = {
                              env->_symbolTable->getSize(), env->_symbolTable->getMemoryUsage()};
                          bool fine = report.symbols == symbols && report == VakMemoryReport(w.env);
                          fine = fine && report.highWater == env->_memory.getHighWater();
+                         fine = fine && report.arrays.count == env->_arrayTally.getTables() &&
+                                report.arrays.bytes > env->_arrayTally.getBytes();
                          return fine ? "" : "the report";
                        }};
      }},

@@ -152,6 +152,20 @@ TEST(VakCheckModels, FindsATermThatWasGivenBack) {
   EXPECT_EQ(VakCheckModels(env), "");
 }
 
+// With pooling the pool's own proof finds that its counts are wrong.
+TEST(VakCheckModels, FindsMoreTermsThanThereIsMemoryFor) {
+  VakUseUnpooledMemory();
+  VakScopedEnv scoped;
+  const VakNumVar x(scoped.env, "x");
+  const VakNumVar y(scoped.env, "y");
+  const VakNumExpr expr(scoped.env, x + y);
+  const auto& words = *scoped->_memory._allocators[VakMemory::getIndex(VakEnvI::TermSize)];
+  EXPECT_EQ(
+      VakCheckBroken(scoped->_termAllocator->_bytesInUse, VakEnvI::TermSize - words._bytesInUse,
+                     [&] { return VakCheckModels(scoped.env); }),
+      "terms: 2 are listed, more than the 24 bytes in use hold");
+}
+
 TEST(VakCheckModels, FindsMembersThatWereGivenBack) {
   VakUsePooledMemory();
   VakScopedEnv scoped;

@@ -145,6 +145,18 @@ TEST_P(CheckedEnvironment, FindsABrokenArrayOfAUser) {
                          ": the size exceeds the capacity"));
 }
 
+TEST_P(CheckedEnvironment, FindsAnArrayThatIsNotCounted) {
+  VakNumArray array(env, 5);
+  VakArrayTally& tally = env.getImpl()->_arrayTally;
+  const VakInt tables = tally.getTables();
+  EXPECT_EQ(env.check(), "");
+  tally.count(-1, 0, false);
+  EXPECT_EQ(env.check(),
+            VakFaultText("arrays: ", tables, " have storage, but ", tables - 1, " are counted"));
+  tally.count(1, 0, false);
+  array.end();
+}
+
 // ---- The list of what was left ------------------------------------------------------------------
 
 /// Keeps what is written, without memory of the heap, and finds out when two threads write at once.

@@ -398,6 +398,24 @@ TEST_P(EnvironmentCheck, FindsABrokenRecycleBin) {
   EXPECT_EQ(table, "recycle bin: destroyed: the chains hold 0 items of the 1 counted");
 }
 
+TEST_P(PoolCheck, FindsAnExtractableThatIsGoneInTheRecycleBin) {
+  auto* gone = static_cast<VakExtractableI*>(env->allocate(200));
+  env->giveBack(gone, 200);
+  std::string found;
+  script.onSweep = [&](VakTestNode&) {
+    VakExtractableRoll& deferred = env->_registry.deferred;
+    deferred.add(gone);
+    found = env->check();
+    deferred.dropLast();
+  };
+  auto* a = node("A");
+  node("B", {a});
+  env->removeFromAllAndDestroy(a, 0);
+  script.onSweep = nullptr;
+  EXPECT_EQ(found,
+            VakFaultText("recycle bin: deferred: element 0, ", at(gone), ", is free memory"));
+}
+
 TEST_P(EnvironmentCheck, FindsABrokenCloneTable) {
   auto* a = node("A");
   VakCloneManager& clones = *env->_cloneManager;
@@ -514,6 +532,11 @@ TEST_P(EnvironmentCheck, FindsABrokenTableOfSharedDomains) {
   env->getOrMakeSharedDomain(0.5, 1.5);
   EXPECT_EQ(with(env->_numDomains->_nbItems, 0),
             "shared domains: numeric: the chains hold more items than the 0 counted");
+  VakVarDomainI* wide = env->getOrMakeSharedDomain(0.5, 2.5);
+  VakNumSharedDomainHash::Iterator numbers(*env->_numDomains);
+  while (numbers->_value == wide) ++numbers;
+  EXPECT_EQ(with(numbers->_value, wide),
+            "shared domains: numeric: range [0.5, 1.5] leads to the domain [0.5, 2.5]");
 }
 
 TEST_P(EnvironmentCheck, FindsABrokenMarkArray) {
@@ -525,6 +548,21 @@ TEST_P(EnvironmentCheck, FindsABrokenMarkArray) {
   EXPECT_EQ(with(block[2], nullptr), "mark arrays: the capacity of a block is 0");
   EXPECT_EQ(with(block[0], block),
             VakFaultText("mark arrays: the list runs in a circle through ", at(block)));
+}
+
+TEST_P(EnvironmentCheck, FindsWrongCountsOfArrays) {
+  const VakInt tables = env->_arrayTally.getTables();
+  const VakInt bytes = env->_arrayTally.getBytes();
+  const auto after = [&](VakInt moreTables, VakInt moreBytes) {
+    env->_arrayTally.count(moreTables, moreBytes, false);
+    const std::string found = env->check();
+    env->_arrayTally.count(-moreTables, -moreBytes, false);
+    return found;
+  };
+  EXPECT_EQ(after(-tables - 1, 0),
+            VakFaultText("arrays: the counts are ", bytes, " bytes of -1 tables"));
+  EXPECT_EQ(after(2 - tables, 15 - bytes), "arrays: the counts are 15 bytes of 2 tables");
+  EXPECT_EQ(after(1, 8), "");
 }
 
 TEST_P(EnvironmentCheck, NamesEveryStructureThatIsBrokenOnALineOfItsOwn) {
