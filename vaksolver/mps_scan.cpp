@@ -10,6 +10,13 @@ constexpr std::size_t MostLine = 800;
 
 std::string quoted(std::string_view word) { return VakMakePrintable(word); }
 
+// Whether a line that gives something a number ends with one. The reader, which may take the words
+// to stand at fixed places, would look for the number behind the end of the line.
+bool endsWithNumber(std::string_view line) {
+  const auto words = VakGetWords(line);
+  return words.size() > 1 && VakIsNumber(words.back());
+}
+
 }  // namespace
 
 void VakMpsScanI::run(std::string_view content) {
@@ -160,6 +167,13 @@ void VakMpsScanI::visitFixed(std::string_view line) {
   if (line.size() > nameFrom) name = line.substr(nameFrom, isRow ? line.npos : nameSize);
   std::erase_if(name, [](unsigned char c) { return std::isspace(c) != 0; });
   const bool isMarker = line.find("'MARKER'") != line.npos;
+  const bool hasNumbers = (_section == Section::Columns && !isMarker) || _section == Section::Rhs ||
+                          _section == Section::Ranges;
+  if (hasNumbers && !endsWithNumber(line)) {
+    _fault.note(_number,
+                "this cannot be understood: " + quoted(line.substr(line.find_first_not_of(' '))));
+    return;
+  }
   if (isRow) noteRow(name);
   if (_section == Section::Columns && !isMarker) noteColumn(name);
   if (_section == Section::Bounds && VakGetWords(line)[0] == "SC") {

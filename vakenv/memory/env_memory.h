@@ -28,6 +28,7 @@ struct VakEnvMemoryPlace {
 }
 
 /// What VakAllocateIn and VakFreeIn do while a local environment is installed.
+/// Gives back: VakFreeLocally.
 [[nodiscard]] void* VakAllocateLocally(VakEnvI* env, unsigned long size);
 void VakFreeLocally(VakEnvI* env, void* p, unsigned long size);
 

@@ -222,6 +222,15 @@ TEST_F(Files, WithNullCharactersAreNoText) {
             "a.lp: this is no text file");
 }
 
+// Words at fixed places, since a name has a blank in it: the reader would look for the number
+// behind the end of the line.
+TEST_F(Files, WithFixedPlacesNeedANumberInThem) {
+  EXPECT_EQ(errorOf("a.mps",
+                    "ROWS\n N  COST\n L  A B\nCOLUMNS\n    X  Y      COST               1.0\n"
+                    "    X  Y      A B                1.0\nRHS\n    RHS       A'MAWYORK\nENDATA\n"),
+            "a.mps, line 8: this cannot be understood: RHS       A'MAWYORK");
+}
+
 TEST_F(Files, SayWhatIsWrongWithBounds) {
   EXPECT_EQ(
       errorOf("a.lp", "Minimize\n obj: x\nSubject To\n c: x >= 1\nBounds\n 3 <= x <= 2\nEnd\n"),
