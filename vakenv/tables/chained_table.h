@@ -218,8 +218,8 @@ class VakChainedTable {
 
   // Hashes and compares keys as VakHashAddress and VakCompareAddresses do, without calling them.
   struct AddressKeys {
-    static VakInt Hash(K key, VakInt size) { return VakHashAddress<K>(key, size); }
-    static bool AreEqual(K a, K b) { return a == b; }
+    VakInt hash(K key, VakInt size) const { return VakHashAddress<K>(key, size); }
+    bool areEqual(K a, K b) const { return a == b; }
   };
 
   // Hashes and compares keys by the functions of the caller.
@@ -227,8 +227,8 @@ class VakChainedTable {
     HashFunction _hash;
     CompareFunction _compare;
 
-    VakInt Hash(const K& key, VakInt size) const { return _hash(key, size); }
-    bool AreEqual(const K& a, const K& b) const { return _compare(a, b) != 0; }
+    VakInt hash(const K& key, VakInt size) const { return _hash(key, size); }
+    bool areEqual(const K& a, const K& b) const { return _compare(a, b) != 0; }
   };
 
   [[nodiscard]] bool hashesAddresses() const {
@@ -254,7 +254,7 @@ class VakChainedTable {
   // One comparison rules out negative indices too.
   template <class Keys>
   static VakInt IndexOf(Keys keys, const K& key, VakInt size) {
-    const VakInt index = keys.Hash(key, size);
+    const VakInt index = keys.hash(key, size);
     if (static_cast<unsigned long>(index) >= static_cast<unsigned long>(size)) [[unlikely]] {
       ThrowBadIndex();
     }
@@ -276,7 +276,7 @@ class VakChainedTable {
   // one, which holds null.
   template <class Keys>
   static Item** LinkOf(Keys keys, Item** link, const K& key) {
-    while (*link != nullptr && !keys.AreEqual((*link)->_key, key)) link = &(*link)->_next;
+    while (*link != nullptr && !keys.areEqual((*link)->_key, key)) link = &(*link)->_next;
     return link;
   }
 
@@ -394,7 +394,7 @@ class VakChainedTable {
       if (b < far) LookAhead(old + b);
       for (Item* item = old[b]; item != nullptr;) {
         Item* next = item->_next;
-        Item** bucket = fresh + AddressKeys::Hash(item->_key, 2 * size);
+        Item** bucket = fresh + AddressKeys().hash(item->_key, 2 * size);
         item->_next = *bucket;
         *bucket = item;
         item = next;
