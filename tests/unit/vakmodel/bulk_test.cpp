@@ -2,10 +2,14 @@
 
 #include <limits>
 #include <random>
+#include <string>
+#include <vector>
 
 #include "tests/support/model_listener.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test_deleter.h"
 #include "tests/unit/vakmodel/model_text.h"
+#include "vakenv/core/create.h"
 #include "vakmodel/model.h"
 
 namespace {
@@ -253,6 +257,106 @@ TEST_F(Bulk, LeavesNothingBehindWhenAnElementIsWrong) {
   EXPECT_EQ(VakTextOf(m), before);
   EXPECT_EQ(m.check(), "");
   EXPECT_LE(env.getMemoryUsage() - usage, 2048);
+}
+
+// Rows get the terms of several columns at once; one that is refused comes behind columns that were
+// made, and rows have older terms.
+TEST_F(Bulk, TakesTermsOutOfAllRowsWhenALaterColumnIsWrong) {
+  const VakNumVar old = m.addColumn(0, 1, 1, std::span(rows).first(2), std::vector<VakNum>{1, -1});
+  const std::string before = VakTextOf(m);
+  for (const VakNum wrong : {std::numeric_limits<VakNum>::max(),  // The sum is too large.
+                             std::numeric_limits<VakNum>::quiet_NaN()}) {
+    std::vector<VakNum> wrongCoefs = coefs;
+    wrongCoefs[3] = wrongCoefs[4] = wrong;
+    VakColumns columns;
+    columns.count = 3;
+    columns.rows = rows;
+    columns.matrix = {starts, members, wrongCoefs};
+    EXPECT_THROW(m.addColumns(columns), VakModelError);
+    EXPECT_EQ(VakTextOf(m), before);
+    EXPECT_EQ(m.check(), "");
+  }
+  EXPECT_EQ(rows[0].getCoef(old), 1);
+}
+
+// A deleter that is told of a new variable sees the terms of those before it.
+TEST_F(Bulk, ShowsADeleterTheRowsAsTheyGrow) {
+  class Looker : public VakTestDeleter {
+   public:
+    Looker(VakEnvI* e, VakTestScript& script, VakConstraint row)
+        : VakTestDeleter(e, script), _row(row) {}
+    void extractableAdded(VakExtractableI* /*e*/) override { seen.push_back(_row.getTermCount()); }
+    std::vector<VakInt> seen;
+
+   private:
+    VakConstraint _row;
+  };
+  VakTestScript script;
+  auto* looker = VakCreate<Looker>(env.getImpl(), script, rows[0]);
+  env.getImpl()->setDeleter(looker, 1);
+  VakColumns columns;
+  columns.count = 3;
+  columns.rows = rows;
+  columns.matrix = {starts, members, coefs};
+  m.addColumns(columns);
+  EXPECT_EQ(looker->seen, (std::vector<VakInt>{0, 1, 1}));
+  EXPECT_EQ(rows[0].getTermCount(), 2);
+  env.getImpl()->unsetDeleter();
+}
+
+// Columns that are added in one go and one by one give the same terms in the same order.
+TEST_F(Bulk, GivesTheSameInOneGoAsColumnByColumn) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 50; ++round) {
+    VakScopedEnv fresh;
+    std::vector<VakModel> models;
+    std::vector<std::vector<VakConstraint>> modelRows(2);
+    for (std::vector<VakConstraint>& own : modelRows) {
+      models.emplace_back(fresh.env);
+      for (int i = 0; i < 8; ++i) own.push_back(models.back().add(VakExpr() <= i));
+    }
+    std::vector<VakInt> from{0};
+    std::vector<int> in;
+    std::vector<VakNum> of;
+    std::vector<VakNum> ubs;
+    for (int j = 0; j < 12; ++j) {
+      const auto entries = random() % 6;
+      for (unsigned i = 0; i < entries; ++i) {
+        in.push_back(static_cast<int>(random() % 8));
+        of.push_back(static_cast<VakNum>(random() % 5) - 2);
+      }
+      from.push_back(static_cast<VakInt>(in.size()));
+      ubs.push_back(static_cast<VakNum>(1 + random() % 3));
+    }
+    VakColumns columns;
+    columns.count = ubs.size();
+    columns.ubs = ubs;
+    columns.objective = ubs;
+    columns.rows = modelRows[0];
+    columns.matrix = {from, in, of};
+    models[0].addColumns(columns);
+    for (std::size_t j = 0; j < ubs.size(); ++j) {
+      std::vector<VakConstraint> own;
+      std::vector<VakNum> ownCoefs;
+      for (auto k = static_cast<std::size_t>(from[j]); k < static_cast<std::size_t>(from[j + 1]);
+           ++k) {
+        own.push_back(modelRows[1][static_cast<std::size_t>(in[k])]);
+        ownCoefs.push_back(of[k]);
+      }
+      models[1].addColumn(0, ubs[j], ubs[j], own, ownCoefs);
+    }
+    int number = 0;
+    for (const VakModel& model : models) {
+      number = 0;
+      for (VakNumVar x : model.variables()) x.setName(("x" + std::to_string(number++)).c_str());
+      number = 0;
+      for (VakConstraint c : model.constraints()) {
+        c.setName(("c" + std::to_string(number++)).c_str());
+      }
+      ASSERT_EQ(model.check(), "");
+    }
+    ASSERT_EQ(VakTextOf(models[0]), VakTextOf(models[1])) << round;
+  }
 }
 
 TEST_F(Bulk, TakesBackWhatIsRefused) {
