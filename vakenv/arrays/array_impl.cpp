@@ -87,11 +87,21 @@ void count(const VakGenAlloc* manager, VakInt tables, VakInt bytes) {
   if (env != nullptr) env->_arrayTally.count(tables, bytes, env->_localEnv != nullptr);
 }
 
+// Elements may have no bytes; their chunks are null then, which the library functions do not take.
+
+void copyBytes(char* to, const char* from, unsigned long bytes) {
+  if (bytes != 0) std::memcpy(to, from, bytes);
+}
+
+void clearBytes(void* p, unsigned long bytes) {
+  if (bytes != 0) std::memset(p, 0, bytes);
+}
+
 // Moves a run, which may overlap its old place. Removing at the front moves one element from chunk
 // to chunk, which is not worth a call.
 void moveBytes(char* to, const char* from, unsigned long bytes) {
   if (bytes != sizeof(VakNum)) {
-    std::memmove(to, from, bytes);
+    if (bytes != 0) std::memmove(to, from, bytes);
     return;
   }
   VakNum element;
@@ -146,7 +156,7 @@ VakArrayI::VakArrayI(VakGenAlloc* alloc, VakArrayI* other)
   allocData(_size);
   const unsigned long bytes = chunkBytes(_shift);
   const VakInt last = (std::max(_size, VakInt{0}) - 1) >> _shift;
-  for (VakInt k = 0; k <= last; ++k) std::memcpy(_data[k], other->_data[k], bytes);
+  for (VakInt k = 0; k <= last; ++k) copyBytes(_data[k], other->_data[k], bytes);
 }
 
 VakArrayI::VakArrayI(VakEnvI* env, VakArrayI* other) : VakArrayI(env->_allocator, other) {}
@@ -239,7 +249,7 @@ void VakArrayI::zeroData() {
   if (_size <= 0) return;
   const unsigned long bytes = chunkBytes(_shift);
   const VakInt last = (_size - 1) >> _shift;
-  for (VakInt k = 0; k <= last; ++k) std::memset(_data[k], 0, bytes);
+  for (VakInt k = 0; k <= last; ++k) clearBytes(_data[k], bytes);
 }
 
 void VakArrayI::clear() {
@@ -344,7 +354,7 @@ VakArrayI::Moved VakArrayI::moveChunks(char** table, VakInt shift) {
       ++filled;
       for (VakInt room = length; room >= oldLength && moved < oldLength && _data[moved] != nullptr;
            room -= oldLength) {
-        std::memcpy(to, _data[moved], oldBytes);
+        copyBytes(to, _data[moved], oldBytes);
         _memoryManager->free(_data[moved], oldBytes);
         _data[moved++] = nullptr;
         to += oldBytes;
@@ -395,7 +405,7 @@ void VakArrayI::addElements(const void* source, VakInt n) {
   for (VakInt to = _size; to < total;) {
     const VakInt run = to < 0 ? -to : std::min(total - to, chunkLength() - (to & _mod));
     const VakInt bytes = run * _elementSize;
-    if (to >= 0) std::memcpy(element(to), from, static_cast<unsigned long>(bytes));
+    if (to >= 0) copyBytes(element(to), from, static_cast<unsigned long>(bytes));
     from += bytes;
     to += run;
   }
