@@ -10,6 +10,11 @@ constexpr std::size_t MostLine = 800;
 
 std::string quoted(std::string_view word) { return VakMakePrintable(word); }
 
+// What stands behind a reason that is about a whole line.
+std::string shown(std::string_view line) {
+  return ": " + quoted(line.substr(line.find_first_not_of(' ')));
+}
+
 // Whether a line that gives something a number ends with one. The reader, which may take the words
 // to stand at fixed places, would look for the number behind the end of the line.
 bool endsWithNumber(std::string_view line) {
@@ -170,8 +175,7 @@ void VakMpsScanI::visitFixed(std::string_view line) {
   const bool hasNumbers = (_section == Section::Columns && !isMarker) || _section == Section::Rhs ||
                           _section == Section::Ranges;
   if (hasNumbers && !endsWithNumber(line)) {
-    _fault.note(_number,
-                "this cannot be understood: " + quoted(line.substr(line.find_first_not_of(' '))));
+    _fault.note(_number, "this cannot be understood" + shown(line));
     return;
   }
   if (isRow) noteRow(name);

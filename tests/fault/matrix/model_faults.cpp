@@ -127,9 +127,11 @@ const std::vector<VakFaultOperation> _operations = {
          w.m.addColumn(0, 1.5, 2, rows, coefs);
        });
      }},
-    {"add columns", "VakModel::addColumns VakModelI::addColumns",
+    {"add columns",
+     "VakModel::addColumns VakModelI::addColumns VakModelVarI::MakeAfter* "
+     "VakTermListI::prependAll*",
      [](VakStage& s) {
-       VakScene scene = VakChangeModel(s, [](VakModelWorld& w) {
+       return VakChangeModel(s, [](VakModelWorld& w) {
          const std::array rows = {w.c, w.d};
          VakColumns columns;
          columns.count = 3;
@@ -138,8 +140,6 @@ const std::vector<VakFaultOperation> _operations = {
          columns.matrix = {_starts, _members, _coefs};
          w.m.addColumns(columns);
        });
-       scene.mayAbsorb = {VakFaultKind::Heap, "sorting does without memory when there is none"};
-       return scene;
      }},
     {"add rows", "VakModel::addRows VakModelI::addRows",
      [](VakStage& s) {
