@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Times the library beside its peers and prints one table of ratios. It installs the peers, builds the
 # benchmarks, and runs each program pinned to one core with its repetitions interleaved. Run it on a machine
-# that does nothing else. It takes about twelve minutes, with --quick about three.
+# that does nothing else. It takes about fourteen minutes, with --quick about four.
 #
 #   scripts/bench.sh [--quick] [--write]
 #
