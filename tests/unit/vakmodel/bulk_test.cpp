@@ -273,6 +273,9 @@ TEST_F(Bulk, TakesTermsOutOfAllRowsWhenALaterColumnIsWrong) {
     columns.rows = rows;
     columns.matrix = {starts, members, wrongCoefs};
     EXPECT_THROW(m.addColumns(columns), VakModelError);
+    const VakInt usage = env.getMemoryUsage();
+    EXPECT_THROW(m.addColumns(columns), VakModelError);
+    EXPECT_EQ(env.getMemoryUsage(), usage) << "terms were not given back";
     EXPECT_EQ(VakTextOf(m), before);
     EXPECT_EQ(m.check(), "");
   }
