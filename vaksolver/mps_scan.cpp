@@ -6,6 +6,7 @@
 namespace {
 
 constexpr std::size_t MostWord = 150;  // Bytes that the reader has room for, with some to spare.
+constexpr const char* TooLong = "... is too long; 150 bytes are the most";
 constexpr std::size_t MostLine = 800;
 
 std::string quoted(std::string_view word) { return VakMakePrintable(word); }
@@ -15,11 +16,34 @@ std::string shown(std::string_view line) {
   return ": " + quoted(line.substr(line.find_first_not_of(' ')));
 }
 
-// Whether a line that gives something a number ends with one. The reader, which may take the words
-// to stand at fixed places, would look for the number behind the end of the line.
-bool endsWithNumber(std::string_view line) {
-  const auto words = VakGetWords(line);
-  return words.size() > 1 && VakIsNumber(words.back());
+// What stands at the fixed places of a line: a kind, and names and numbers in turn. Names lose the
+// blanks in them, and places without anything are left out. No words at all when anything stands
+// beside the places, or nothing at that of the second name, which every such line has.
+std::vector<std::string> getFixedWords(std::string_view line) {
+  struct Place {
+    std::size_t from;
+    std::size_t to;
+    bool isNumber;
+  };
+  static constexpr Place secondName = {14, 22, false};
+  static constexpr Place places[] = {{1, 3, false},  {4, 12, false},  secondName,
+                                     {24, 36, true}, {39, 47, false}, {49, 61, true}};
+  const auto partsBetween = [line](std::size_t from, std::size_t to) {
+    return VakGetWords(from < line.size() ? line.substr(from, to - from) : "");
+  };
+  if (partsBetween(secondName.from, secondName.to).empty()) return {};
+  std::vector<std::string> words;
+  std::size_t end = 0;
+  for (const Place& place : places) {
+    const auto parts = partsBetween(place.from, place.to);
+    if (!partsBetween(end, place.from).empty() || (place.isNumber && parts.size() > 1)) return {};
+    end = place.to;
+    if (parts.empty()) continue;
+    words.emplace_back();
+    for (const std::string_view part : parts) words.back() += part;
+  }
+  if (!partsBetween(end, line.size()).empty()) return {};
+  return words;
 }
 
 }  // namespace
@@ -32,15 +56,13 @@ void VakMpsScanI::run(std::string_view content) {
 }
 
 bool VakMpsScanI::isComplete(int columns, int rows) const {
-  return !_isFree ||
-         (static_cast<std::size_t>(columns) == _columns.size() &&
-          static_cast<std::size_t>(rows) + static_cast<std::size_t>(_freeRows) == _rows.size());
+  return static_cast<std::size_t>(columns) == _columns.size() &&
+         static_cast<std::size_t>(rows) + static_cast<std::size_t>(_freeRows) == _rows.size();
 }
 
 void VakMpsScanI::scan(std::string_view content, bool isFree) {
-  _isFree = isFree;
   _text.reserve(content.size() + content.size() / 8);
-  put(isFree ? "NAME model FREE" : "NAME          model");
+  put("NAME model FREE");
   VakFileLinesI lines(content);
   while (const auto line = lines.next()) {
     _number = lines.getNumber();
@@ -50,7 +72,7 @@ void VakMpsScanI::scan(std::string_view content, bool isFree) {
     if (end > MostLine) _fault.note(_number, "a line of more than 800 bytes");
     for (const std::string_view word : words) {
       if (isComment || word.size() <= MostWord) continue;
-      _fault.note(_number, quoted(word) + "... is too long; 150 bytes are the most");
+      _fault.note(_number, quoted(word) + TooLong);
     }
     if (isComment) {
       put("*");
@@ -62,7 +84,7 @@ void VakMpsScanI::scan(std::string_view content, bool isFree) {
     } else if (isFree) {
       visit(words);
     } else {
-      visitFixed(line->substr(0, end));
+      visitFixed(words, line->substr(0, end));
     }
     if (_section == Section::End || _fault.isFound() || !_fits) break;
   }
@@ -162,28 +184,23 @@ void VakMpsScanI::noteColumn(std::string_view name) {
   _fault.note(_number, "column " + quoted(_column) + " is there in two places");
 }
 
-// The name of a column is in the bytes 5 to 12 then, that of a row behind its kind; the reader
-// drops the blanks in them.
-void VakMpsScanI::visitFixed(std::string_view line) {
-  constexpr std::size_t nameFrom = 4;
-  constexpr std::size_t nameSize = 8;
-  const bool isRow = _section == Section::Rows;
-  std::string name;
-  if (line.size() > nameFrom) name = line.substr(nameFrom, isRow ? line.npos : nameSize);
-  std::erase_if(name, [](unsigned char c) { return std::isspace(c) != 0; });
-  const bool isMarker = line.find("'MARKER'") != line.npos;
-  const bool hasNumbers = (_section == Section::Columns && !isMarker) || _section == Section::Rhs ||
-                          _section == Section::Ranges;
-  if (hasNumbers && !endsWithNumber(line)) {
-    _fault.note(_number, "this cannot be understood" + shown(line));
-    return;
+// Words at fixed places, or else between blanks; the name of a row is all behind its kind.
+void VakMpsScanI::visitFixed(const Words& words, std::string_view line) {
+  std::vector<std::string> fixed;
+  if (_section == Section::Rows) {
+    fixed = {std::string(words[0]), ""};
+    for (std::size_t k = 1; k < words.size(); ++k) fixed[1] += words[k];
+    if (fixed[1].size() > MostWord) _fault.note(_number, quoted(fixed[1]) + TooLong);
+    if (fixed[1].empty()) fixed.clear();
+  } else {
+    fixed = getFixedWords(line);
   }
-  if (isRow) noteRow(name);
-  if (_section == Section::Columns && !isMarker) noteColumn(name);
-  if (_section == Section::Bounds && VakGetWords(line)[0] == "SC") {
-    _fault.note(_number, "semi-continuous variables are not supported");
-  }
-  put(line);
+  _fits = !fixed.empty();
+  if (_fits) visit({fixed.begin(), fixed.end()});
+  if (_fits) return;
+  _fits = true;
+  visit(words);
+  if (!_fits) _fault.note(_number, "this cannot be understood" + shown(line));
 }
 
 void VakMpsScanI::visitNumbers(const Words& words) {

@@ -13,10 +13,11 @@
 /// names that occur twice or are too long, semi-continuous variables, tabs, missing names of
 /// right-hand sides and bounds.
 ///
-/// The reader guesses from the columns of the first lines whether words are at fixed places, and is
-/// often wrong. So lines whose parts can be told by the blanks between them are written anew, one
-/// for one, as what the reader calls free format. Only files with blanks inside of names are left
-/// as they are.
+/// The reader guesses from the columns of the first lines whether words are at fixed places, is
+/// often wrong, and reads behind the ends of lines then. So all lines are written anew, one for
+/// one, as what the reader calls free format. Words are what stands between blanks, unless there is
+/// a line that makes no sense so: then they are what stands at the fixed places, where names may
+/// have blanks in them, which are dropped.
 class VakMpsScanI {
  public:
   /// Lines that the text has before the first one of the file.
@@ -44,7 +45,7 @@ class VakMpsScanI {
   void visitRow(const Words& words);
   void visitColumn(const Words& words);
   void visitNumbers(const Words& words);
-  void visitFixed(std::string_view line);
+  void visitFixed(const Words& words, std::string_view line);
   void noteRow(std::string_view name);
   void noteColumn(std::string_view name);
   void visitBound(const Words& words);
@@ -58,9 +59,8 @@ class VakMpsScanI {
   bool _isMaximized = false;
   std::string _name;
   std::string _text;
-  bool _isFree = true;  ///< Whether lines are written anew.
-  bool _fits = true;    ///< Whether the parts of all lines can be told by blanks.
-  VakInt _number = 0;   ///< Of the line at hand.
+  bool _fits = true;   ///< Whether the last line made sense with the words that were tried.
+  VakInt _number = 0;  ///< Of the line at hand.
   Section _section = Section::None;
   std::string _set;     ///< The first name of right-hand sides, ranges or bounds in the section.
   std::string _column;  ///< The one that the last line was about.

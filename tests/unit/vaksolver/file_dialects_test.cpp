@@ -143,6 +143,63 @@ TEST_F(Dialects, OfMpsMayHaveBlanksInNamesAtFixedPlaces) {
             "colone in [0, inf]\ncoltwo in [0, inf]\n");
 }
 
+// Every section with words at fixed places; the line of "col two" has two numbers.
+TEST_F(Dialects, OfMpsMayHaveAllSectionsAtFixedPlaces) {
+  const std::string model = read(
+      "NAME          t\nROWS\n N  my obj\n L  row one\n G  row two\nCOLUMNS\n"
+      "    M A       'MARKER'                 'INTORG'\n"
+      "    col one   my obj            -1.0\n"
+      "    col one   row one            1.0\n"
+      "    M A       'MARKER'                 'INTEND'\n"
+      "    col two   my obj            -1.0   row two           2.0\n"
+      "RHS\n              row one           4.0   row two           1.0\n"
+      "RANGES\n    RNG       row one           3.0\n"
+      "BOUNDS\n UP BND       col one          7.0\n FR BND       col two\nENDATA\n",
+      "t.mps");
+  EXPECT_EQ(model,
+            "minimize myobj: -colone - coltwo\nrowone: 1 <= colone <= 4\n"
+            "rowtwo: 2*coltwo >= 1\ncolone in [0, 7] integer\ncoltwo in [-inf, inf]\n");
+}
+
+// Lines whose words are between blanks but at no fixed place are read among those with places.
+TEST_F(Dialects, OfMpsMayMixFixedPlacesAndBlanks) {
+  EXPECT_EQ(read("ROWS\n N obj\n L  row one\nCOLUMNS\n"
+                 "    col one   obj               -1.0   row one           1.0\n"
+                 " x obj 1\n x rowone 2\n"
+                 "RHS\n    RHS       row one           4.0\n"
+                 "BOUNDS\n FR B x\nENDATA\n",
+                 "t.mps"),
+            "minimize obj: -colone + x\nrowone: colone + 2*x <= 4\n"
+            "colone in [0, inf]\nx in [-inf, inf]\n");
+}
+
+// The reader looked for numbers behind the end of the second line of "x y" then.
+TEST_F(Dialects, OfMpsAtFixedPlacesRefuseWhatIsBesideThem) {
+  const auto fault = [this](const std::string& line) {
+    return read(
+        "ROWS\n N  obj\n L  row one\nCOLUMNS\n"
+        "    x y       obj               -1.0   row one           1.0\n" +
+            line + "\nRHS\nENDATA\n",
+        "t.mps");
+  };
+  EXPECT_EQ(fault("    z         row one           1.0  K"),
+            "t.mps, line 6: this cannot be understood: z         row one           1.0  K");
+  EXPECT_EQ(
+      fault("    z  IC   HCA            0.12K    !       325"),
+      "t.mps, line 6: this cannot be understood: z  IC   HCA            0.12K    !       325");
+  EXPECT_EQ(fault("    z         row one         1 0"),
+            "t.mps, line 6: this cannot be understood: z         row one         1 0");
+  EXPECT_EQ(fault("    z y                         1.0"),
+            "t.mps, line 6: this cannot be understood: z y                         1.0");
+}
+
+TEST_F(Dialects, OfMpsRefuseNamesOfRowsThatAreTooLongWithoutTheirBlanks) {
+  const std::string half(100, 'a');
+  EXPECT_EQ(
+      read("ROWS\n N  obj\n L  " + half + ' ' + half + "\nENDATA\n", "t.mps"),
+      "t.mps, line 3: " + (half + half).substr(0, 80) + "... is too long; 150 bytes are the most");
+}
+
 TEST_F(Dialects, OfMpsCountTheFirstSetOnly) {
   Mps mps;
   mps.rhs = "    RHS r 4\n    MORE r 5\n";
