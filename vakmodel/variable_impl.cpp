@@ -113,35 +113,21 @@ void VakModelVarI::restore(const State& state) noexcept {
   _domain = state.domain;
 }
 
-// The usual path: bounds of its own, and nothing is wrong.
-void VakModelVarI::setBounds(VakNum lb, VakNum ub) {
-  constexpr VakNum infinity = std::numeric_limits<VakNum>::infinity();
-  const bool isSound = lb <= ub && lb < infinity && ub > -infinity;
-  const bool isPlain = hasOwn() && getKind() != VakVarKind::Boolean && id != -1;
-  if (!isSound || !isPlain || _env->isRemoving()) [[unlikely]] {
-    VakCheckUsable(this, _env, nullptr);
-    CheckBounds(this, getKind(), lb, ub);
-  } else if (!VakHasListeners(_env)) {
-    *own() = {lb, ub};
-    return;
-  }
-  replaceBounds(lb, ub);
-}
-
-// The bounds are sound.
-void VakModelVarI::replaceBounds(VakNum lb, VakNum ub) {
+void VakModelVarI::setBoundsAfterChecks(VakNum lb, VakNum ub) {
+  VakCheckUsable(this, _env, nullptr);
+  CheckBounds(this, getKind(), lb, ub);
   const State before = getState();
   if (before.lb == lb && before.ub == ub) return;
-  if (hasOwn()) {
-    *own() = {lb, ub};
-  } else {
-    assign(getKind(), lb, ub);
-  }
+  assign(getKind(), lb, ub);
+  if (VakHasListeners(_env)) reportBounds(before);
+}
+
+void VakModelVarI::reportBounds(const State& before) {
   const std::array<VakModelVarI*, 1> self = {this};
   const VakUnsettledObjectsI unsettled(self);
   const VakBoundsChange change(self);
   try {
-    VakReport(_env, this, change);
+    _env->change(this, change);
   } catch (...) {
     restore(before);
     VakReportAgain(_env, this, change);

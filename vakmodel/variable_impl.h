@@ -15,10 +15,12 @@
 // and one in which every bound is different does not fill the tables of the environment.
 
 #include <cstdint>
+#include <limits>
 
 #include "vakmodel/contract/expression.h"
 #include "vakmodel/fwd.h"
 #include "vakmodel/object_text.h"
+#include "vakmodel/report.h"
 
 /// Bounds that belong to one variable.
 ///
@@ -101,7 +103,8 @@ class VakModelVarI final : public VakNumVarI {
   static constexpr std::uintptr_t OwnBit = 4;
   static constexpr std::uintptr_t PointerBits = ~std::uintptr_t{7};
 
-  [[gnu::noinline]] void replaceBounds(VakNum lb, VakNum ub);
+  [[gnu::noinline]] void setBoundsAfterChecks(VakNum lb, VakNum ub);
+  [[gnu::noinline]] void reportBounds(const State& before);
   [[noreturn, gnu::cold]] static void ThrowBoolean(const VakModelVarI* var, VakNum lb, VakNum ub);
   [[nodiscard]] static std::uintptr_t ChooseDomain(VakEnvI* env, VakVarKind kind, VakNum lb,
                                                    VakNum ub);
@@ -121,3 +124,22 @@ class VakModelVarI final : public VakNumVarI {
 };
 
 static_assert(sizeof(VakModelVarI) == 48, "a million variables are 48 MB");
+
+// The usual path: bounds of its own, and nothing is wrong.
+inline void VakModelVarI::setBounds(VakNum lb, VakNum ub) {
+  constexpr VakNum infinity = std::numeric_limits<VakNum>::infinity();
+  const bool isSound = lb <= ub && lb < infinity && ub > -infinity;
+  const bool isPlain = hasOwn() && getKind() != VakVarKind::Boolean && id != -1;
+  if (!isSound || !isPlain || _env->isRemoving()) [[unlikely]] {
+    setBoundsAfterChecks(lb, ub);
+    return;
+  }
+  VakOwnBoundsI& bounds = *own();
+  if (!VakHasListeners(_env)) {
+    bounds = {lb, ub};
+  } else if (bounds.lb != lb || bounds.ub != ub) {
+    const State before = {_domain, bounds.lb, bounds.ub};
+    bounds = {lb, ub};
+    reportBounds(before);
+  }
+}

@@ -8,8 +8,6 @@ VakTypeInfo VakGetBaseTypeInfo(VakTypeInfo type) {
   return reinterpret_cast<VakTypeInfo (*)()>(type)();
 }
 
-VakRtti::~VakRtti() noexcept(false) = default;
-
 VakTypeInfo VakRtti::GetBaseTypeInfo() {
   VakKeepDistinct(_counter);
   return nullptr;

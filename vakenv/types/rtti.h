@@ -45,7 +45,7 @@ inline VakInt VakAnswerAtOnce() {
 /// Phases: any.
 class VakRtti {
  public:
-  virtual ~VakRtti() noexcept(false);
+  virtual ~VakRtti() noexcept(false) = default;
 
   /// The class's type index as it stands: 0 until the static GetTypeIndex was called.
   [[nodiscard]] virtual VakInt getTypeIndex() const;

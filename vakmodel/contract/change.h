@@ -25,6 +25,8 @@ class VakChange : public VakRtti {
   VakChange& operator=(const VakChange&) = default;
 };
 
+inline VakChange::~VakChange() noexcept(false) = default;
+
 /// An extractable is about to be destroyed. Reported before: it is whole and still registered, and
 /// stays so when the change is refused.
 ///
