@@ -2,7 +2,8 @@
 """Holds the texts for people to the code and to their own form.
 
 In every text, a path between back quotes that begins with a folder of the repository is there, a class or
-function whose name begins with Vak occurs in the code, and a link to a file leads to one. CHANGELOG.md has
+function whose name begins with Vak occurs in the code, and a link to a file leads to one. A block of commands is
+one that bash can read; its scripts can be run and its presets are known. CHANGELOG.md has
 its fixed headings: releases from the newest to the oldest, below each of them kinds of change in their order,
 none empty, every entry a list item. The table of modules in README.md says of every module that check_includes.py
 knows what it may depend on, as that script has it.
@@ -13,7 +14,10 @@ usage: check_texts.py [ROOT]
 """
 
 import datetime
+import json
+import os
 import re
+import subprocess
 import sys
 
 from check_includes import LAYERS
@@ -25,6 +29,10 @@ CODE = re.compile(r"```.*?```|`([^`\n]+)`", re.DOTALL)
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)")
 NAME = re.compile(r"\bVak[A-Z]\w*(?:::\w+)*")
 PATH = re.compile(r"[\w.-]+/[\w./-]*")
+COMMANDS = re.compile(r"^```sh\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+SCRIPT = re.compile(r"(?<![\w./-])scripts/[\w.-]+")
+PRESET = re.compile(r"\b(cmake|cmake --build|ctest) --preset[ =]([\w-]+)")
+PRESETS_OF = {"cmake": "configurePresets", "cmake --build": "buildPresets", "ctest": "testPresets"}
 RELEASE = re.compile(r"\[(\d+)\.(\d+)\.(\d+)\] - (\d{4}-\d{2}-\d{2})")
 SOURCES = (".h", ".cpp", ".py", ".cmake", ".in", ".txt")
 
@@ -54,6 +62,33 @@ def find_reference_offences(root, name, text, code, folders):
     for target in LINK.findall(CODE.sub("", text)):
         if not ((root / name).parent / target).exists():
             offences.append(f"{name}: links to {target}, which is not there")
+    return offences
+
+
+def read_presets(root):
+    """Maps each command that takes a preset to the names of those it knows."""
+    path = root / "CMakePresets.json"
+    presets = json.loads(path.read_text(encoding="utf-8")) if path.is_file() else {}
+    return {
+        command: {preset["name"] for preset in presets.get(kind, []) if not preset.get("hidden")}
+        for command, kind in PRESETS_OF.items()
+    }
+
+
+def find_command_offences(root, name, text, presets):
+    """What is wrong with the blocks of commands of a text; nothing of them is run."""
+    offences = []
+    for match in COMMANDS.finditer(text):
+        place = f"{name}:{text.count(chr(10), 0, match.start()) + 1}"
+        read = subprocess.run(["bash", "-n"], input=match[1], capture_output=True, text=True, check=False)
+        if read.returncode != 0:
+            offences.append(f"{place}: bash cannot read these commands: {read.stderr.strip()}")
+        for script in SCRIPT.findall(match[1]):
+            if not os.access(root / script, os.X_OK):
+                offences.append(f"{place}: {script} cannot be run")
+        for command, preset in PRESET.findall(match[1]):
+            if preset not in presets[command]:
+                offences.append(f"{place}: {command} knows no preset {preset}")
     return offences
 
 
@@ -139,12 +174,14 @@ def find_offences(root):
         path.name for path in root.iterdir() if path.is_dir() and path.name[0] != "." and path.name != "build"
     }
     code = read_code(root, sorted(folders - {"docs"}))
+    presets = read_presets(root)
     offences = []
     for pattern in TEXTS:
         for path in sorted(root.glob(pattern)):
             name = path.relative_to(root).as_posix()
             text = path.read_text(encoding="utf-8")
             offences += find_reference_offences(root, name, text, code, folders)
+            offences += find_command_offences(root, name, text, presets)
     readme = root / "README.md"
     if readme.is_file():
         offences += find_module_offences(readme.read_text(encoding="utf-8"))

@@ -84,9 +84,9 @@ class VakFileError : private VakErrorText, public VakException {
 [[nodiscard]] VakModel VakReadModel(VakEnv env, std::string_view file,
                                     VakFileFormat format = VakFileFormat::ByName);
 
-/// Writes the model to the file; ".gz" at the end of an MPS file's name compresses it. The file is
-/// complete or, when VakFileError is thrown, as it was before. By name, only names of known formats
-/// can be written.
+/// Writes the model to the file; ".gz" at the end of its name compresses it, ".bz2" does not. The
+/// file is complete or, when VakFileError is thrown, as it was before. By name, only names of known
+/// formats can be written.
 ///
 /// Objects without a name, with the name of an earlier one, or with a name that the format cannot
 /// hold, get one in the file that depends only on the model: the name with each wrong character as

@@ -142,6 +142,51 @@ class References(unittest.TestCase):
         self.assertEqual(check_texts.find_offences(self.root), ["CHANGELOG.md: is not there"])
 
 
+class Commands(unittest.TestCase):
+    PRESETS = """{
+      "configurePresets": [{"name": "base", "hidden": true}, {"name": "dev"}, {"name": "run"}],
+      "buildPresets": [{"name": "dev"}, {"name": "run"}],
+      "testPresets": [{"name": "dev"}, {"name": "dev-slow"}]
+    }"""
+
+    def find(self, commands):
+        with tempfile.TemporaryDirectory() as folder:
+            root = Path(folder)
+            (root / "scripts").mkdir()
+            for name, mode in (("go.sh", 0o755), ("lib.sh", 0o644)):
+                (root / "scripts" / name).write_text("")
+                (root / "scripts" / name).chmod(mode)
+            (root / "CMakePresets.json").write_text(self.PRESETS)
+            (root / "CHANGELOG.md").write_text(CHANGELOG)
+            (root / "PAGE.md").write_text(f"# Page\n\n```sh\n{commands}\n```\n")
+            return check_texts.find_offences(root)
+
+    def test_accepts_what_can_be_typed(self):
+        commands = "scripts/go.sh 60  # a minute\ncmake --preset dev && cmake --build --preset run\n"
+        self.assertEqual(self.find(commands + "ctest --preset dev-slow"), [])
+
+    def test_finds_what_bash_cannot_read(self):
+        offences = self.find("if true; then")
+        self.assertEqual(len(offences), 1)
+        self.assertIn("PAGE.md:3: bash cannot read these commands: ", offences[0])
+
+    def test_finds_a_script_that_is_gone(self):
+        self.assertEqual(self.find("scripts/gone.sh --all"), ["PAGE.md:3: scripts/gone.sh cannot be run"])
+
+    def test_finds_a_script_that_cannot_be_run(self):
+        self.assertEqual(self.find("scripts/lib.sh"), ["PAGE.md:3: scripts/lib.sh cannot be run"])
+
+    def test_finds_presets_that_a_command_does_not_know(self):
+        self.assertEqual(
+            self.find("cmake --preset base\ncmake --build --preset dev-slow\nctest --preset run"),
+            [
+                "PAGE.md:3: cmake knows no preset base",
+                "PAGE.md:3: cmake --build knows no preset dev-slow",
+                "PAGE.md:3: ctest knows no preset run",
+            ],
+        )
+
+
 class Modules(unittest.TestCase):
     def setUp(self):
         words = {0: "nothing", 1: "layers 0 and 1"}
