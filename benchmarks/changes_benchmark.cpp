@@ -21,12 +21,12 @@
 #include "vakmodel/contract/extractable.h"
 #include "vakmodel/modelling.h"
 
-namespace {
-
 // ---- Types --------------------------------------------------------------------------------------
 
 // Five levels below a base class, once in the library's type system and once in the language's.
-// What is asked for is a class of a level above that of the objects.
+// What is asked for is a class of a level above that of the objects. The classes are seen by other
+// sources, as those of headers are: the language then compares their names where addresses differ.
+namespace family {
 
 struct Typed0 : VakRtti {
   VAK_RTTI_BELOW_ROOT(Typed0);
@@ -60,6 +60,10 @@ struct Plain4 : Plain3 {};
 struct Plain5 : Plain4 {};
 struct PlainStranger : Plain0 {};
 
+}  // namespace family
+
+namespace {
+
 constexpr std::size_t Objects = 1024;
 
 template <class Class, class Base>
@@ -71,7 +75,7 @@ std::vector<std::unique_ptr<Base>> makeObjects() {
 
 template <class Wanted>
 void askIsType(benchmark::State& state) {
-  const auto objects = makeObjects<Typed5, Typed0>();
+  const auto objects = makeObjects<family::Typed5, family::Typed0>();
   for (auto _ : state) {
     VakInt found = 0;
     for (const auto& object : objects) found += object->isType(Wanted::GetTypeInfo());
@@ -82,7 +86,7 @@ void askIsType(benchmark::State& state) {
 
 template <class Wanted>
 void askDynamicCast(benchmark::State& state) {
-  const auto objects = makeObjects<Plain5, Plain0>();
+  const auto objects = makeObjects<family::Plain5, family::Plain0>();
   for (auto _ : state) {
     long found = 0;
     for (const auto& object : objects) {
@@ -176,14 +180,14 @@ void changeBoundOfGlpk(benchmark::State& state) {
 }  // namespace
 
 void VakRegisterBenchmarks() {
-  VakRow("is_type_own", "vak", askIsType<Typed5>);
-  VakRow("is_type_own", "dynamic_cast", askDynamicCast<Plain5>);
-  VakRow("is_type_depth_1", "vak", askIsType<Typed4>);
-  VakRow("is_type_depth_1", "dynamic_cast", askDynamicCast<Plain4>);
-  VakRow("is_type_depth_4", "vak", askIsType<Typed1>);
-  VakRow("is_type_depth_4", "dynamic_cast", askDynamicCast<Plain1>);
-  VakRow("is_type_no", "vak", askIsType<TypedStranger>);
-  VakRow("is_type_no", "dynamic_cast", askDynamicCast<PlainStranger>);
+  VakRow("is_type_own", "vak", askIsType<family::Typed5>);
+  VakRow("is_type_own", "dynamic_cast", askDynamicCast<family::Plain5>);
+  VakRow("is_type_depth_1", "vak", askIsType<family::Typed4>);
+  VakRow("is_type_depth_1", "dynamic_cast", askDynamicCast<family::Plain4>);
+  VakRow("is_type_depth_4", "vak", askIsType<family::Typed1>);
+  VakRow("is_type_depth_4", "dynamic_cast", askDynamicCast<family::Plain1>);
+  VakRow("is_type_no", "vak", askIsType<family::TypedStranger>);
+  VakRow("is_type_no", "dynamic_cast", askDynamicCast<family::PlainStranger>);
   VakRow("tell_observers", "vak", tellAlgorithms)->Arg(1)->Arg(4);
   VakRow("change_bound_untold", "vak", changeBound<false>);
   VakRow("change_bound_told", "vak", changeBound<true>);
