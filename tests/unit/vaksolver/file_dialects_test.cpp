@@ -249,6 +249,8 @@ TEST_F(Dialects, OfMpsRefuseBoundsThatAreNone) {
   EXPECT_EQ(boundsOf(" SI B x 3"), unsupported);
   EXPECT_EQ(boundsOf(" XX B x 3"), "t.mps, line 12: unknown kind of bound XX");
   EXPECT_EQ(boundsOf(" UP B q 3"), "t.mps, line 12: there is no column q: UP B q 3");
+  EXPECT_EQ(boundsOf(" UP B x"), "t.mps, line 12: this cannot be understood: UP B x");
+  EXPECT_EQ(boundsOf(" UP B x 3 4"), "t.mps, line 12: this cannot be understood: UP B x 3 4");
 }
 
 TEST_F(Dialects, OfMpsRefuseNumbersThatAreNotExpected) {
