@@ -13,11 +13,19 @@ namespace {
 /// Alignment of every block and of every large element: a cache line.
 constexpr unsigned long BlockAlignment = 64;
 
-/// Bytes of the first block of a class and the bound that doubling stops at. Linking a block
-/// touches all of it, so it should still be in the first-level cache when its elements are handed
-/// out.
+/// Bytes of the first block of a class and the bounds that doubling stops at, the one for small
+/// elements and the one for large. Linking a block touches all of it and asks for the next one, so
+/// both should still be in the first-level cache when their elements are handed out: with blocks of
+/// 16 KiB a million small objects take a third longer.
 constexpr long FirstBlockBytes = 256;
+constexpr long LeastLargestBlockBytes = 4 * 1024;
 constexpr long LargestBlockBytes = 16 * 1024;
+
+/// The bound that doubling stops at for elements of so many bytes.
+constexpr long largestBlockBytes(long stride) {
+  constexpr long elements = 32;
+  return std::clamp(elements * stride, LeastLargestBlockBytes, LargestBlockBytes);
+}
 
 /// Bytes of the first slab and the bound that doubling stops at. The slabs before the largest add
 /// up to as much as it: a pool that asks for the first of the largest has outgrown a few megabytes.
@@ -31,7 +39,7 @@ constexpr unsigned long LargeElementBytes = 32 * 1024;
 /// than this many: what is left of a slab when it is replaced is at most this part of the next.
 constexpr unsigned long FewElements = 8;
 
-static_assert(FirstBlockBytes % BlockAlignment == 0 && LargestBlockBytes % FirstBlockBytes == 0);
+static_assert(FirstBlockBytes % BlockAlignment == 0);
 static_assert(FirstSlabBytes / FewElements >= FirstBlockBytes);
 static_assert(LargeElementBytes <= LargestSlabBytes / FewElements);
 static_assert(LargestBlockBytes <= std::numeric_limits<unsigned short>::max(),
@@ -115,7 +123,7 @@ VakMemory::Block VakMemory::carveBlock(long elementSize) {
   const Block block{_slabCursor, std::max(available / stride, 1L)};
   _slabCursor += roundUp(static_cast<unsigned long>(block.count * stride));
   growth._nextBlockBytes =
-      static_cast<unsigned short>(std::min(2L * growth._nextBlockBytes, LargestBlockBytes));
+      static_cast<unsigned short>(std::min(2L * growth._nextBlockBytes, largestBlockBytes(stride)));
   return block;
 }
 

@@ -13,8 +13,8 @@
 //   element     what a request gets: as many bytes as its class says, aligned to 16 if that is a
 //               multiple of 16 and to 8 otherwise
 //   block       neighbouring elements of one class, linked into its free list when the class runs
-//               empty; blocks of a class grow from a few hundred bytes to 16 KiB, which stays in
-//               the first-level cache while its elements are handed out
+//               empty; blocks of a class grow from a few hundred bytes to 4 KiB, with elements of
+//               512 bytes and more to 16 KiB, which stays in the first-level cache meanwhile
 //   slab        the heap memory that blocks are carved from; slabs grow from 4 KiB to 4 MiB, so
 //               that a small environment stays small and a large one seldom asks the heap; the
 //               largest lie in huge pages where the system grants them

@@ -192,17 +192,26 @@ TEST(VakMemory, ServesTheElementThatWasGivenBackLast) {
   EXPECT_EQ(memory.allocate(48), first);
 }
 
-TEST(VakMemory, DoublesTheBlocksOfAClassUpTo16KiB) {
+// Up to 4 KiB for small elements, up to 16 KiB for large ones, and for those between to 32
+// elements.
+TEST(VakMemory, DoublesTheBlocksOfAClassUpToABound) {
   VAK_SKIP_IN_CHECKED_BUILD("blocks hold fewer elements there, each with a guard");
-  VakMemory memory(1);
-  std::vector<long> counts;
-  for (int block = 0; block < 12; ++block) counts.push_back(memory.obtainBlock(64).count);
-  // A block that meets the end of its slab is cut short there, so only the bound holds for each.
-  EXPECT_EQ(counts.front(), 256 / 64);
-  EXPECT_EQ(counts.back(), 16 * 1024 / 64);
-  for (int block = 0; block < 12; ++block) {
-    EXPECT_GE(counts[static_cast<unsigned>(block)], 1);
-    EXPECT_LE(counts[static_cast<unsigned>(block)], std::min(256L << block, 16L * 1024) / 64);
+  const struct {
+    long size;
+    long largest;
+  } classes[] = {{64, 4 * 1024}, {128, 4 * 1024}, {256, 8 * 1024}, {512, 16 * 1024}};
+  for (const auto& [size, largest] : classes) {
+    VakMemory memory(1);
+    std::vector<long> counts;
+    for (int block = 0; block < 13; ++block) counts.push_back(memory.obtainBlock(size).count);
+    // A block that meets the end of its slab is cut short there, so only the bound holds for each.
+    EXPECT_EQ(counts.front(), std::max(256 / size, 1L));
+    EXPECT_EQ(*std::max_element(counts.begin(), counts.end()), largest / size);
+    for (int block = 0; block < 13; ++block) {
+      EXPECT_GE(counts[static_cast<unsigned>(block)], 1);
+      EXPECT_LE(counts[static_cast<unsigned>(block)],
+                std::max(std::min(256L << block, largest) / size, 1L));
+    }
   }
 }
 
