@@ -47,12 +47,13 @@ class VakModelVarI final : public VakNumVarI {
   /// and what registration throws. `name` may be null.
   [[nodiscard]] static VakModelVarI* Make(VakEnvI* env, VakVarKind kind, VakNum lb, VakNum ub,
                                           const char* name = nullptr);
-  /// Kind and bounds of the last of several variables that are made one after the other.
+  /// Kind and bounds of the last of several variables that are made one after the other, if what
+  /// it has is shared. At first the bounds are NaN, which no bounds equal.
   struct Last {
-    VakVarKind kind = VakVarKind::Continuous;  ///< Its kind.
-    VakNum lb = 1;                             ///< Its lower bound; above `ub` before the first.
-    VakNum ub = 0;                             ///< Its upper bound.
-    std::uintptr_t domain = 0;                 ///< What it shares.
+    VakVarKind kind = VakVarKind::Continuous;              ///< Its kind.
+    VakNum lb = std::numeric_limits<VakNum>::quiet_NaN();  ///< Its lower bound.
+    VakNum ub = std::numeric_limits<VakNum>::quiet_NaN();  ///< Its upper bound.
+    std::uintptr_t domain = 0;                             ///< What it shares.
   };
   /// Makes a variable as Make does, which checks the bounds as CheckBounds does. What is shared is
   /// not looked up again as long as kind and bounds are those of `last`, which they become.

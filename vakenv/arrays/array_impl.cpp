@@ -193,7 +193,8 @@ unsigned long VakArrayI::chunkBytes(VakInt shift) const {
 
 // Bytes of the elements that serve a table of 2^`shift` pointers with so many chunks.
 VakInt VakArrayI::storageBytes(VakInt chunks, VakInt shift) const {
-  return static_cast<VakInt>(tableBytes(shift)) + chunks * elementBytes(chunkBytes(shift));
+  const auto table = static_cast<VakInt>(tableBytes(shift));
+  return chunks == 0 ? table : table + chunks * elementBytes(chunkBytes(shift));
 }
 
 // A table of 2^`shift` null pointers.

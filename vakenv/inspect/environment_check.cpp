@@ -40,7 +40,7 @@ std::string checkTally(const VakArrayTally& tally) {
   constexpr auto smallestTable = static_cast<VakInt>(sizeof(char*));
   const VakInt tables = tally.getTables();
   const VakInt bytes = tally.getBytes();
-  if (tables >= 0 && bytes >= tables * smallestTable) return "";
+  if (tables >= 0 && bytes >= 0 && tables <= bytes / smallestTable) return "";
   return VakFaultText("the counts are ", bytes, " bytes of ", tables, " tables");
 }
 

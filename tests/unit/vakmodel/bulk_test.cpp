@@ -259,6 +259,25 @@ TEST_F(Bulk, LeavesNothingBehindWhenAnElementIsWrong) {
   EXPECT_LE(env.getMemoryUsage() - usage, 2048);
 }
 
+// Bounds are compared with those of the column before, of which there is none at first, and none to
+// compare with behind a column that has bounds of its own.
+TEST_F(Bulk, RefusesEveryLowerBoundAboveTheUpperBound) {
+  const std::string before = VakTextOf(m);
+  EXPECT_THROW(m.addColumn(1, 0, 0, {}, {}), VakModelError);
+  const std::vector<VakNum> lbs = {0.25, 1};
+  const std::vector<VakNum> ubs = {7, 0};
+  const std::vector<VakVarKind> kinds = {VakVarKind::Integer, VakVarKind::Continuous};
+  for (const std::size_t first : {1U, 0U}) {
+    VakColumns columns;
+    columns.count = lbs.size() - first;
+    columns.lbs = std::span(lbs).subspan(first);
+    columns.ubs = std::span(ubs).subspan(first);
+    columns.kinds = std::span(kinds).subspan(first);
+    EXPECT_THROW(m.addColumns(columns), VakModelError) << "after " << 1 - first << " columns";
+  }
+  EXPECT_EQ(VakTextOf(m), before);
+}
+
 // Rows get the terms of several columns at once; one that is refused comes behind columns that were
 // made, and rows have older terms.
 TEST_F(Bulk, TakesTermsOutOfAllRowsWhenALaterColumnIsWrong) {

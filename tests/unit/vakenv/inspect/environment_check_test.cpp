@@ -563,6 +563,9 @@ TEST_P(EnvironmentCheck, FindsWrongCountsOfArrays) {
             VakFaultText("arrays: the counts are ", bytes, " bytes of -1 tables"));
   EXPECT_EQ(after(2 - tables, 15 - bytes), "arrays: the counts are 15 bytes of 2 tables");
   EXPECT_EQ(after(1, 8), "");
+  constexpr VakInt tooMany = VakInt{1} << 61;  // Their words are more bytes than an integer holds.
+  EXPECT_EQ(after(tooMany - tables, -bytes),
+            VakFaultText("arrays: the counts are 0 bytes of ", tooMany, " tables"));
 }
 
 TEST_P(EnvironmentCheck, NamesEveryStructureThatIsBrokenOnALineOfItsOwn) {

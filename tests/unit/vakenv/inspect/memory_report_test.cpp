@@ -274,6 +274,20 @@ TEST_P(VakMemoryReportTest, LeavesStorageAloneWhoseNumbersDoNotAgree) {
   EXPECT_EQ(report().arrays, before.arrays);
 }
 
+// Nothing is checked: elements of which no chunk can be made are of no matter without chunks.
+TEST_P(VakMemoryReportTest, CountsATableWithoutChunksWhateverTheElements) {
+  const VakMemoryReport before = report();
+  auto** table = static_cast<char**>(env->allocate(2 * sizeof(char*)));
+  table[0] = table[1] = nullptr;
+  VakArrayI* array = nullptr;
+  ASSERT_NO_THROW(
+      array = VakCreate<VakArrayI>(scoped->env.getMemoryManager(), 4L, 0L, 1L, 1L, -8L, table));
+  EXPECT_EQ((report() - before).arrays.count, 1);
+  EXPECT_EQ((report() - before).arrays.bytes, (report() - before).inUse);
+  delete array;
+  EXPECT_EQ(report().arrays, before.arrays);
+}
+
 /// A memory manager that counts what goes through it.
 class Detour : public VakTarnAlloc {
   VAK_RTTI(Detour, VakTarnAlloc);
