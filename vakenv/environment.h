@@ -20,9 +20,10 @@
 ///
 /// In thread-safe mode (VakThreadSafeScope, VakEnv::useMTSafeAllocation, with a mutex installed
 /// before the environment is made) several threads may take and give back memory of one environment
-/// and make, change and delete objects and models of their own in it, with symbols that are there,
-/// as long as no algorithm and no notified plug-in is attached; everything else stays as it is
-/// said.
+/// and make and change objects and models of their own in it, with symbols that are there, as long
+/// as no algorithm and no notified plug-in is attached, and may `delete` what they made. Everything
+/// else stays as it is said: end() and removeFromAll() of a modelling object too, which walk over
+/// everything in the environment and so are for one thread, while no other uses it.
 ///
 /// Phases, of the life of the environment that an object belongs to:
 ///   - *any*: no environment that lives is needed;

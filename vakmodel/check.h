@@ -15,6 +15,6 @@
 /// in what the environment holds. Takes no memory from the environment. Throws std::bad_alloc, and
 /// VakEmptyHandleException ("VakEnv: Using empty handle") for an empty handle.
 ///
-/// Threads: confined, since even reading by others may cache what it looks at.
+/// Threads: confined: no other thread uses the environment.
 /// Phases: open.
 [[nodiscard]] std::string VakCheckModels(VakEnv env);

@@ -44,7 +44,7 @@ struct VakTerm {
 /// expression is as it was before.
 ///
 /// Threads: confined; each thread may have its own, over variables that others read too.
-/// Phases: open, while the variables in it live; gone of itself.
+/// Phases: any to hold; open to use, while the variables in it live; gone of itself.
 class VakExpr {
  public:
   /// Zero.

@@ -112,7 +112,8 @@ class VakExtractable {
   /// Takes the object out of every model, constraint, objective and expression; it lives on and can
   /// be used again. Algorithms are told afterwards, of all objects at once; what they refuse is
   /// done nevertheless. Throws VakModelError while a change of the object is being reported. Costs
-  /// one pass over everything in the environment. A model loses its constraints and its objective.
+  /// one pass over everything in the environment, which no other thread may use meanwhile, not even
+  /// in thread-safe mode. A model loses its constraints and its objective.
   void removeFromAll() const;
   /// Takes the object out of everything and deletes it, with all that becomes pointless:
   ///   - a constraint that loses its last variable, unless it is kept when empty;
@@ -121,8 +122,9 @@ class VakExtractable {
   /// throw, or memory run out, what was taken out stays out, what was not deleted yet lives on, and
   /// the exception passes on; the handle keeps its object then if it lives. While a change of the
   /// object is being reported it cannot be ended (VakModelError), and a constraint does not end for
-  /// want of variables. Costs one pass over everything in the environment: end many objects with
-  /// VakEndAll. The handle is empty afterwards; nothing for an empty one.
+  /// want of variables. Costs one pass over everything in the environment, which no other thread
+  /// may use meanwhile, not even in thread-safe mode: end many objects with VakEndAll. The handle
+  /// is empty afterwards; nothing for an empty one.
   void end();
 
  protected:

@@ -75,7 +75,8 @@ struct VakRows {
 /// constraint 88 and 8; a term 24; each object 8 more for its identifier.
 ///
 /// Threads: read-shared; adding, removing and changing are for one thread at a time. In thread-safe
-///     mode several threads may change models of their own while nobody listens.
+///     mode several threads may change models of their own while nobody listens; ending one stays
+///     for one thread.
 /// Phases: open; while a change is told or a solve runs, what is concerned is read only: changing
 ///     it throws.
 /// Gives back: end() ends the model with its constraints and its objective; remove() takes back
