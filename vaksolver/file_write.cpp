@@ -29,6 +29,7 @@
 #include "vakbase/terminated_text.h"
 #include "vakenv/core/environment_impl.h"
 #include "vaksolver/file_format.h"
+#include "vaksolver/file_text.h"
 #include "vaksolver/files.h"
 #include "vaksolver/messages.h"
 
@@ -217,6 +218,31 @@ class NeighbourFile {
   std::string _name;
 };
 
+/// The writer says of integer columns with equal bounds only that they are fixed, which makes them
+/// continuous. A lower and an upper bound of an integer column say both.
+std::string withFixedIntegers(const Problem& problem, const std::string& text) {
+  std::unordered_set<std::string_view> fixed;
+  for (std::size_t j = 0; j < problem.lbs.size(); ++j) {
+    if (problem.integer[j] != 0 && problem.lbs[j] == problem.ubs[j]) {
+      fixed.insert(problem.columnNames[j]);
+    }
+  }
+  if (fixed.empty()) return text;
+  std::string made;
+  made.reserve(text.size() + 32 * fixed.size());
+  VakFileLinesI lines(text);
+  while (const auto line = lines.next()) {
+    constexpr std::string_view kind = " FX ";
+    if (line->substr(0, kind.size()) == kind && fixed.count(VakGetWords(*line)[2]) != 0) {
+      const std::string_view rest = line->substr(kind.size() - 1);
+      for (const char* each : {" LI", " UI"}) made.append(each).append(rest).append("\n");
+    } else {
+      made.append(*line).append("\n");
+    }
+  }
+  return made;
+}
+
 /// The problem in MPS format. The writer knows no sense of the objective.
 std::string makeMps(const Problem& problem, const NeighbourFile& scratch, const char* problemName) {
   constexpr int plain = 0;
@@ -234,7 +260,7 @@ std::string makeMps(const Problem& problem, const NeighbourFile& scratch, const 
   writer.setObjectiveName(problem.objectiveName.c_str());
   writer.setObjectiveOffset(-problem.constant);
   writer.writeMps(scratch.get(), plain, accurate, oneAcross);
-  std::string text = scratch.read();
+  std::string text = withFixedIntegers(problem, scratch.read());
   if (problem.isMaximized) {
     const auto rowsAt = text.find("\nROWS");
     if (rowsAt != std::string::npos) text.insert(rowsAt, "\nOBJSENSE\n    MAX");

@@ -340,6 +340,34 @@ TEST_F(Files, WrittenAndReadAgainSolveTheSame) {
   }
 }
 
+// The writer of MPS files forgets that a fixed variable is an integer.
+TEST_F(Files, KeepTheBoundsAndKindsOfVariables) {
+  const std::pair<VakNum, VakNum> bounds[] = {
+      {0, Infinity},  {0, 1},          {0, 0},         {1, 1},
+      {-4, -4},       {3, 3},          {0, 7},         {2, 7},
+      {-5, 7},        {-7, -2},        {-7, 0},        {2, Infinity},
+      {-Infinity, 5}, {-Infinity, -5}, {-Infinity, 0}, {-Infinity, Infinity}};
+  for (const VakVarKind kind : {VakVarKind::Continuous, VakVarKind::Integer}) {
+    const VakModel model(env);
+    for (const auto& [lb, ub] : bounds) model.add(VakNumVar(env, lb, ub, kind));
+    for (const char* name : {"a.mps", "a.lp"}) {
+      VakWriteModel(model, path(name).c_str());
+      VakScopedEnv other;
+      const VakModel again = VakReadModel(other.env, path(name).c_str());
+      ASSERT_EQ(again.getVariableCount(), std::ssize(bounds)) << name;
+      auto written = model.variables().begin();
+      for (const VakNumVar x : again.variables()) {
+        const VakNumVar before = *written;
+        ++written;
+        EXPECT_EQ(x.getLB(), before.getLB()) << name << ' ' << before.getUB();
+        EXPECT_EQ(x.getUB(), before.getUB()) << name << ' ' << before.getLB();
+        EXPECT_EQ(x.isInteger(), before.isInteger())
+            << name << ' ' << before.getLB() << ' ' << before.getUB();
+      }
+    }
+  }
+}
+
 TEST_F(Files, WriteTheSameNamesEachTime) {
   VakWriteModel(makeAwkward(env), path("a.mps").c_str());
   VakWriteModel(makeAwkward(env), path("b.mps").c_str());
