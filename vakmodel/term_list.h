@@ -5,9 +5,9 @@
 // A list of 24-byte records of the environment's term pool, linked in the order of the expression
 // that they were made of; a term that joins later comes first, since that touches no other term.
 // Nothing else is kept per term, so finding the term of a variable is a walk. One thing makes the
-// usual ways of building fast: the list knows the highest address of its variables, so a variable
-// that was made after all of them, and therefore mostly lies higher, is known to be new without a
-// walk.
+// usual ways of building fast: the list knows an address that none of its variables lies above,
+// mostly that of the highest, so a variable that was made after all of them, and therefore mostly
+// lies higher, is known to be new without a walk.
 
 #include <cstdint>
 #include <functional>
@@ -39,7 +39,8 @@ class VakTermListI {
   [[nodiscard]] VakInt size() const { return _size; }
   [[nodiscard]] bool empty() const { return _first == nullptr; }
 
-  /// The term of `var`, or null. Constant time for a variable above all that occur.
+  /// The term of `var`, or null. Constant time for a variable above all that ever occurred, and
+  /// above all of a prependAll().
   [[nodiscard]] VakNumLinExprTermI* find(const VakNumVarI* var) const {
     return std::less<>()(_highest, var) ? nullptr : findByWalk(var);
   }

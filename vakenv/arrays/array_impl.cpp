@@ -327,9 +327,9 @@ void VakArrayI::growCapacity(VakInt n) {
   }
   requireAddressable(n, shift);
   char** table = allocTable(shift);
-  const auto [filled, moved] = moveChunks(table, shift);
+  const auto [filled, emptied] = moveChunks(table, shift);
   VakInt gained = storageBytes(filled, shift);
-  if (_data != nullptr) gained -= storageBytes(moved + freeStorage(_data, _shift), _shift);
+  if (_data != nullptr) gained -= storageBytes(emptied + freeStorage(_data, _shift), _shift);
   count(_memoryManager, _data != nullptr ? 0 : 1, gained);
   _data = table;
   _max = max;

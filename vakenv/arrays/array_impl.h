@@ -48,7 +48,8 @@ class VakArrayI : public VakMemoryManagerObjectI {
   VakArrayI(VakEnvI* env, VakInt size, VakInt elementSize);
 
   /// Takes over `data` and its chunks, which must come from `alloc` and agree with the numbers:
-  /// nothing is checked or allocated. In an environment the chunks are counted.
+  /// nothing is checked or allocated. In an environment they are counted as storage that no array
+  /// held before, so what was taken out of another array counts twice.
   VakArrayI(VakGenAlloc* alloc, VakInt max, VakInt size, VakInt mod, VakInt shift,
             VakInt elementSize, char** data);
   /// The same in the memory of an environment.

@@ -145,7 +145,7 @@ class VakChainedTable {
   ///    come out reversed;
   /// 4. give the old buckets back and take over the new ones with their number.
   /// Throws what add() throws; the table is then as before. Two hash calls an item, none if the
-  /// table hashes addresses and doubles.
+  /// table hashes addresses.
   void reMod(VakInt newSize) {
     Table& table = self();
     Item** fresh = table.takeBuckets(newSize);
