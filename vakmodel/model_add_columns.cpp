@@ -67,12 +67,16 @@ class VakModelI::RowFronts {
     front.first = term;
     ++front.added;
     if (std::less<>()(_highest, term->var)) _highest = term->var;
+    _ascends = _ascends && term->var == _highest;
   }
-  /// Gives the rows their terms.
+  /// Gives the rows their terms. As long as every variable lies above those before it, which is
+  /// usual, the first term of a row has its highest.
   void handOver() noexcept {
     for (std::size_t i = 0; i < _fronts.size(); ++i) {
       const Front& front = _fronts[i];
-      if (front.added != 0) row(i)->_terms.prependAll(front.first, front.added, _highest);
+      if (front.added == 0) continue;
+      const VakNumVarI* highest = _ascends ? front.first->var : _highest;
+      row(i)->_terms.prependAll(front.first, front.added, highest);
     }
     _fronts.clear();
   }
@@ -107,6 +111,7 @@ class VakModelI::RowFronts {
   std::vector<Front> _fronts;
   std::int32_t _column = 0;              // Columns that were begun.
   const VakNumVarI* _highest = nullptr;  // No variable of a new term lies above it.
+  bool _ascends = true;                  // Each variable of a new term is the highest by then.
 };
 
 /// Variables that are made with their coefficients in objects that are there. For each column:

@@ -39,8 +39,7 @@ class VakTermListI {
   [[nodiscard]] VakInt size() const { return _size; }
   [[nodiscard]] bool empty() const { return _first == nullptr; }
 
-  /// The term of `var`, or null. Constant time for a variable above all that ever occurred, and
-  /// above all of a prependAll().
+  /// The term of `var`, or null. Constant time for one above all that occurred and prependAll()'s.
   [[nodiscard]] VakNumLinExprTermI* find(const VakNumVarI* var) const {
     return std::less<>()(_highest, var) ? nullptr : findByWalk(var);
   }

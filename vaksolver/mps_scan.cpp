@@ -13,7 +13,9 @@ std::string quoted(std::string_view word) { return VakMakePrintable(word); }
 
 // What stands behind a reason that is about a whole line.
 std::string shown(std::string_view line) {
-  return ": " + quoted(line.substr(line.find_first_not_of(' ')));
+  const std::string_view text = line.substr(line.find_first_not_of(' '));
+  const std::string part = quoted(text);
+  return ": " + part + (part.size() < text.size() ? "..." : "");
 }
 
 // What stands at the fixed places of a line: a kind, and names and numbers in turn. Names lose the

@@ -48,8 +48,7 @@ class VakArrayI : public VakMemoryManagerObjectI {
   VakArrayI(VakEnvI* env, VakInt size, VakInt elementSize);
 
   /// Takes over `data` and its chunks, which must come from `alloc` and agree with the numbers:
-  /// nothing is checked or allocated. In an environment they are counted as storage that no array
-  /// held before, so what was taken out of another array counts twice.
+  /// nothing is checked or allocated. In an environment they are counted, another array's twice.
   VakArrayI(VakGenAlloc* alloc, VakInt max, VakInt size, VakInt mod, VakInt shift,
             VakInt elementSize, char** data);
   /// The same in the memory of an environment.

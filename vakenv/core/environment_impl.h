@@ -86,9 +86,10 @@ class VakEnvI {
   /// record, identifiers and extractables, destroyables, typed lists, algorithms, plug-ins, the
   /// running removal, clones, symbols, shared domains, properties, mark arrays, the counts of
   /// arrays. Where arrays are that others made is known to the checked build alone, which proves
-  /// each of them, and the counts by them. Returns an empty text if all hold; else a line for each
-  /// structure that is broken, which names it and what is wrong with which value. When the pool is
-  /// broken, that is the only line, for what lies in it cannot be trusted.
+  /// each of them, and the counts by them.
+  /// Returns an empty text if all hold; else a line for each structure that is broken, which names
+  /// it and what is wrong with which value. When the pool is broken, that is the only line, for
+  /// what lies in it cannot be trusted.
   ///
   /// Callable from the end of the constructor until the plug-ins are gone in end(), also from
   /// within callbacks and destructors; no other thread may use the environment meanwhile. Changes

@@ -187,6 +187,9 @@ TEST_F(Dialects, OfMpsAtFixedPlacesRefuseWhatIsBesideThem) {
   EXPECT_EQ(
       fault("    z  IC   HCA            0.12K    !       325"),
       "t.mps, line 6: this cannot be understood: z  IC   HCA            0.12K    !       325");
+  const std::string name(40, 'y');
+  EXPECT_EQ(fault("    z " + name + ' ' + name), "t.mps, line 6: this cannot be understood: z " +
+                                                     name + ' ' + std::string(17, 'y') + "...");
   EXPECT_EQ(fault("    z         row one         1 0"),
             "t.mps, line 6: this cannot be understood: z         row one         1 0");
   EXPECT_EQ(fault("    z y z                       1.0"),
