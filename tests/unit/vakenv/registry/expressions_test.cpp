@@ -143,6 +143,20 @@ TEST(Terms, CanBeMixedByTheThreadSafeSwitch) {
   EXPECT_EQ(std::set<VakNumLinExprTermI*>(terms.begin(), terms.end()).size(), 600UL);
 }
 
+TEST(Terms, OfThreadSafeModeAreServedThereAgainWhenTheyEndedOutside) {
+  World w;
+  VakInt afterFirstRound = 0;
+  for (int round = 0; round < 4; ++round) {
+    std::vector<VakNumLinExprTermI*> terms;
+    w.env->useMTSafeAllocation(1);
+    for (int i = 0; i < 5000; ++i) terms.push_back(w.env->newTerm(nullptr, i));
+    w.env->useMTSafeAllocation(0);
+    for (auto* t : terms) w.env->recycleTerm(t);
+    if (round == 0) afterFirstRound = w.env->getTotalMemoryUsage();
+  }
+  EXPECT_EQ(w.env->getTotalMemoryUsage(), afterFirstRound);
+}
+
 TEST(Terms, OutliveTheEndOfNothingElse) {
   World w;
   for (int i = 0; i < 1000; ++i) static_cast<void>(w.env->newTerm(nullptr, i));
