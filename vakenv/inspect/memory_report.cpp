@@ -1,7 +1,13 @@
 #include "vakenv/inspect/memory_report.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <map>
+#include <memory>
+#include <new>
+#include <typeindex>
 
 #include "vakbase/memory_ledger.h"
 #include "vakenv/arrays/array_impl.h"
@@ -40,10 +46,33 @@ SizeClass describe(const VakFixedSizeAllocatorI& allocator, const VakMemory::Gro
   return result;
 }
 
-void count(Amounts& amounts, const std::string& name, VakInt bytes) {
-  VakMemoryReport::Amount& amount = amounts[name];
+// Elements of terms may come from the class of their size and go to the pool of terms, or the other
+// way round. Whoever got more back than it handed out then counts as having obtained what is more.
+void settle(SizeClass& receiver, SizeClass& giver, bool isPooled) {
+  const VakInt moved = -receiver.live;
+  if (moved <= 0) return;
+  receiver.live = 0;
+  receiver.peak = std::max<VakInt>(receiver.peak, 0);
+  giver.live -= moved;
+  giver.peak = std::max(giver.live, giver.peak - moved);
+  if (!isPooled) return;
+  receiver.elements += moved;
+  giver.elements -= moved;
+}
+
+void count(VakMemoryReport::Amount& amount, VakInt bytes) {
   ++amount.count;
   amount.bytes += bytes;
+}
+
+// As a program writes it. Throws std::bad_alloc.
+std::string nameOf(const char* mangled) {
+  constexpr int noMemory = -1;
+  int status = 0;
+  const std::unique_ptr<char, void (*)(void*)> name(
+      abi::__cxa_demangle(mangled, nullptr, nullptr, &status), std::free);
+  if (status == noMemory) throw std::bad_alloc();
+  return name != nullptr ? name.get() : mangled;
 }
 
 std::vector<Type> listOf(const Amounts& amounts) {
@@ -53,9 +82,9 @@ std::vector<Type> listOf(const Amounts& amounts) {
 }
 
 std::vector<Type> listTypes(const VakEnvI* env, VakMemoryReport::Amount& identifiers) {
-  Amounts amounts;
+  std::map<std::type_index, VakMemoryReport::Amount> amounts;
   const auto add = [&](const auto* object) {
-    count(amounts, object->getRttiTypeName(), elementBytes(object->getExtractableSize()));
+    count(amounts[typeid(*object)], elementBytes(object->getExtractableSize()));
   };
   const VakIdManager* ids = env->_idManager;
   for (VakInt id = 0; id < ids->_size && ids->isInTable(id); ++id) {
@@ -69,7 +98,12 @@ std::vector<Type> listTypes(const VakEnvI* env, VakMemoryReport::Amount& identif
       add(e->destroyable);
     }
   }
-  return listOf(amounts);
+  Amounts named;  // Types that are one to the program may be several in its shared libraries.
+  for (const auto& [type, amount] : amounts) {
+    VakMemoryReport::Amount& sum = named[nameOf(type.name())];
+    sum = {sum.count + amount.count, sum.bytes + amount.bytes};
+  }
+  return listOf(named);
 }
 
 VakMemoryReport::Amount describeArrays(const VakArrayTally& tally) {
@@ -83,7 +117,7 @@ VakMemoryReport::Amount describeArrays(const VakArrayTally& tally) {
 void describeElements(const VakEnvI* env, VakMemoryReport& report) {
   Amounts amounts;
   for (const VakMemoryLedger::Element& element : VakMemoryLedger::GetElements(&env->_memory)) {
-    count(amounts, VakMemoryLedger::GetTypeName(element.type), element.elementSize);
+    count(amounts[VakMemoryLedger::GetTypeName(element.type)], element.elementSize);
   }
   report.made = listOf(amounts);
 }
@@ -138,11 +172,15 @@ VakMemoryReport::VakMemoryReport(VakEnv handle) {
   const VakMemory& memory = env->_memory;
   isPooled = env->_useMemoryManager != 0;
   isChecked = VakChecksMemory;
+  terms = describe(*env->_termAllocator, memory.getCompanionGrowth());
   for (VakInt index = 0; index < VakMemory::ClassCount; ++index) {
-    const SizeClass c = describe(*memory._allocators[index], memory.getGrowth(index));
+    SizeClass c = describe(*memory._allocators[index], memory.getGrowth(index));
+    if (c.elementSize == terms.elementSize) {
+      settle(terms, c, isPooled);
+      settle(c, terms, isPooled);
+    }
     if (c != SizeClass{c.elementSize}) classes.push_back(c);
   }
-  terms = describe(*env->_termAllocator, memory.getCompanionGrowth());
   types = listTypes(env, identifiers);
   symbols = {env->_symbolTable->getSize(), env->_symbolTable->getMemoryUsage()};
   arrays = describeArrays(env->_arrayTally);

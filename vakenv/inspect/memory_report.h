@@ -30,10 +30,15 @@
 struct VakMemoryReport {
   /// One size class, or the pool of terms. With pooling live + free == elements; without it there
   /// are no blocks, and `blocks`, `elements`, `free` and `wasted` are 0.
+  ///
+  /// Terms that are made in thread-safe mode come from the class of their size, and are live there.
+  /// Given back outside of the mode they wait in the pool of terms, where they are elements then,
+  /// but for as many as that has in use itself; and the other way round.
   struct SizeClass {
     VakInt elementSize = 0;  ///< Bytes of an element.
     VakInt blocks = 0;       ///< Blocks obtained; they stay until the environment ends.
-    VakInt elements = 0;     ///< Elements in these blocks: no more were ever live at once.
+    VakInt elements = 0;     ///< Elements in these blocks, but for terms that moved: no more were
+                             ///< ever live at once.
     VakInt live = 0;         ///< Elements in use.
     VakInt free = 0;         ///< Elements that wait to be handed out.
     VakInt peak = 0;    ///< At least so many were live at once: the most of what is live now and of
@@ -42,11 +47,13 @@ struct VakMemoryReport {
     VakInt wasted = 0;  ///< Bytes of the free elements.
     bool operator==(const SizeClass&) const = default;
   };
-  /// Objects of one run-time type, with the bytes of the elements that they are in.
+  /// Objects of one class, with the bytes of the elements that they are in.
   struct Type {
-    std::string name;  ///< The type's name as the language prints it.
+    std::string name;  ///< The name of the class as a program writes it, namespaces and template
+                       ///< arguments included.
     VakInt count = 0;  ///< Objects.
-    VakInt bytes = 0;  ///< Of their elements.
+    VakInt bytes = 0;  ///< Of their elements. Among `types`, an object of a class without VAK_RTTI
+                       ///< counts as large as the nearest base that has it says.
     bool operator==(const Type&) const = default;
   };
   /// So many of something, in so many bytes.
@@ -61,7 +68,8 @@ struct VakMemoryReport {
   /// What the environment holds now. Throws VakEmptyHandleException ("VakEnv: Using empty handle")
   /// for an empty handle, and std::bad_alloc. Takes no memory from the environment. The time is
   /// linear in the identifiers, destroyables and symbols, in the checked build in everything in
-  /// use. No other thread may use the environment meanwhile; not while it ends.
+  /// use. No other thread may use the environment meanwhile. Callbacks may ask for it, and
+  /// destructors that end() runs until the plug-ins are gone, as for VakEnv::check().
   explicit VakMemoryReport(VakEnv handle);
 
   bool isPooled = false;   ///< Memory came from the pool; false with VAK_NO_MEMORY_MANAGER.
@@ -69,10 +77,11 @@ struct VakMemoryReport {
 
   std::vector<SizeClass> classes;  ///< Those ever used, by element size; without the pool of terms.
   SizeClass terms;                 ///< The pool of the terms of expressions.
-  std::vector<Type> types;  ///< Registered extractables and listed destroyables, by name. What they
-                            ///< keep beside themselves is not in here.
-  Amount identifiers;       ///< Identifiers in use, and the bytes of the whole table.
-  Amount symbols;           ///< Symbols, and the bytes of their names and tables.
+  /// Registered extractables that removals reach and listed destroyables, by name; see
+  /// VakEnv::useMTSafeAllocation for others. What they keep beside themselves is not in here.
+  std::vector<Type> types;
+  Amount identifiers;  ///< Identifiers in use, and the bytes of the whole table.
+  Amount symbols;      ///< Symbols, and the bytes of their names and tables.
   Amount arrays;  ///< Arrays that have storage from the environment's own memory manager, and the
                   ///< bytes of array objects, tables and chunks. One that was cleared holds none.
   std::vector<Type> made;  ///< All elements in use, by what was made in them; empty outside the

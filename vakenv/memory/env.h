@@ -69,8 +69,9 @@ class VakEnv {
 
   /// Switches thread-safe allocation on (non-zero) or off; see VakEnvI::useMTSafeAllocation.
   ///
-  /// Deliberate: modelling objects made in this mode are not reached by removals, identifiers of
-  /// those that go in it stay booked, and destroyables made in it are not deleted by end().
+  /// Deliberate: modelling objects made in this mode are not reached by removals unless their class
+  /// calls VakExtractableI::enterSlot, as those of the library do, identifiers of those that go in
+  /// it stay booked, and destroyables made in it are not deleted by end().
   /// VakEnvI::getUnreleasedIds and getUnlistedDestroyables count the last two.
   void useMTSafeAllocation(VakInt on) const;
   /// Switches thread-safe normalization on (non-zero) or off; see VakEnvI::useMTSafeNormalization.

@@ -11,11 +11,13 @@
 
 #include "tests/support/environment_mode.h"
 #include "vakbase/checked_memory.h"
+#include "vakenv/core/create.h"
 #include "vakenv/core/environment_impl.h"
 #include "vakenv/environment.h"
 #include "vakenv/inspect/memory_report.h"
 #include "vakenv/memory/memory_resource.h"
 #include "vakenv/memory/std_allocator.h"
+#include "vakenv/registry/destroyable.h"
 #include "vakmodel/contract/linear_term.h"
 #include "vakmodel/modelling.h"
 
@@ -157,6 +159,23 @@ TEST_P(CheckedAttack, KeepsCountsWhenEveryMisuseIsSurvived) {
   EXPECT_EQ(defects.size(), 3U);
   EXPECT_EQ(env.check() + other.check(), "");
   other.end();
+}
+
+class Unstamped : public VakDestroyableI {
+ public:
+  using VakDestroyableI::VakDestroyableI;
+};
+
+TEST_P(CheckedAttack, ReportsRegisteredObjectsUnderTheNamesThatTheyWereMadeWith) {
+  VakModel model(env, "m");
+  VakNumVar x(env, 0, 40, "x");
+  model.add(x <= 14, "c");
+  VakCreate<Unstamped>(env);
+  const VakMemoryReport report(env);
+  EXPECT_EQ(report.types.size(), 4U);
+  for (const VakMemoryReport::Type& type : report.types) {
+    EXPECT_THAT(report.made, testing::Contains(type));
+  }
 }
 
 TEST_P(CheckedAttack, FindsNothingInAModelThatIsBuiltChangedAndLeft) {
