@@ -16,9 +16,6 @@ VakMTSafeLocalEnvI::~VakMTSafeLocalEnvI() = default;
 
 void* VakMTSafeLocalEnvI::alloc(unsigned long size) {
   const VakMutexGuard guard(_env->_mutex);
-  if (size == static_cast<unsigned long>(VakEnvI::TermSize) && hasStrayTerms()) [[unlikely]] {
-    return _env->_termAllocator->allocate(&_env->_memory, VakEnvI::TermSize);
-  }
   return _env->_memory.allocate(size);
 }
 
@@ -32,11 +29,6 @@ VakInt VakMTSafeLocalEnvI::init(VakExtractableI* /*e*/) {
   // finit touches slots without the environment's mutex, whose locks are counted.
   const std::scoped_lock slots(_env->_registry.slotsLock);
   return bookId();
-}
-
-bool VakMTSafeLocalEnvI::hasStrayTerms() const {
-  const VakFixedSizeAllocatorI* terms = _env->_termAllocator;
-  return terms->_bytesInUse < 0 && terms->_free != nullptr;
 }
 
 void VakMTSafeLocalEnvI::saveValue(void** /*address*/) {}

@@ -49,10 +49,7 @@ class VakMTSafeLocalEnvI final : public VakLocalEnvI {
   explicit VakMTSafeLocalEnvI(VakEnvI* env);
   ~VakMTSafeLocalEnvI() override;
 
-  /// Like VakTarnAlloc::alloc without a local environment, including null for a size of 0. When
-  /// the pool of terms was given back more than it handed out, as happens to terms that are made in
-  /// this mode and end outside of it, memory of a term's size comes from there first: else that
-  /// pool would grow with every such change of modes.
+  /// Like VakTarnAlloc::alloc without a local environment, including null for a size of 0.
   [[nodiscard]] void* alloc(unsigned long size) override;
   /// Gives `p` back to the size class of `size` unless it is null.
   void free(void* p, unsigned long size) override;
@@ -62,8 +59,4 @@ class VakMTSafeLocalEnvI final : public VakLocalEnvI {
   void saveValue(void** address) override;
   void saveValue(long* address) override;
   void saveValue(double* address) override;
-
- private:
-  /// True when free terms wait in the pool of terms that did not come from there.
-  [[nodiscard]] bool hasStrayTerms() const;
 };
