@@ -6,7 +6,6 @@
 namespace {
 
 constexpr std::size_t MostWord = 150;  // Bytes that the reader has room for, with some to spare.
-constexpr const char* TooLong = "... is too long; 150 bytes are the most";
 constexpr std::size_t MostLine = 800;
 
 std::string quoted(std::string_view word) { return VakMakePrintable(word); }
@@ -73,8 +72,7 @@ void VakMpsScanI::scan(std::string_view content, bool isFree) {
     const auto end = isComment ? 0 : static_cast<std::size_t>(words.back().end() - line->begin());
     if (end > MostLine) _fault.note(_number, "a line of more than 800 bytes");
     for (const std::string_view word : words) {
-      if (isComment || word.size() <= MostWord) continue;
-      _fault.note(_number, quoted(word) + TooLong);
+      if (!isComment) requireShort(word);
     }
     if (isComment) {
       put("*");
@@ -91,6 +89,11 @@ void VakMpsScanI::scan(std::string_view content, bool isFree) {
     if (_section == Section::End || _fault.isFound() || !_fits) break;
   }
   if (_fits && _section != Section::End) _fault.note(0, "the file ends without ENDATA");
+}
+
+void VakMpsScanI::requireShort(std::string_view word) {
+  if (word.size() <= MostWord) return;
+  _fault.note(_number, quoted(word) + "... is too long; 150 bytes are the most");
 }
 
 void VakMpsScanI::enter(const Words& words, std::string_view line) {
@@ -192,7 +195,7 @@ void VakMpsScanI::visitFixed(const Words& words, std::string_view line) {
   if (_section == Section::Rows) {
     fixed = {std::string(words[0]), ""};
     for (std::size_t k = 1; k < words.size(); ++k) fixed[1] += words[k];
-    if (fixed[1].size() > MostWord) _fault.note(_number, quoted(fixed[1]) + TooLong);
+    requireShort(fixed[1]);
     if (fixed[1].empty()) fixed.clear();
   } else {
     fixed = getFixedWords(line);

@@ -40,6 +40,7 @@ class VakMpsScanI {
   using Words = std::vector<std::string_view>;
 
   void scan(std::string_view content, bool isFree);
+  void requireShort(std::string_view word);
   void enter(const Words& words, std::string_view line);
   void visit(const Words& words);
   void visitRow(const Words& words);
