@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Times the library beside its peers and prints one table of ratios. It installs the peers, builds the
 # benchmarks, and runs each program pinned to one core with its repetitions interleaved. Run it on a machine
-# that does nothing else. It takes about fourteen minutes, with --quick much less.
+# that does nothing else. It takes fourteen to twenty minutes, with --quick much less.
 #
 #   scripts/bench.sh [--quick] [--write]
 #
