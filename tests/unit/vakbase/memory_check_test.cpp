@@ -154,24 +154,31 @@ TEST_F(VakMemoryCheckTest, KnowsFreeMemory) {
   EXPECT_FALSE(pool.isFree(nullptr));
 }
 
-/// The number of bytes in the header of a region whose first element is given, as it would be hit
-/// by a program that writes in front of the element. The header ends on one of the multiples of 16
-/// bytes before the element; what lies between them is poisoned.
-long* findRegionBytes(void* element, long bytes) {
-  auto* word = static_cast<long*>(element) - 1;
-  VakUnpoison(word, sizeof(long));
-  while (*word != bytes) {
-    word -= 2;
-    VakUnpoison(word, sizeof(long));
-  }
-  return word;
+/// The number of bytes in the header of the region whose first element is given, as it would be hit
+/// by a program that writes in front of the element. The pool keeps its newest region privately,
+/// and each region begins with the address of the one before it and its bytes. Elements start at
+/// the next multiple of 64 bytes behind that; what lies between is not written and not read here.
+long* findRegionBytes(const VakMemory& memory, void* newest, void* element) {
+  const auto beginsWith = [](char* region, void* first) {
+    const auto distance = static_cast<char*>(first) - region;
+    return distance >= 16 && distance < 16 + 64;
+  };
+  auto* word = reinterpret_cast<char* const*>(&memory);
+  const auto* const end = word + sizeof(memory) / sizeof(char*);
+  while (word != end && !beginsWith(*word, newest)) ++word;
+  if (word == end) return nullptr;
+  char* region = *word;
+  while (!beginsWith(region, element)) region = *reinterpret_cast<char**>(region);
+  return reinterpret_cast<long*>(region) + 1;
 }
 
 TEST(VakMemoryCheckOfRegions, FindsRegionsThatAreNotTheBytesObtained) {
   VakMemory memory(1);
   void* element = memory.allocate(1 << 20);
   const long bytes = memory.getTotalMemoryUsage();
-  long* header = findRegionBytes(element, bytes);
+  long* header = findRegionBytes(memory, element, element);
+  ASSERT_NE(header, nullptr);
+  ASSERT_EQ(*header, bytes);
   *header = bytes - 64;
   EXPECT_EQ(memory.check(),
             VakFaultText("the regions have ", bytes - 64, " bytes of the ", bytes, " obtained"));
@@ -188,8 +195,11 @@ TEST(VakMemoryCheckOfRegions, FindsASlabThatReachesBehindItsRegion) {
   const long largeBytes = memory.getTotalMemoryUsage();
   const VakMemory::Block small = memory.obtainBlock(24);
   const long slabBytes = memory.getTotalMemoryUsage() - largeBytes;
-  long* largeHeader = findRegionBytes(large, largeBytes);
-  long* slabHeader = findRegionBytes(small.start, slabBytes);
+  long* largeHeader = findRegionBytes(memory, small.start, large);
+  long* slabHeader = findRegionBytes(memory, small.start, small.start);
+  ASSERT_NE(slabHeader, nullptr);
+  ASSERT_EQ(*largeHeader, largeBytes);
+  ASSERT_EQ(*slabHeader, slabBytes);
   *largeHeader += slabBytes / 2;
   *slabHeader -= slabBytes / 2;
   EXPECT_THAT(memory.check(), testing::MatchesRegex("what is left of the slab, from 0x[0-9a-f]+ "
