@@ -24,7 +24,9 @@ VakInt CalledCompare(Key a, Key b) { return VakCompareAddresses<Key>(a, b); }
 
 /// Runs the same operations on both tables.
 struct Pair {
-  Pair() = default;
+  explicit Pair(VakInt size = 1)
+      : recognised(VakHashAddress<Key>, VakCompareAddresses<Key>, size),
+        called(CalledHash, CalledCompare, size) {}
   ~Pair() {
     recognised.end();
     called.end();
@@ -37,8 +39,8 @@ struct Pair {
     EXPECT_EQ(operation(recognised), operation(called));
   }
 
-  Table recognised{VakHashAddress<Key>, VakCompareAddresses<Key>, 1};
-  Table called{CalledHash, CalledCompare, 1};
+  Table recognised;
+  Table called;
 };
 
 std::string Layout(const Table& table) {
@@ -59,6 +61,22 @@ TEST(AddressTable, AnAddressIsShiftedByFiveAndMaskedWithTheSizeLessOne) {
   EXPECT_EQ(VakHashAddress<Key>(key(0x1000), 1), 0);
   EXPECT_EQ(VakCompareAddresses<Key>(key(16), key(16)), 1);
   EXPECT_EQ(VakCompareAddresses<Key>(key(16), key(32)), 0);
+}
+
+// Tables of so many buckets look ahead when they double.
+TEST(AddressTable, RecognisedFunctionsGiveTheSameTableWithManyBuckets) {
+  constexpr VakInt count = 2 * VakHashFewBuckets + 1;
+  std::vector<char> objects(16 * count);
+  Pair tables(VakHashFewBuckets);
+  for (VakInt i = 0; i < count; ++i) {
+    const Key key = &objects[static_cast<std::size_t>(16 * i)];
+    tables.run([&](Table& table) { return table.add(key, i); });
+  }
+  EXPECT_EQ(tables.recognised._size, 2 * VakHashFewBuckets);
+  EXPECT_TRUE(Layout(tables.recognised) == Layout(tables.called));
+  tables.recognised.reMod(3 * VakHashFewBuckets);
+  tables.called.reMod(3 * VakHashFewBuckets);
+  EXPECT_TRUE(Layout(tables.recognised) == Layout(tables.called));
 }
 
 TEST(AddressTable, RecognisedFunctionsGiveTheSameTableAsCalledOnes) {

@@ -208,6 +208,35 @@ TYPED_TEST(HashTables, TheIteratorVisitsEveryItemOnce) {
   EXPECT_FALSE(ended.ok());
 }
 
+// With many buckets the items of later ones are asked for ahead. Bucket b has b % 4 items here.
+TYPED_TEST(HashTables, ManyBucketsAreMovedAsFewOnesAre) {
+  constexpr VakInt size = VakHashFewBuckets;
+  TypeParam h(VakHashModulo, VakCompareIntegers, size);
+  for (VakInt b = 0; b < size; ++b) {
+    for (VakInt c = 0; c < b % 4; ++c) h.table.add(b + c * size, c);
+  }
+  ASSERT_EQ(h.table._size, size);
+  const auto valuesOf = [&h](VakInt bucket) {
+    std::string values;
+    for (auto* item = h.table._buckets[bucket]; item != nullptr; item = item->getNext()) {
+      values += std::to_string(item->getValue());
+    }
+    return values;
+  };
+  ASSERT_EQ(valuesOf(3), "210");
+  h.table.reMod(2 * size);
+  VakInt wrong = 0;
+  for (VakInt b = 0; b < size; ++b) {
+    const VakInt count = b % 4;
+    if (valuesOf(b) != (count == 0 ? "" : count == 3 ? "02" : "0")) ++wrong;
+    if (valuesOf(b + size) != (count < 2 ? "" : "1")) ++wrong;
+  }
+  EXPECT_EQ(wrong, 0);
+  h.table.reMod(3 * size);
+  EXPECT_EQ(h.table._size, 3 * size);
+  EXPECT_EQ(h.table.check(), "");
+}
+
 TYPED_TEST(HashTables, CheckNamesWhatIsBroken) {
   TypeParam h(VakHashModulo, VakCompareIntegers, 2);
   h.table.add(0, 0);
