@@ -52,8 +52,8 @@ struct VakMemoryReport {
     std::string name;  ///< The name of the class as a program writes it, namespaces and template
                        ///< arguments included.
     VakInt count = 0;  ///< Objects.
-    VakInt bytes = 0;  ///< Of their elements. Among `types`, an object of a class without VAK_RTTI
-                       ///< counts as large as the nearest base that has it says.
+    VakInt bytes = 0;  ///< Of their elements; in `types`, without VAK_RTTI as the base says.
+    /// Equal in all of it.
     bool operator==(const Type&) const = default;
   };
   /// So many of something, in so many bytes.
