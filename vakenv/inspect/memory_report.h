@@ -52,7 +52,7 @@ struct VakMemoryReport {
     std::string name;  ///< The name of the class as a program writes it, namespaces and template
                        ///< arguments included.
     VakInt count = 0;  ///< Objects.
-    VakInt bytes = 0;  ///< Of their elements; in `types`, without VAK_RTTI as the base says.
+    VakInt bytes = 0;  ///< Of their elements; in `types`, of the nearest base that has VAK_RTTI.
     /// Equal in all of it.
     bool operator==(const Type&) const = default;
   };
