@@ -211,8 +211,8 @@ TEST(VakMemoryCheckOfRegions, FindsASlabThatReachesBehindItsRegion) {
 
 TEST(VakMemoryCheckOfRegions, FindsASlabThatIsCarvedBeyondItsEnd) {
   VakMemory memory(1);
-  const VakMemory::Block block = memory.obtainBlock(512);
-  constexpr long blockBytes = (512 + VakGuardBytes + 63) / 64 * 64;
+  const VakMemory::Block block = memory.obtainBlock(256);
+  constexpr long blockBytes = (256 + VakGuardBytes + 63) / 64 * 64;
   // The pool keeps privately where it carves next: behind the block it handed out last.
   char* const carved = static_cast<char*>(block.start) + blockBytes;
   auto** const words = reinterpret_cast<char**>(&memory);
